@@ -1,0 +1,28 @@
+// Reports.h -- where reports leave the program: event log, debugger channel, console.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace corvane::platform {
+
+enum class EventType : std::uint16_t { kError = 1, kWarning = 2, kInformation = 4 };
+
+// One entry in the system's event log (syslog, facility mail): source, type, event id, then the
+// strings, a record a line. A test hears it instead when it has set a listener.
+void WriteEventLog(std::string_view source, EventType type, std::uint32_t eventId,
+                   std::string_view first, std::string_view second);
+using EventListener = void (*)(void* context, std::string_view source, EventType type,
+                               std::uint32_t eventId, std::string_view first,
+                               std::string_view second);
+void SetEventListener(EventListener listener, void* context);
+
+// Standard error when the environment variable CORVANE_DEBUG_CHANNEL is 1, otherwise nothing.
+void WriteDebugChannel(std::string_view text);
+
+// Standard output, at once. Text as it stands.
+void PrintConsole(std::string_view text);
+void PrintConsoleF(const char* format, ...) __attribute__((format(printf, 1, 2)));
+
+}  // namespace corvane::platform

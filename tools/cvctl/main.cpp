@@ -1,0 +1,51 @@
+// main.cpp -- cvctl, the administrator's tool: builds the command line and ends with the exit code
+// of the command.
+#include <cstdio>
+#include <exception>
+#include <string>
+
+#include "cvctl/Command.h"
+
+namespace corvane::cvctl {
+
+void PrintJson(const nlohmann::ordered_json& document) {
+  std::string text = document.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+  std::printf("%s\n", text.c_str());
+}
+
+namespace {
+
+int Fail(int code, const std::string& message) {
+  if (!message.empty()) std::fprintf(stderr, "cvctl: %s\n", message.c_str());
+  return code;
+}
+
+int Run(int argc, char** argv) {
+  CLI::App app{"The administrator's tool of the Corvane Postoffice Connector", "cvctl"};
+  app.require_subcommand(1);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::CallForHelp& help) {
+    return app.exit(help);
+  } catch (const CLI::CallForAllHelp& help) {
+    return app.exit(help);
+  } catch (const CLI::ParseError& error) {
+    return Fail(kUsage,
+                std::string(error.what()) + "; see 'cvctl --help' or the command's own --help");
+  } catch (const Failure& failure) {
+    return Fail(failure.Code(), failure.what());
+  }
+  return kDone;
+}
+
+}  // namespace
+}  // namespace corvane::cvctl
+
+int main(int argc, char** argv) {
+  try {
+    return corvane::cvctl::Run(argc, argv);
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "cvctl: %s\n", error.what());
+    return corvane::cvctl::kTrouble;
+  }
+}
