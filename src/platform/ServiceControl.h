@@ -15,7 +15,8 @@ namespace corvane::platform {
 bool TellServiceManager(std::string_view state);
 
 // Calls `stop` on a thread of its own at the first SIGINT or SIGTERM; the signals no longer end the
-// process. Call before any other thread is started, so that none of them takes the signal.
-void OnStopSignal(std::function<void(int signalNumber)> stop);
+// process, nor does writing to a pipe that nobody reads. Call before any other thread is started,
+// so that none of them takes the signal. False when the thread could not be started (LastError).
+[[nodiscard]] bool OnStopSignal(std::function<void(int signalNumber)> stop);
 
 }  // namespace corvane::platform
