@@ -1,6 +1,4 @@
 // The claim: who may take a message, and what becomes of its command file byte for byte.
-#include "connector/queue/OutgoingClaim.h"
-
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -8,6 +6,7 @@
 #include <thread>
 #include <vector>
 
+#include "connector/queue/OutgoingClaim.h"
 #include "platform/FaultInjection.h"
 #include "platform/FileSystem.h"
 #include "tests/support/SettingsFixture.h"
