@@ -9,9 +9,9 @@ say() { printf '\n== %s\n' "$*"; }
 
 say "Building (the first time takes some minutes)"
 ./packaging/install-packages.sh
-cmake --preset release -DCORVANE_TESTS=OFF -DCORVANE_BENCH=OFF -B build/demo >/dev/null
-cmake --build build/demo -j "$(nproc)" >/dev/null
-bin=$PWD/build/demo/bin
+cmake --preset release >/dev/null
+cmake --build --preset release --target product -j "$(nproc)" >/dev/null
+bin=$PWD/build/release/bin
 
 place=${1:-$(mktemp -d)/corvane}
 say "A new installation in $place"

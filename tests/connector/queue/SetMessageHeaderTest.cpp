@@ -6,7 +6,7 @@
 #include <string>
 
 #include "connector/queue/SetMessageHeader.h"
-#include "platform/FaultInjection.h"
+#include "tests/support/FaultWalk.h"
 #include "tests/support/SettingsFixture.h"
 
 namespace corvane {
@@ -96,22 +96,27 @@ TEST_F(SetMessageHeaderTest, PutsFirstWithoutReplaceAndKnowsTheInboundQueue) {
   EXPECT_EQ(Replace(), 0) << "there is no file in the outbound queue";
 }
 
-TEST_F(SetMessageHeaderTest, AFailureAnywhereLeavesTheFileAsItWas) {
-  const std::string before = "A: 1\r\n\r\n" + std::string(20'000, 'b');
-  bool reachedEnd = false;
-  for (int call = 1; call < 40 && !reachedEnd; ++call) {
-    test::WriteBytes(Path(), before);
-    platform::FailNthFileCall(call, platform::kErrorDiskFull);
-    const std::int32_t result = Replace();
-    reachedEnd = !platform::FaultWasHit();
-    platform::ClearFaults();
-    if (result == 0) {
-      EXPECT_EQ(test::ReadBytes(Path()), before) << "call " << call;
-    } else {
-      EXPECT_NE(test::ReadBytes(Path()), before) << "call " << call;
-    }
+TEST_F(SetMessageHeaderTest, ACutRewriteLeavesTheOldFileOrTheNew) {
+  const std::string body(20'000, 'b');
+  const std::string before = "A: 1\r\n\r\n" + body;
+  const std::string after = "A: 1\r\nReturn-Path: <a@b>\r\n\r\n" + body;
+  for (const auto action : {platform::FaultAction::kFail, platform::FaultAction::kThrow}) {
+    std::int32_t result = 0;
+    test::WalkFaults(
+        action,
+        [&] {
+          result = 0;
+          test::WriteBytes(Path(), before);
+        },
+        [&] { result = Replace(); },
+        [&](std::uint64_t call) {
+          const std::string bytes = test::ReadBytes(Path());
+          EXPECT_TRUE(bytes == before || bytes == after) << "call " << call;
+          if (result == 1) {
+            EXPECT_EQ(bytes, after) << "call " << call;
+          }
+        });
   }
-  EXPECT_TRUE(reachedEnd);
 }
 
 }  // namespace
