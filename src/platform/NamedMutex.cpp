@@ -34,7 +34,6 @@ namespace {
 
 constexpr const char* kSharedDirectory = "/dev/shm";
 constexpr const char* kFallbackDirectory = "/tmp";
-constexpr std::int32_t kErrorNotOwner = 288;
 constexpr std::uint64_t kReady = 0x31584554554D5643;  // "CVMUTEX1"
 
 struct SharedMutex {

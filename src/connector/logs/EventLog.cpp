@@ -1,7 +1,4 @@
-#include "CLIENTS/CVMAPI/CVMSLIB/common/FileManagement.h"
-#include "CLIENTS/CVMAPI/CVMSLIB/common/Text.h"
 #include "connector/logs/Logs.h"
-#include "connector/settings/Settings.h"
 #include "platform/Error.h"
 #include "platform/Format.h"
 #include "platform/Machine.h"
@@ -24,11 +21,6 @@ void ReportToEventLog(std::int32_t type, const char* source, const char* /*categ
                                                platform::ProgramPath().c_str(), error),
                           text);
   platform::SetLastError(error);
-}
-
-void AttachSharedHelpers() {
-  SetFileManagementLog({LogDebug, DebugLevelAbove});
-  SetBufferAppendModeSource([] { return settings::Get(settings::kUseBufferAppendMode); });
 }
 
 }  // namespace corvane
