@@ -79,6 +79,7 @@ constexpr TextRow kTexts[] = {
     {kErrorServiceSpecific, "The service has returned a service-specific error code."},
     {kErrorServiceExists, "The specified service already exists."},
     {kErrorIoDevice, "The request could not be performed because of an I/O device error."},
+    {kErrorFileCorrupt, "The file or directory is corrupted and unreadable."},
 };
 
 }  // namespace

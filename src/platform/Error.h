@@ -35,6 +35,7 @@ inline constexpr std::int32_t kErrorServiceNotInstalled = 1060;
 inline constexpr std::int32_t kErrorServiceSpecific = 1066;
 inline constexpr std::int32_t kErrorServiceExists = 1073;
 inline constexpr std::int32_t kErrorIoDevice = 1117;
+inline constexpr std::int32_t kErrorFileCorrupt = 1392;
 
 // The calling thread's last error.
 [[nodiscard]] std::int32_t LastError();
