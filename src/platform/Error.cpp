@@ -75,6 +75,7 @@ constexpr TextRow kTexts[] = {
     {kErrorAlreadyExists, "Cannot create a file when that file already exists."},
     {kErrorFilenameTooLong, "The filename or extension is too long."},
     {kErrorIoDevice, "The request could not be performed because of an I/O device error."},
+    {kErrorFileCorrupt, "The file or directory is corrupted and unreadable."},
 };
 
 }  // namespace

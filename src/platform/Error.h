@@ -31,6 +31,7 @@ inline constexpr std::int32_t kErrorDirectoryNotEmpty = 145;
 inline constexpr std::int32_t kErrorAlreadyExists = 183;
 inline constexpr std::int32_t kErrorFilenameTooLong = 206;
 inline constexpr std::int32_t kErrorIoDevice = 1117;
+inline constexpr std::int32_t kErrorFileCorrupt = 1392;
 
 // The calling thread's last error.
 [[nodiscard]] std::int32_t LastError();
