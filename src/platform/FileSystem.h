@@ -55,8 +55,11 @@ bool RemoveTree(std::string_view path);
 
 [[nodiscard]] bool SetLastWriteTime(std::string_view path, std::int64_t seconds,
                                     std::int32_t nanoseconds = 0);
-// Kept beside the file where the file system doesn't let it be set.
+// Creation times that somebody sets are kept in an attribute of the file, which a copy doesn't
+// take along, and only GetCreationTime looks there: FileInfo tells what the file system knows.
+// SetCreationTime is false where the file system has no attributes.
 [[nodiscard]] bool SetCreationTime(std::string_view path, std::int64_t seconds);
+[[nodiscard]] std::optional<std::int64_t> GetCreationTime(std::string_view path);
 
 // One entry of an enumeration.
 struct FoundFile {

@@ -22,6 +22,7 @@
 #include <filesystem>
 #include <string>
 #include <system_error>
+#include <thread>
 #include <utility>
 
 #include "platform/Error.h"
@@ -33,7 +34,6 @@ namespace {
 
 constexpr const char* kSharedDirectory = "/dev/shm";
 constexpr const char* kFallbackDirectory = "/tmp";
-constexpr std::int32_t kErrorNotOwner = 288;
 constexpr std::uint64_t kReady = 0x31584554554D5643;  // "CVMUTEX1"
 
 struct SharedMutex {
@@ -171,8 +171,9 @@ bool MakeFile(const std::string& path) {
 struct NamedMutex::State {
   SharedMutex* shared = nullptr;
   Descriptor file;
-  std::string path;          // empty for a nameless one
-  std::atomic<int> held{0};  // locks of this handle that were not given back
+  std::string path;                                       // empty for a nameless one
+  std::atomic<std::thread::id> owner{std::thread::id()};  // of a lock through this handle
+  int depth = 0;                                          // its locks; the owner's to touch
 
   State() = default;
   State(const State&) = delete;
@@ -243,9 +244,9 @@ NamedMutex::NamedMutex(std::unique_ptr<State> state) : state_(std::move(state)) 
 // A handle that goes while its thread holds the mutex gives it back. While another thread holds it
 // the memory has to stay.
 NamedMutex::~NamedMutex() {
-  while (state_->held.load() > 0 && Unlock()) {
+  while (state_->owner.load() == std::this_thread::get_id() && Unlock()) {
   }
-  if (state_->held.load() > 0) (void)state_.release();
+  if (state_->owner.load() != std::thread::id()) (void)state_.release();
 }
 
 std::unique_ptr<NamedMutex> NamedMutex::Open(std::string_view name) {
@@ -274,19 +275,21 @@ LockOutcome NamedMutex::Lock(std::int64_t timeoutMilliseconds) {
     SetLastError(ErrorFromErrno(result));
     return LockOutcome::kFailed;
   }
-  ++state_->held;
-  if (result == 0) return LockOutcome::kLocked;
-  pthread_mutex_consistent(&state_->shared->mutex);
-  return LockOutcome::kAbandoned;
+  if (result == EOWNERDEAD) pthread_mutex_consistent(&state_->shared->mutex);
+  state_->owner = std::this_thread::get_id();
+  ++state_->depth;
+  return result == 0 ? LockOutcome::kLocked : LockOutcome::kAbandoned;
 }
 
 bool NamedMutex::Unlock() {
-  // Counted before, since the next holder may already destroy the handle when the call returns.
-  --state_->held;
-  if (pthread_mutex_unlock(&state_->shared->mutex) == 0) return true;
-  ++state_->held;
-  SetLastError(kErrorNotOwner);
-  return false;
+  if (state_->owner.load() != std::this_thread::get_id()) {
+    SetLastError(kErrorNotOwner);
+    return false;
+  }
+  if (--state_->depth == 0) state_->owner = std::thread::id();
+  const int result = pthread_mutex_unlock(&state_->shared->mutex);
+  if (result != 0) SetLastError(ErrorFromErrno(result));
+  return result == 0;
 }
 
 }  // namespace corvane::platform

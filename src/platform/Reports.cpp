@@ -3,11 +3,11 @@
 #include <syslog.h>
 
 #include <algorithm>
-#include <array>
 #include <cstdarg>
 #include <cstdio>
 #include <mutex>
 
+#include "platform/Format.h"
 #include "platform/Machine.h"
 
 namespace corvane::platform {
@@ -63,23 +63,6 @@ void Print(std::FILE* stream, std::string_view text) {
   std::fflush(stream);
 }
 
-std::string FormatArguments(const char* format, std::va_list arguments) {
-  std::va_list again;
-  va_copy(again, arguments);
-  std::array<char, 1024> buffer;
-  const int length = std::vsnprintf(buffer.data(), buffer.size(), format, arguments);
-  std::string text;
-  if (length >= 0 && static_cast<std::size_t>(length) < buffer.size()) {
-    text.assign(buffer.data(), static_cast<std::size_t>(length));
-  } else if (length >= 0) {
-    text.resize(static_cast<std::size_t>(length) + 1);
-    std::vsnprintf(text.data(), text.size(), format, again);
-    text.pop_back();
-  }
-  va_end(again);
-  return text;
-}
-
 }  // namespace
 
 void WriteEventLog(std::string_view source, EventType type, std::uint32_t eventId,
@@ -112,7 +95,7 @@ void PrintConsole(std::string_view text) { Print(stdout, text); }
 void PrintConsoleF(const char* format, ...) {
   std::va_list arguments;
   va_start(arguments, format);
-  const std::string text = FormatArguments(format, arguments);
+  const std::string text = FormatTextV(format, arguments);
   va_end(arguments);
   PrintConsole(text);
 }

@@ -1,10 +1,14 @@
 #include "platform/ServiceControl.h"
 
+#include <fcntl.h>
 #include <pthread.h>
+#include <spawn.h>
 #include <sys/socket.h>
 #include <sys/un.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
 #include <cstddef>
 #include <cstring>
@@ -82,6 +86,86 @@ bool OnStopSignal(std::function<void(int signalNumber)> stop) {
     }
     stop(signalNumber);
   });
+}
+
+namespace {
+
+class SpawnPlan {
+ public:
+  SpawnPlan() {
+    posix_spawn_file_actions_init(&actions_);
+    posix_spawnattr_init(&attributes_);
+  }
+  ~SpawnPlan() {
+    posix_spawn_file_actions_destroy(&actions_);
+    posix_spawnattr_destroy(&attributes_);
+  }
+  SpawnPlan(const SpawnPlan&) = delete;
+  SpawnPlan& operator=(const SpawnPlan&) = delete;
+
+  // Output into `descriptor`, no input; no signal blocked, whatever this process blocks.
+  void Prepare(int descriptor) {
+    posix_spawn_file_actions_addopen(&actions_, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    posix_spawn_file_actions_adddup2(&actions_, descriptor, STDOUT_FILENO);
+    sigset_t none;
+    sigemptyset(&none);
+    posix_spawnattr_setsigmask(&attributes_, &none);
+    posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK);
+  }
+
+  int Run(const std::string& program, char* const* arguments, pid_t* child) {
+    return posix_spawnp(child, program.c_str(), &actions_, &attributes_, arguments, environ);
+  }
+
+ private:
+  posix_spawn_file_actions_t actions_;
+  posix_spawnattr_t attributes_;
+};
+
+std::string ReadToEnd(int descriptor) {
+  std::string text;
+  char buffer[1024];
+  ssize_t got = 0;
+  while ((got = read(descriptor, buffer, sizeof(buffer))) > 0 || (got < 0 && errno == EINTR)) {
+    if (got > 0) text.append(buffer, static_cast<std::size_t>(got));
+  }
+  return text;
+}
+
+int WaitForEnd(pid_t child) {
+  int status = 0;
+  while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+  }
+  return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+}  // namespace
+
+std::optional<ToolResult> RunServiceTool(const std::string& program,
+                                         const std::vector<std::string>& arguments) {
+  std::vector<char*> words{const_cast<char*>(program.c_str())};
+  for (const std::string& argument : arguments)
+    words.push_back(const_cast<char*>(argument.c_str()));
+  words.push_back(nullptr);
+  int ends[2];
+  if (pipe2(ends, O_CLOEXEC) != 0) {
+    FailWithErrno();
+    return std::nullopt;
+  }
+  SpawnPlan plan;
+  plan.Prepare(ends[1]);
+  pid_t child = 0;
+  const int failure = plan.Run(program, words.data(), &child);
+  close(ends[1]);
+  ToolResult result;
+  if (failure == 0) {
+    result.output = ReadToEnd(ends[0]);
+    result.exitCode = WaitForEnd(child);
+  }
+  close(ends[0]);
+  if (failure == 0) return result;
+  SetLastError(ErrorFromErrno(failure));
+  return std::nullopt;
 }
 
 }  // namespace corvane::platform

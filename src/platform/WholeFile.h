@@ -6,6 +6,7 @@
 // of that name replaces.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -13,6 +14,8 @@
 #include "platform/File.h"
 
 namespace corvane::platform {
+
+class NewFile;
 
 enum class Durability : std::uint8_t {
   kNone,        // left to the system
@@ -42,16 +45,20 @@ class WholeFile {
   void SetLastWriteTime(std::int64_t seconds, std::int32_t nanoseconds);
 
   // Puts the file in place. `replace` replaces a file that is there (32 while somebody holds it),
-  // otherwise 80. On failure nothing has changed.
+  // otherwise 80. On failure nothing has changed, but for a failed flush of the directory at the
+  // very end: the new file stands then, and may not survive a power failure.
   [[nodiscard]] bool Commit(bool replace, Durability durability);
 
   // Puts the file in place of one that the caller itself holds open as `held`, and hands out the
   // new file, still open and claimed with `share` before its name appears; `held` is closed behind
-  // it. For state files that change hands under a claim.
+  // it. The new file's position is at its end. 2 when the path no longer names `held`. For state
+  // files that change hands under a claim.
   [[nodiscard]] File CommitOver(File& held, Share share, Durability durability);
 
  private:
   struct State;
+  // Puts the new file over the one that `held` holds; an error number.
+  static std::int32_t ReplaceHeld(NewFile* file, const File& held);
   std::unique_ptr<State> state_;
 };
 

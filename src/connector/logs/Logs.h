@@ -41,6 +41,10 @@ void CloseActivityLog();
 void CreateLogMutexes();
 void ReleaseLogMutexes();
 
+// Lets the helpers below the logs log here (FileManagement.h) and read their setting (Text.h). The
+// service host's to call, before its threads start.
+void AttachSharedHelpers();
+
 inline constexpr std::int32_t kReportError = 1;
 inline constexpr std::int32_t kReportInformation = 4;
 inline constexpr std::uint32_t kConnectorEventId = 0x40000001;

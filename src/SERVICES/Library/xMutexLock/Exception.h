@@ -28,7 +28,9 @@ class Exception : public std::exception {
   std::int32_t Line;
 
  private:
-  std::string what_;
+  [[nodiscard]] std::string Describe() const;
+
+  std::string what_;  // the description as it was thrown
 };
 
 }  // namespace corvane

@@ -8,11 +8,12 @@
 
 namespace corvane {
 
-// 1  locked by the calling thread now
-// 2  timed out
-// 3  locked now, after its last owner died holding it
-// 0  any other failure, or a null handle
-//
+// The results of LockMutex.
+inline constexpr std::int32_t kMutexFailed = 0;  // any other failure, or a null handle
+inline constexpr std::int32_t kMutexLocked = 1;  // held by the calling thread now
+inline constexpr std::int32_t kMutexTimedOut = 2;
+inline constexpr std::int32_t kMutexAbandoned = 3;  // held now, after its last owner died with it
+
 // The timeout is in milliseconds, platform::kNoTimeLimit for none. A thread that holds the mutex
 // locks it again; each lock wants its unlock.
 [[nodiscard]] std::int32_t LockMutex(platform::NamedMutex* handle,
@@ -32,12 +33,13 @@ class Mutex {
 };
 
 // A lock that is taken and given back by hand.
+//
+//   lock    LockMutex's result; a lock that is held already is left at that
+//   unlock  1 given back, 0 not held or not to be given back
 template <typename MutexPointer>
 class IMutexLock {
  public:
-  // LockMutex's result.
   virtual std::int32_t lock() = 0;
-  // 1 released, 0 not.
   virtual std::int32_t unlock() = 0;
   virtual ~IMutexLock() = default;
 };

@@ -44,9 +44,9 @@ std::int32_t GetToken(std::string_view text, std::string_view separator, std::in
 // Replaces occurrences of `find` by `replacement`, from left to right. Returns the number made.
 //
 //   limit       at most so many, if above 0
-//   rescan      the search goes on at the start of each replacement, and so takes occurrences that
-//               it brought about to its right; at most kMaximumReplacements then. Otherwise it goes
-//               on behind it
+//   rescan      occurrences that a replacement brought about are replaced too, at most
+//               kMaximumReplacements in all; has no effect when `replacement` holds `find` itself.
+//               Otherwise the search goes on behind each replacement
 //   exactCase   false finds in any case
 std::int32_t ReplaceAll(std::string& text, std::string_view find, std::string_view replacement,
                         std::int32_t limit = 0, bool rescan = false, bool exactCase = true);
