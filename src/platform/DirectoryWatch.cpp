@@ -33,6 +33,14 @@ std::int64_t Nanoseconds(const timespec& time) {
   return time.tv_sec * kNanosecondsPerSecond + time.tv_nsec;
 }
 
+bool LookAtPath(std::string_view path, struct stat* state) {
+  return stat(SystemPath(path).c_str(), state) == 0 || FailWithErrno();
+}
+
+DirectoryStamp StampOf(const struct stat& state) {
+  return {state.st_dev, state.st_ino, Nanoseconds(state.st_mtim), Nanoseconds(state.st_ctim)};
+}
+
 struct CloseDirectory {
   void operator()(DIR* directory) const { closedir(directory); }
 };
@@ -85,16 +93,18 @@ DirectoryEvent Translate(const inotify_event& event, const char* name) {
 
 std::optional<DirectoryStamp> ReadDirectoryStamp(std::string_view path) {
   struct stat state {};
-  if (stat(SystemPath(path).c_str(), &state) != 0) {
-    FailWithErrno();
-    return std::nullopt;
-  }
+  if (!LookAtPath(path, &state)) return std::nullopt;
   if (!S_ISDIR(state.st_mode)) {
     SetLastError(kErrorPathNotFound);
     return std::nullopt;
   }
-  return DirectoryStamp{state.st_dev, state.st_ino, Nanoseconds(state.st_mtim),
-                        Nanoseconds(state.st_ctim)};
+  return StampOf(state);
+}
+
+std::optional<FileStamp> ReadFileStamp(std::string_view path) {
+  struct stat state {};
+  if (!LookAtPath(path, &state)) return std::nullopt;
+  return FileStamp{StampOf(state), static_cast<std::uint64_t>(state.st_size)};
 }
 
 bool IsSettled(const DirectoryStamp& stamp) {

@@ -21,6 +21,15 @@ struct DirectoryStamp {
   bool operator==(const DirectoryStamp&) const = default;
 };
 
+// The same of a file, with its size: two equal stamps are one file that nobody has written between
+// them.
+struct FileStamp {
+  DirectoryStamp identity;
+  std::uint64_t size = 0;
+  bool operator==(const FileStamp&) const = default;
+};
+[[nodiscard]] std::optional<FileStamp> ReadFileStamp(std::string_view path);
+
 // Nothing when there is no such directory (2, 3) or it can't be looked at (5 ...).
 [[nodiscard]] std::optional<DirectoryStamp> ReadDirectoryStamp(std::string_view path);
 

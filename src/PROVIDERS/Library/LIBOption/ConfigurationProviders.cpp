@@ -15,9 +15,10 @@ struct Provider {
   platform::HeldLibrary library;
 };
 
-Provider postofficeProvider{kPostofficeProvider, {}};
-Provider smtpProvider{kSmtpProvider, {}};
-Provider addressMapProvider{kAddressMapProvider, {}};
+// Never destroyed: workers may still ask while the process ends.
+Provider& postofficeProvider = *new Provider{kPostofficeProvider, {}};
+Provider& smtpProvider = *new Provider{kSmtpProvider, {}};
+Provider& addressMapProvider = *new Provider{kAddressMapProvider, {}};
 
 Provider* FindProvider(const char* libraryName) {
   for (Provider* provider : {&postofficeProvider, &smtpProvider, &addressMapProvider}) {

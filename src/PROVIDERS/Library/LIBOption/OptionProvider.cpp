@@ -17,7 +17,8 @@ namespace {
 // mean to give, and touched only as far as it writes.
 constexpr std::size_t kUnboundedOptionSize = 65536;
 
-platform::HeldLibrary optionLibrary;
+// Never destroyed: workers may still ask while the process ends.
+platform::HeldLibrary& optionLibrary = *new platform::HeldLibrary;
 
 std::int32_t CallUnbounded(GetOptionCall* call, OptionKind kind, const char* key, const char* name,
                            char* buffer, std::size_t size) {

@@ -58,7 +58,7 @@ struct AddressMapRecord {
 // What a record of its kind may not be: moved, padded or given a constructor.
 template <typename Record, std::size_t kSize>
 inline constexpr bool kIsPlainRecord =
-    sizeof(Record) == kSize && alignof(Record) == 4 && std::is_trivial_v<Record> &&
+    sizeof(Record) == kSize && alignof(Record) <= 4 && std::is_trivial_v<Record> &&
     std::is_standard_layout_v<Record>;
 static_assert(kIsPlainRecord<PostofficeRecord, 136>);
 static_assert(kIsPlainRecord<MailboxRecord, 720>);

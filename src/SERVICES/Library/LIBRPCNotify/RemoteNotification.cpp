@@ -3,7 +3,7 @@
 #include <memory>
 #include <string>
 
-#include "connector/logs/EventLog.h"
+#include "connector/logs/Logs.h"
 #include "connector/settings/SettingsSource.h"
 #include "platform/Error.h"
 #include "platform/HeldLibrary.h"
@@ -13,17 +13,15 @@ namespace {
 
 using NotifyRemoteCall = std::int32_t(const char* server, const char* protocol, const char* text);
 
-constexpr std::uint16_t kInformation = 4;
-constexpr std::uint32_t kConnectorEvent = 0x40000001;
-
-platform::HeldLibrary notificationLibrary;
+// Never destroyed: workers may still signal while the process ends.
+platform::HeldLibrary& notificationLibrary = *new platform::HeldLibrary;
 
 NotifyRemoteCall* FindEntry(const platform::Library& library) {
   return library.Find<NotifyRemoteCall>("NotifyRemote");
 }
 
 void Report(const std::string& text) {
-  ReportToEventLog(kInformation, "Corvane", "", kConnectorEvent, text.c_str());
+  ReportToEventLog(kReportInformation, kReportSource, "", kConnectorEventId, text);
 }
 
 }  // namespace

@@ -29,9 +29,13 @@ class BoundLibrary {
 
 namespace {
 
-std::mutex bindingMutex;
-std::shared_ptr<const BoundLibrary> boundLibrary;
-bool bindingTried = false;
+// The binding of this process. Never destroyed: workers may still call while the process ends.
+struct Binding {
+  std::mutex mutex;
+  std::shared_ptr<const BoundLibrary> library;
+  bool tried = false;
+};
+Binding& binding = *new Binding;
 
 std::shared_ptr<const BoundLibrary> Bind() {
   char directory[1024];
@@ -42,25 +46,25 @@ std::shared_ptr<const BoundLibrary> Bind() {
 }
 
 void ForgetFailedBinding() {
-  std::lock_guard lock(bindingMutex);
-  if (!boundLibrary) bindingTried = false;
+  std::lock_guard lock(binding.mutex);
+  if (!binding.library) binding.tried = false;
 }
 
 void Free() {
   std::shared_ptr<const BoundLibrary> last;
-  std::lock_guard lock(bindingMutex);
-  last.swap(boundLibrary);
+  std::lock_guard lock(binding.mutex);
+  last.swap(binding.library);
 }
 
 }  // namespace
 
 std::shared_ptr<const BoundLibrary> Hold() {
-  std::lock_guard lock(bindingMutex);
-  if (!bindingTried) {
-    bindingTried = true;
-    boundLibrary = Bind();
+  std::lock_guard lock(binding.mutex);
+  if (!binding.tried) {
+    binding.tried = true;
+    binding.library = Bind();
   }
-  return boundLibrary;
+  return binding.library;
 }
 
 void* Slot(const BoundLibrary& library, StoreExport slot) { return library.Slot(slot); }
@@ -81,21 +85,24 @@ std::int32_t Lib_StoreLibrary_UnInit() {
 std::int32_t Lib_Direct_StoreIndex_InsertItem(const char* postoffice, const char* mailbox,
                                               const char* folder, const char* item,
                                               void* indexItem) {
-  try {
-    return ReportAndRethrow("Lib_Direct_StoreIndex_InsertItem", CV_HERE, [&] {
-      if (indexItem != nullptr) {
-        const auto library = store::Hold();
-        if (library && library->Slot(StoreExport::Direct_StoreIndex_InsertItemEx) != nullptr) {
-          return store::Forward<std::int32_t>(StoreExport::Direct_StoreIndex_InsertItemEx,
+  std::int32_t result = 0;
+  const auto insert = [&] {
+    if (indexItem != nullptr) {
+      const auto library = store::Hold();
+      if (library && library->Slot(StoreExport::Direct_StoreIndex_InsertItemEx) != nullptr) {
+        result = store::Forward<std::int32_t>(StoreExport::Direct_StoreIndex_InsertItemEx,
                                               postoffice, mailbox, folder, item, indexItem);
-        }
+        return;
       }
-      return store::Forward<std::int32_t>(StoreExport::Direct_StoreIndex_InsertItem, postoffice,
+    }
+    result = store::Forward<std::int32_t>(StoreExport::Direct_StoreIndex_InsertItem, postoffice,
                                           mailbox, folder, item);
-    });
-  } catch (...) {
-    return 0;  // reported already
-  }
+  };
+  const SourcePlace place = CV_HERE;
+  const bool ended = EndException(insert, [&](const ExceptionDetails& details) {
+    ReportException(FormatExceptionReport("Lib_Direct_StoreIndex_InsertItem", place, details));
+  });
+  return ended ? result : 0;
 }
 
 }  // namespace corvane
