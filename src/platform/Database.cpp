@@ -56,7 +56,8 @@ std::int32_t ErrorOfCode(sqlite3* handle, int code, const std::string& systemPat
     case SQLITE_IOERR: {
       int systemError = handle == nullptr ? 0 : sqlite3_system_errno(handle);
       if (systemError == ENOENT) return MissingError(systemPath);
-      return systemError == 0 ? kErrorAccessDenied : ErrorFromErrno(systemError);
+      if (systemError != 0) return ErrorFromErrno(systemError);
+      return (code & 0xff) == SQLITE_IOERR ? kErrorIoDevice : kErrorAccessDenied;
     }
     default:
       return kErrorInvalidParameter;
