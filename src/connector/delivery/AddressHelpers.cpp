@@ -1,7 +1,7 @@
 #include "connector/delivery/AddressHelpers.h"
 
 #include <array>
-#include <cstring>
+#include <optional>
 
 #include "PROVIDERS/Library/LIBOption/ConfigurationProviders.h"
 #include "PROVIDERS/Library/LIBOption/OptionProvider.h"
@@ -12,18 +12,14 @@
 namespace corvane {
 namespace {
 
-constexpr std::size_t kMailboxKeyLimit = 254;
-
 std::string MailboxItem(const MailboxRecord& mailbox) {
   return std::string("[SF:") + mailbox.Postoffice + "/" + mailbox.Mailbox + "]";
 }
 
 // The mailbox's option, or nothing when it can't be read.
 std::optional<std::string> MailboxOption(const MailboxRecord& mailbox, const char* name) {
-  std::string key = std::string(mailbox.Postoffice) + "/" + mailbox.Mailbox;
-  key.resize(std::min(key.size(), kMailboxKeyLimit));
   std::array<char, 1024> text{};
-  if (GetOptionText(kMailboxOption, key.c_str(), name, text.data(), text.size()) == 0) {
+  if (GetMailboxOption(mailbox.Postoffice, mailbox.Mailbox, name, text.data(), text.size()) == 0) {
     return std::nullopt;
   }
   return text.data();

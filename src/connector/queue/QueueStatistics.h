@@ -8,26 +8,23 @@
 #include <atomic>
 #include <cstdint>
 
+#include "connector/settings/Settings.h"
+
 namespace corvane {
 
-inline constexpr const char* kConnectorKey =
-    "SOFTWARE\\Wow6432Node\\Corvane\\Corvane\\CONNECTORS\\SF";
-inline constexpr const char* kServiceCountersKey =
-    "SOFTWARE\\Wow6432Node\\Corvane\\Corvane\\Connectors\\LS\\Counters";
-
-// Writes `value` under `key` and `name`; always 1.
-std::int32_t WriteStatistic(const char* key, const char* name, std::uint32_t value);
+// Writes one counter; always 1.
+std::int32_t WriteStatistic(const settings::DwordSetting& counter, std::uint32_t value);
 
 // A total since the start of the process that all workers add to; each step is written as a
 // counter.
 class RunningTotal {
  public:
-  explicit constexpr RunningTotal(const char* name) : name_(name) {}
+  explicit constexpr RunningTotal(const settings::DwordSetting& counter) : counter_(counter) {}
   void Increment();
   [[nodiscard]] std::uint32_t Value() const { return total_.load(); }
 
  private:
-  const char* name_;
+  const settings::DwordSetting& counter_;
   std::atomic<std::uint32_t> total_{0};
 };
 

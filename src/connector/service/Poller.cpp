@@ -29,10 +29,10 @@ constexpr const char* kServiceName = "SF";
 constexpr const char* kDeliveringState = "Delivering";
 constexpr std::int64_t kLeftoverSeconds = 3600;
 
-bool Stopping() { return StopFlag().load() != 0; }
+bool Stopping() { return settings::StopFlag().load() != 0; }
 
-void WriteQueueStatistic(const char* name, std::int64_t value) {
-  WriteStatistic(kConnectorKey, name, static_cast<std::uint32_t>(value));
+void WriteCounter(const settings::DwordSetting& counter, std::int64_t value) {
+  WriteStatistic(counter, static_cast<std::uint32_t>(value));
 }
 
 class Poller {
@@ -66,8 +66,7 @@ class Poller {
 void Poller::Start() {
   Lib_StoreLibrary_Init();
   BindRemoteNotification();
-  WriteStatistic(kServiceCountersKey, "Service Start",
-                 static_cast<std::uint32_t>(platform::NowSeconds()));
+  WriteCounter(settings::kServiceStart, platform::NowSeconds());
   serverName_ = platform::ComputerName();
   LogDebugF("Initialised Postoffice Connector on %s\n", serverName_.c_str());
   role_.Load(kServiceName);
@@ -80,7 +79,7 @@ void Poller::Start() {
 }
 
 void Poller::LogTimings() {
-  const auto interval = static_cast<long>(settings::OutgoingPollInterval());
+  const auto interval = static_cast<long>(settings::Get(settings::kOutgoingPollInterval));
   const auto threads = static_cast<long>(settings::Get(settings::kMaximumPickupThreads));
   const auto delay = static_cast<long>(settings::Get(settings::kOutboundPollDelay));
   LogDebugF(
@@ -124,9 +123,9 @@ void Poller::RemoveLeftovers() {
 
 // One pass of the loop: the wait, the role, the sweep.
 void Poller::Pass() {
-  TimedWait(std::int64_t{settings::OutgoingPollInterval()} * 1000);
+  TimedWait(std::int64_t{settings::Get(settings::kOutgoingPollInterval)} * 1000);
   turns_ = 0;
-  WriteQueueStatistic("Outbound Queue Item Max Age", greatestAge_);
+  WriteCounter(settings::kOutboundQueueItemMaxAge, greatestAge_);
   greatestAge_ = 0;
   std::int32_t error = 0;
   if (role_.TryAcquire(error) != 1) {
@@ -137,9 +136,9 @@ void Poller::Pass() {
     }
     return;
   }
-  WriteQueueStatistic("Outbound Queue Last Poll", platform::NowSeconds());
+  WriteCounter(settings::kOutboundQueueLastPoll, platform::NowSeconds());
   Sweep();
-  WriteQueueStatistic("Outbound Queue Length", turns_);
+  WriteCounter(settings::kOutboundQueueLength, turns_);
   role_.Release();
 }
 
@@ -162,7 +161,7 @@ bool Poller::Turn(const platform::FoundFile& file, bool& sameFileAgain) {
   ++turns_;
   greatestAge_ = std::max(greatestAge_, platform::NowSeconds() - file.info.lastWriteTime);
   const auto limit = static_cast<std::int32_t>(settings::Get(settings::kMaximumPickupThreads));
-  sameFileAgain = ActiveDeliveryThreads().load() >= limit;
+  sameFileAgain = settings::ActiveDeliveryThreads().load() >= limit;
   if (!sameFileAgain) {
     Claim(file.name);
     return true;
@@ -188,7 +187,8 @@ void Poller::Claim(const std::string& fileName) {
     return;
   }
   if (DebugLevelAbove(9)) LogDebugF("Message %s locked for delivery.\n", fileName.c_str());
-  if (ParseOutgoingCommandText(claim.Text(), message_)) {
+  // A name longer than a message's is cut in the record and would lead to another file.
+  if (fileName == message_.MessageID && ParseOutgoingCommandText(claim.Text(), message_)) {
     SetText(message_.Status, kDeliveringState);
     StartWorker(std::move(claim));
   } else if (claim.Commit(kDeliveringState, serverName_)) {
@@ -202,11 +202,11 @@ void Poller::Claim(const std::string& fileName) {
 void Poller::StartWorker(OutgoingClaim claim) {
   auto claimed = std::make_shared<std::unique_ptr<ClaimedMessage>>(
       std::make_unique<ClaimedMessage>(ClaimedMessage{message_, std::move(claim), serverName_}));
-  ActiveDeliveryThreads().fetch_add(1);
+  settings::ActiveDeliveryThreads().fetch_add(1);
   const bool started = platform::StartThread(platform::kWorkerStackBytes,
                                              [claimed] { WorkerThread(std::move(*claimed)); });
   if (started) return;
-  ActiveDeliveryThreads().fetch_sub(1);
+  settings::ActiveDeliveryThreads().fetch_sub(1);
   LogDebug("Failed to start send thread...\n");
 }
 

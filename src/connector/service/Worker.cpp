@@ -75,7 +75,7 @@ void ReportWorkerException(const ExceptionDetails& details) {
 class ActivePlace {
  public:
   ActivePlace() = default;
-  ~ActivePlace() { ActiveDeliveryThreads().fetch_sub(1); }
+  ~ActivePlace() { settings::ActiveDeliveryThreads().fetch_sub(1); }
   ActivePlace(const ActivePlace&) = delete;
   ActivePlace& operator=(const ActivePlace&) = delete;
 };

@@ -6,10 +6,10 @@
 
 namespace corvane {
 
-std::string GetPostofficeRoot(std::string_view postoffice) {
+std::string GetPostofficeRoot(const std::string& postoffice) {
   if (settings::Get(settings::kAllowCustomPostofficePaths) == 1) {
     char custom[1024] = {};
-    if (GetPostofficeOption(postoffice, "PostofficeRoot", custom, sizeof(custom)) != 0 &&
+    if (GetPostofficeOption(postoffice.c_str(), "PostofficeRoot", custom, sizeof(custom)) != 0 &&
         custom[0] != '\0') {
       return custom;
     }

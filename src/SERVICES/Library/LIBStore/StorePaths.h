@@ -10,11 +10,10 @@
 #pragma once
 
 #include <string>
-#include <string_view>
 
 namespace corvane {
 
 // The directory of a postoffice.
-[[nodiscard]] std::string GetPostofficeRoot(std::string_view postoffice);
+[[nodiscard]] std::string GetPostofficeRoot(const std::string& postoffice);
 
 }  // namespace corvane
