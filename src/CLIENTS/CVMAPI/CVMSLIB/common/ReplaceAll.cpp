@@ -17,7 +17,7 @@ struct Replacement {
   bool exactCase;
 
   [[nodiscard]] std::size_t Next(std::string_view text, std::size_t from) const {
-    return exactCase ? text.find(find, from) : FindNoCase(text, find, from);
+    return exactCase ? text.find(find, from) : PositionNoCase(text, find, from);
   }
 };
 

@@ -19,16 +19,16 @@ bool IsLetter(char c) { return Fold(c) >= 'a' && Fold(c) <= 'z'; }
 // The next separator at or after `from` that no escape character stands before.
 std::size_t NextSeparator(std::string_view text, std::string_view separator, std::size_t from,
                           char escape) {
-  std::size_t at = FindNoCase(text, separator, from);
+  std::size_t at = PositionNoCase(text, separator, from);
   while (escape != 0 && at != std::string_view::npos && at > 0 && text[at - 1] == escape) {
-    at = FindNoCase(text, separator, at + 1);
+    at = PositionNoCase(text, separator, at + 1);
   }
   return at;
 }
 
 }  // namespace
 
-std::size_t FindNoCase(std::string_view text, std::string_view pattern, std::size_t from) {
+std::size_t PositionNoCase(std::string_view text, std::string_view pattern, std::size_t from) {
   if (pattern.empty() || pattern.size() > text.size()) return std::string_view::npos;
   const char first = pattern.front();
   if (!IsLetter(first) && pattern.size() == 1) return text.find(first, from);
@@ -44,17 +44,17 @@ const char* FindNoCase(const char* text, const char* pattern, std::ptrdiff_t tex
     return std::string_view(begin,
                             length < 0 ? std::strlen(begin) : static_cast<std::size_t>(length));
   };
-  const std::size_t at = FindNoCase(view(text, textLength), view(pattern, patternLength));
+  const std::size_t at = PositionNoCase(view(text, textLength), view(pattern, patternLength));
   return at != std::string_view::npos ? text + at : nullptr;
 }
 
 std::int32_t CountTokens(std::string_view text, std::string_view separator) {
   if (text.empty()) return 0;
   std::int32_t count = 1;
-  std::size_t at = FindNoCase(text, separator, 1);
+  std::size_t at = PositionNoCase(text, separator, 1);
   while (at != std::string_view::npos && count < kMaximumTokens) {
     ++count;
-    at = FindNoCase(text, separator, at + separator.size());
+    at = PositionNoCase(text, separator, at + separator.size());
   }
   return count;
 }

@@ -37,9 +37,9 @@ std::int32_t GetToken(std::string_view text, std::string_view separator, std::in
 [[nodiscard]] const char* FindNoCase(const char* text, const char* pattern,
                                      std::ptrdiff_t textLength = -1,
                                      std::ptrdiff_t patternLength = -1);
-// The same as a position; npos when it doesn't occur or is empty.
-[[nodiscard]] std::size_t FindNoCase(std::string_view text, std::string_view pattern,
-                                     std::size_t from = 0);
+// The same as a position, from `from` on; npos when it doesn't occur or is empty.
+[[nodiscard]] std::size_t PositionNoCase(std::string_view text, std::string_view pattern,
+                                         std::size_t from = 0);
 
 // Replaces occurrences of `find` by `replacement`, from left to right. Returns the number made.
 //
