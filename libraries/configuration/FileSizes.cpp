@@ -62,7 +62,7 @@ std::uint64_t FileSizes::Erase(std::string_view name) {
 }
 
 void FileSizes::Clear() {
-  slots_ = {};
+  std::vector<Slot>().swap(slots_);
   count_ = 0;
 }
 

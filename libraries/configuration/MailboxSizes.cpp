@@ -53,10 +53,9 @@ std::shared_ptr<MailboxSizes::Mailbox> MailboxSizes::Find(const std::string& pat
   return recent_.front();
 }
 
-// A limit once reached is left by a quarter, so that the walk below pays for many measurements.
-bool MailboxSizes::IsAbove(std::size_t quarters) const {
+bool MailboxSizes::IsTooWarm(std::size_t quarters) const {
   return bytes_ > limits_.warmBytes / 4 * quarters ||
-         tools_.watches.Count() > limits_.watches / 4 * quarters || HasTooManyFolders(quarters);
+         tools_.watches.Count() > limits_.watches / 4 * quarters;
 }
 
 bool MailboxSizes::HasTooManyFolders(std::size_t quarters) const {
@@ -64,12 +63,15 @@ bool MailboxSizes::HasTooManyFolders(std::size_t quarters) const {
 }
 
 // Goes from the mailbox that was asked for longest ago towards `current`, which stays as it is; one
-// that is being measured is passed over.
+// that is being measured is passed over. A limit once reached is left by a quarter, so that one walk
+// pays for many measurements.
 void MailboxSizes::Trim(const Mailbox& current) {
-  if (!IsAbove(4)) return;
-  const bool forget = HasTooManyFolders(4);
+  const std::size_t cool = IsTooWarm(4) ? 3 : 4;
+  const std::size_t forget = HasTooManyFolders(4) ? 3 : 4;
+  if (cool == 4 && forget == 4) return;
   tools_.watches.Drain();
-  for (auto at = recent_.end(); at != recent_.begin() && IsAbove(3);) {
+  for (auto at = recent_.end(); at != recent_.begin();) {
+    if (!IsTooWarm(cool) && !HasTooManyFolders(forget)) return;
     const std::shared_ptr<Mailbox> mailbox = *--at;
     if (mailbox.get() == &current) continue;
     const std::unique_lock measuring(mailbox->mutex, std::try_to_lock);
@@ -78,7 +80,7 @@ void MailboxSizes::Trim(const Mailbox& current) {
     const std::size_t cooled = mailbox->root.MemoryBytes();
     bytes_ -= mailbox->bytes - cooled;
     mailbox->bytes = cooled;
-    if (forget && HasTooManyFolders(3)) at = Forget(at);
+    if (HasTooManyFolders(forget)) at = Forget(at);
   }
 }
 

@@ -47,7 +47,7 @@ class MailboxSizes {
   [[nodiscard]] std::shared_ptr<Mailbox> Find(const std::string& path);
   void Trim(const Mailbox& current);
   Recent::iterator Forget(Recent::iterator at);
-  [[nodiscard]] bool IsAbove(std::size_t quarters) const;
+  [[nodiscard]] bool IsTooWarm(std::size_t quarters) const;
   [[nodiscard]] bool HasTooManyFolders(std::size_t quarters) const;
 
   MeasuringLimits limits_;
