@@ -52,6 +52,15 @@ struct ReaderView {
 };
 thread_local ReaderView readerView;
 
+std::optional<std::uint32_t> NumberOf(const SettingsSnapshot::Item& item) {
+  if (item.type == SettingType::kDword) return item.number;
+  if (item.type != SettingType::kBinary || item.bytes.size() != 4) return std::nullopt;
+  std::uint32_t number = 0;
+  for (std::size_t i = 4; i-- > 0;)
+    number = number << 8 | static_cast<unsigned char>(item.bytes[i]);
+  return number;
+}
+
 std::uint64_t NextStoreNumber() {
   static std::atomic<std::uint64_t> last{0};
   return ++last;
@@ -268,8 +277,7 @@ std::optional<SettingValue> SettingsStore::Get(std::string_view key, std::string
 
 std::optional<std::uint32_t> SettingsStore::GetDword(std::string_view key, std::string_view name) {
   const SettingsSnapshot::Item* item = state_->Acquire().settings.Find(key, name);
-  if (item == nullptr || item->type != SettingType::kDword) return std::nullopt;
-  return item->number;
+  return item == nullptr ? std::nullopt : NumberOf(*item);
 }
 
 std::optional<std::string> SettingsStore::GetString(std::string_view key, std::string_view name) {

@@ -71,7 +71,8 @@ class SettingsStore {
   SettingsStore& operator=(const SettingsStore&) = delete;
 
   [[nodiscard]] std::optional<SettingValue> Get(std::string_view key, std::string_view name);
-  // The number of a DWORD; a value of another type is absent, as is one of another length.
+  // The number of a DWORD, or of a binary value of exactly four bytes, the lowest first; any other
+  // value is absent.
   [[nodiscard]] std::optional<std::uint32_t> GetDword(std::string_view key, std::string_view name);
   // The text of a string; a value of another type is absent.
   [[nodiscard]] std::optional<std::string> GetString(std::string_view key, std::string_view name);
