@@ -10,7 +10,6 @@
 #include "connector/logs/Logs.h"
 #include "connector/settings/Settings.h"
 #include "platform/NamedMutex.h"
-#include "platform/SettingsStore.h"
 
 namespace corvane {
 namespace {
@@ -33,7 +32,7 @@ LogFixture::LogFixture() : clock_(NextNoon()) {
   setenv("TZ", "XYZ-1", 1);
   tzset();
   platform::SetClock(&clock_);
-  platform::SettingsStore::UsePath(directory_ / "settings.db");
+  setenv("CORVANE_SETTINGS", (directory_ / "settings.db").c_str(), 1);
   std::filesystem::create_directory(directory_ / "debug");
   std::filesystem::create_directory(directory_ / "activity");
   platform::SetEventListener(
@@ -56,11 +55,11 @@ LogFixture::~LogFixture() {
 
 void LogFixture::Use(std::uint32_t debugEnabled, std::uint32_t activityLogEnabled,
                      std::uint32_t level) {
-  settings::kDebugEnabled.v = debugEnabled;
-  settings::kActivityLogEnabled.v = activityLogEnabled;
-  settings::kDebugLoggingLevel.v = level;
-  settings::kDebugLogFileDirectory.v = directory_ / "debug";
-  settings::kActivityLogDirectory.v = directory_ / "activity";
+  settings::Hold(settings::kDebugEnabled, debugEnabled);
+  settings::Hold(settings::kActivityLogEnabled, activityLogEnabled);
+  settings::Hold(settings::kDebugLoggingLevel, level);
+  settings::Hold(settings::kDebugLogFileDirectory, directory_ / "debug");
+  settings::Hold(settings::kActivityLogDirectory, directory_ / "activity");
 }
 
 void LogFixture::LeaveDebugMutexBehind() {

@@ -15,15 +15,17 @@
 #include "connector/service/ServiceHost.h"
 #include "connector/service/ServiceInstall.h"
 #include "connector/service/ServiceRun.h"
-#include "connector/service/StopFlag.h"
+#include "connector/settings/ProcessState.h"
 #include "platform/Clock.h"
 #include "platform/Machine.h"
 #include "platform/Reports.h"
-#include "platform/SettingsStore.h"
 #include "tests/support/TemporaryDirectory.h"
 
 namespace corvane {
 namespace {
+
+using settings::StopFlag;
+using settings::StoppedFlag;
 
 std::mutex recordMutex;
 std::vector<std::string> record;
@@ -38,7 +40,7 @@ ServiceHooks RecordingHooks() {
   return {[] { Note("load"); },
           [] {
             Note("poll");
-            while (StopFlag == 0) std::this_thread::yield();
+            while (StopFlag() == 0) std::this_thread::yield();
             Note("polled");
           },
           [] { Note("unload after " + std::to_string(platform::CurrentClock().Milliseconds())); }};
@@ -48,13 +50,13 @@ class ServiceRunTest : public testing::Test {
  protected:
   ServiceRunTest() {
     platform::SetClock(&clock_);
-    platform::SettingsStore::UsePath(directory_ / "settings.db");
+    setenv("CORVANE_SETTINGS", (directory_ / "settings.db").c_str(), 1);
     record.clear();
   }
   ~ServiceRunTest() override {
     platform::SetClock(nullptr);
-    StopFlag = 0;
-    StoppedFlag = 0;
+    StopFlag() = 0;
+    StoppedFlag() = 0;
   }
 
   test::TemporaryDirectory directory_;
@@ -63,7 +65,7 @@ class ServiceRunTest : public testing::Test {
 
 TEST_F(ServiceRunTest, StopRunsBesideThePollerAndWaitsTwoSeconds) {
   ServiceRun run(RecordingHooks(), true);
-  StopFlag = 1;  // of an earlier life
+  StopFlag() = 1;  // of an earlier life
   std::thread stopper([&] {
     const auto polls = [] {
       const std::lock_guard lock(recordMutex);
@@ -75,7 +77,7 @@ TEST_F(ServiceRunTest, StopRunsBesideThePollerAndWaitsTwoSeconds) {
   run.RunRoutine();
   run.WaitForStopRoutine();
   stopper.join();
-  EXPECT_EQ(StoppedFlag, 1);
+  EXPECT_EQ(StoppedFlag(), 1);
   ASSERT_EQ(record.size(), 4U);
   EXPECT_EQ(record[0], "load");
   EXPECT_EQ(record[1], "poll");
@@ -96,7 +98,7 @@ TEST_F(ServiceRunTest, StopDuringTheLoadIsNotForgotten) {
   run.RunRoutine();
   run.WaitForStopRoutine();
   EXPECT_EQ(record, (std::vector<std::string>{"load", "unload after 2000", "poll", "polled"}));
-  EXPECT_EQ(StoppedFlag, 1);
+  EXPECT_EQ(StoppedFlag(), 1);
 }
 
 TEST_F(ServiceRunTest, SecondStopDoesNothing) {
@@ -191,7 +193,7 @@ TEST_F(ServiceRunTest, ReportThatFailsGoesToTheEventLog) {
 
 void PollUntilTerminated() {
   kill(getpid(), SIGTERM);
-  while (StopFlag == 0) std::this_thread::yield();
+  while (StopFlag() == 0) std::this_thread::yield();
 }
 
 void PollAndFail() { throw std::runtime_error("no queue"); }
