@@ -241,12 +241,18 @@ NamedMutex::State::Entry NamedMutex::State::Use(bool alone) {
 
 NamedMutex::NamedMutex(std::unique_ptr<State> state) : state_(std::move(state)) {}
 
-// A handle that goes while its thread holds the mutex gives it back. While another thread holds it
-// the memory has to stay.
+// A handle that goes while its thread holds the mutex gives it back. While another thread that
+// lives holds it the memory has to stay.
 NamedMutex::~NamedMutex() {
   while (state_->owner.load() == std::this_thread::get_id() && Unlock()) {
   }
-  if (state_->owner.load() != std::thread::id()) (void)state_.release();
+  if (state_->owner.load() == std::thread::id()) return;
+  const LockOutcome outcome = Lock(0);
+  if (outcome == LockOutcome::kLocked || outcome == LockOutcome::kAbandoned) {
+    Unlock();
+  } else {
+    (void)state_.release();
+  }
 }
 
 std::unique_ptr<NamedMutex> NamedMutex::Open(std::string_view name) {
@@ -276,7 +282,10 @@ LockOutcome NamedMutex::Lock(std::int64_t timeoutMilliseconds) {
     return LockOutcome::kFailed;
   }
   if (result == EOWNERDEAD) pthread_mutex_consistent(&state_->shared->mutex);
-  state_->owner = std::this_thread::get_id();
+  // The count of an owner that died doesn't go on.
+  if (state_->owner.exchange(std::this_thread::get_id()) != std::this_thread::get_id()) {
+    state_->depth = 0;
+  }
   ++state_->depth;
   return result == 0 ? LockOutcome::kLocked : LockOutcome::kAbandoned;
 }

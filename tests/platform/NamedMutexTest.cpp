@@ -5,13 +5,13 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <cstdlib>
 #include <functional>
 #include <thread>
 #include <vector>
 
 #include "platform/Error.h"
 #include "platform/NamedMutex.h"
-#include "platform/SettingsStore.h"
 #include "tests/support/TemporaryDirectory.h"
 
 namespace corvane::platform {
@@ -60,7 +60,9 @@ LockOutcome LockOnAnotherThread(NamedMutex& mutex, std::int64_t timeout) {
 
 class NamedMutexTest : public testing::Test {
  protected:
-  NamedMutexTest() { SettingsStore::UsePath(directory_ / "settings.db"); }
+  NamedMutexTest() { setenv("CORVANE_SETTINGS", (directory_ / "settings.db").c_str(), 1); }
+
+  ~NamedMutexTest() override { unsetenv("CORVANE_SETTINGS"); }
 
   test::TemporaryDirectory directory_;
 };
@@ -172,7 +174,7 @@ TEST_F(NamedMutexTest, OpenFindsWhatSomebodyHasOnly) {
 TEST_F(NamedMutexTest, InstallationsDoNotMeet) {
   const auto here = NamedMutex::Create("POCDebugLog");
   ASSERT_EQ(here->Lock(0), LockOutcome::kLocked);
-  SettingsStore::UsePath(directory_ / "another.db");
+  setenv("CORVANE_SETTINGS", (directory_ / "another.db").c_str(), 1);
   const auto there = NamedMutex::Create("POCDebugLog");
   EXPECT_EQ(LockOnAnotherThread(*there, 0), LockOutcome::kLocked);
   EXPECT_TRUE(here->Unlock());
