@@ -23,8 +23,7 @@ MailboxSizes& TheSizes() {
 }
 
 std::uint32_t SizeInKb(const MailboxEntry& mailbox, const std::string& customRoot) {
-  const std::string directory =
-      MailboxDirectory(mailbox.postoffice, mailbox.name, customRoot);
+  const std::string directory = MailboxDirectory(mailbox.postoffice, mailbox.name, customRoot);
   if (directory.empty()) return 0;
   const std::uint64_t kilobytes = (TheSizes().BytesOf(directory) + 1023) / 1024;
   return static_cast<std::uint32_t>(std::min<std::uint64_t>(kilobytes, kNoLimit - 1));
@@ -106,8 +105,7 @@ extern "C" {
 
 [[gnu::visibility("default")]] std::int32_t MailboxGet(corvane::MailboxRecord* record) {
   if (record == nullptr) return 0;
-  return GuardExport("MailboxGet", 0,
-                     [&] { return corvane::configuration::GetMailbox(*record); });
+  return GuardExport("MailboxGet", 0, [&] { return corvane::configuration::GetMailbox(*record); });
 }
 
 [[gnu::visibility("default")]] std::int32_t GroupGet(corvane::GroupRecord* record) {
@@ -121,8 +119,8 @@ extern "C" {
   if (record == nullptr) return 0;
   return GuardExport("GroupMemberFindFirst", 0, [&] {
     return corvane::configuration::NextMember(
-        *record, corvane::configuration::WalksOfThread().Begin(
-                     corvane::TextOf(record->Postoffice), corvane::TextOf(record->GroupName)));
+        *record, corvane::configuration::WalksOfThread().Begin(corvane::TextOf(record->Postoffice),
+                                                               corvane::TextOf(record->GroupName)));
   });
 }
 
@@ -131,8 +129,8 @@ extern "C" {
   if (record == nullptr) return 0;
   return GuardExport("GroupMemberFindNext", 0, [&] {
     return corvane::configuration::NextMember(
-        *record, corvane::configuration::WalksOfThread().Find(
-                     corvane::TextOf(record->Postoffice), corvane::TextOf(record->GroupName)));
+        *record, corvane::configuration::WalksOfThread().Find(corvane::TextOf(record->Postoffice),
+                                                              corvane::TextOf(record->GroupName)));
   });
 }
 

@@ -2,6 +2,7 @@
 
 #include "configuration/ConfigurationSchema.h"
 #include "platform/Error.h"
+#include "platform/Path.h"
 #include "platform/Reports.h"
 
 namespace corvane::configuration {
@@ -39,7 +40,8 @@ platform::Database OpenConfiguration(const std::string& path, platform::Database
 }
 
 std::optional<ConfigurationStore::Connection> ConfigurationStore::Borrow(const std::string& path) {
-  const auto stamp = platform::ReadFileStamp(path);
+  auto stamp = platform::ReadFileStamp(path);
+  if (!stamp) stamp = platform::ReadFileStamp(platform::ResolvePath(path));
   if (!stamp) {
     Report(path + ": " + platform::ErrorText(platform::LastError()));
     return std::nullopt;
@@ -58,8 +60,7 @@ std::optional<ConfigurationStore::Connection> ConfigurationStore::Borrow(const s
     }
   }
   std::string why;
-  platform::Database database =
-      OpenConfiguration(path, platform::DatabaseMode::kReadOnly, &why);
+  platform::Database database = OpenConfiguration(path, platform::DatabaseMode::kReadOnly, &why);
   if (database) return Connection{std::move(source), std::move(database)};
   Report(why);
   return std::nullopt;

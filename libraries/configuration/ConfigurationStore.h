@@ -21,8 +21,8 @@ namespace corvane::configuration {
 // What a look-up gives; the numbers are those that the provider calls answer with.
 enum class Answer : std::int32_t { kUnreachable = -1, kUnknown = 0, kFound = 1 };
 
-// Opens the store for a look-up or for changes. Empty when it can't be opened, isn't a configuration
-// store, or is empty; `why` receives one line. kCreate makes the file and its tables.
+// Opens the store for a look-up or for changes. Empty when it can't be opened, isn't a
+// configuration store, or is empty; `why` receives one line. kCreate makes the file and its tables.
 [[nodiscard]] platform::Database OpenConfiguration(const std::string& path,
                                                    platform::DatabaseMode mode,
                                                    std::string* why = nullptr);

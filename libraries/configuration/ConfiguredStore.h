@@ -14,7 +14,8 @@ namespace corvane::configuration {
 [[nodiscard]] std::string ConfiguredStorePath();
 
 // Where a mailbox lies: <Mail Root>\postoffice\MAILROOT\mailbox, with `customRoot` in place of the
-// first two when it isn't empty. Empty when there is no mail root, or a name can't be a directory's.
+// first two when it isn't empty. Empty when there is no mail root, or a name can't be a
+// directory's.
 [[nodiscard]] std::string MailboxDirectory(const std::string& postoffice,
                                            const std::string& mailbox,
                                            const std::string& customRoot);

@@ -262,8 +262,8 @@ EditResult SetOption(Database& store, std::int32_t kind, std::string_view key,
     const std::size_t slash = key.find('/');
     const EditResult owner = kind == 1 || slash == std::string_view::npos
                                  ? ExpectPostoffice(store, key)
-                                 : ExpectMailbox(store, key.substr(0, slash),
-                                                 key.substr(slash + 1), EditResult::kNoOwner);
+                                 : ExpectMailbox(store, key.substr(0, slash), key.substr(slash + 1),
+                                                 EditResult::kNoOwner);
     if (owner != EditResult::kDone) return owner;
     Statement statement = store.Prepare(
         "INSERT INTO option (kind, key, name, value) VALUES (?1, ?2, ?3, ?4) "

@@ -71,16 +71,15 @@ void FolderSize::List() {
   total_ = 0;
   std::size_t files = 0;
   std::set<std::string, std::less<>> folders;
-  const bool complete =
-      platform::ListDirectory(path_, [&](const platform::DirectoryName& found) {
-        if (found.isDirectory) {
-          folders.emplace(found.name);
-        } else if (IsItemName(found.name)) {
-          total_ += found.size;
-          if (++files > kMostTrackedFiles) StopWatching();
-          if (watch_ >= 0) sizes_.Set(found.name, found.size);
-        }
-      });
+  const bool complete = platform::ListDirectory(path_, [&](const platform::DirectoryName& found) {
+    if (found.isDirectory) {
+      folders.emplace(found.name);
+    } else if (IsItemName(found.name)) {
+      total_ += found.size;
+      if (++files > kMostTrackedFiles) StopWatching();
+      if (watch_ >= 0) sizes_.Set(found.name, found.size);
+    }
+  });
   std::erase_if(children_, [&](const auto& child) { return !folders.contains(child.first); });
   for (const std::string& name : folders) {
     if (depth_ >= kDeepestFolder || children_.contains(name)) continue;

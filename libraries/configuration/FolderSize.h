@@ -1,10 +1,10 @@
-// FolderSize.h -- the bytes of a folder's items and of the folders below it, kept up to date by what
-// changes.
+// FolderSize.h -- the bytes of a folder's items and of the folders below it, kept up to date by
+// what changes.
 //
 // The first measurement lists the folder and watches it. Later ones compare the directory's stamp
-// and look only at the names that changed. The folder is listed anew when names moved without a sign
-// (another node of a shared file system), when signs were lost, and once an hour. One owner at a
-// time; FolderWatches may be shared.
+// and look only at the names that changed. The folder is listed anew when names moved without a
+// sign (another node of a shared file system), when signs were lost, and once an hour. One owner at
+// a time; FolderWatches may be shared.
 #pragma once
 
 #include <atomic>

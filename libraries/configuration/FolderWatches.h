@@ -1,7 +1,9 @@
-// FolderWatches.h -- the names that changed in watched folders, kept until their folder is measured.
+// FolderWatches.h -- the names that changed in watched folders, kept until their folder is
+// measured.
 //
 // One queue of the kernel serves all folders; whoever drains it keeps the names for their owners.
-// Bounded: a folder with more changes than are worth keeping is said to have lost track. Any thread.
+// Bounded: a folder with more changes than are worth keeping is said to have lost track. Any
+// thread.
 #pragma once
 
 #include <cstddef>

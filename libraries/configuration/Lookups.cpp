@@ -97,8 +97,7 @@ Answer FindOption(Database& store, std::int32_t kind, std::string_view key, std:
   return One(statement.Bind(1, std::int64_t{kind}).Bind(2, key).Bind(3, name), ReadText, value);
 }
 
-Answer ListPostoffices(Database& store,
-                       const std::function<void(const PostofficeEntry&)>& visit) {
+Answer ListPostoffices(Database& store, const std::function<void(const PostofficeEntry&)>& visit) {
   Statement statement = store.Prepare("SELECT name, status FROM postoffice ORDER BY name");
   return All(statement, ReadPostoffice, visit);
 }

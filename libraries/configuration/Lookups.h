@@ -51,8 +51,7 @@ struct OptionEntry {
 
 using platform::Database;
 
-[[nodiscard]] Answer FindPostoffice(Database& store, std::string_view name,
-                                    PostofficeEntry& found);
+[[nodiscard]] Answer FindPostoffice(Database& store, std::string_view name, PostofficeEntry& found);
 [[nodiscard]] Answer FindMailbox(Database& store, std::string_view postoffice,
                                  std::string_view mailbox, MailboxEntry& found);
 [[nodiscard]] Answer FindGroup(Database& store, std::string_view postoffice, std::string_view group,

@@ -63,8 +63,8 @@ bool MailboxSizes::HasTooManyFolders(std::size_t quarters) const {
 }
 
 // Goes from the mailbox that was asked for longest ago towards `current`, which stays as it is; one
-// that is being measured is passed over. A limit once reached is left by a quarter, so that one walk
-// pays for many measurements.
+// that is being measured is passed over. A limit once reached is left by a quarter, so that one
+// walk pays for many measurements.
 void MailboxSizes::Trim(const Mailbox& current) {
   const std::size_t cool = IsTooWarm(4) ? 3 : 4;
   const std::size_t forget = HasTooManyFolders(4) ? 3 : 4;

@@ -65,10 +65,11 @@ std::optional<DirectoryName> LookAt(int directory, const char* name) {
 bool IsSharedFileSystem(const char* path) {
   struct statfs state {};
   if (statfs(path, &state) != 0) return true;
-  constexpr long kShared[] = {NFS_SUPER_MAGIC,  SMB_SUPER_MAGIC,  CIFS_SUPER_MAGIC, SMB2_SUPER_MAGIC,
-                              V9FS_MAGIC,       FUSE_SUPER_MAGIC, OCFS2_SUPER_MAGIC, AFS_SUPER_MAGIC,
-                              CEPH_SUPER_MAGIC, CODA_SUPER_MAGIC, 0x01161970 /* GFS2 */,
-                              0x0BD00BD0 /* Lustre */, 0x47504653 /* GPFS */};
+  constexpr long kShared[] = {
+      NFS_SUPER_MAGIC,  SMB_SUPER_MAGIC,  CIFS_SUPER_MAGIC,      SMB2_SUPER_MAGIC,
+      V9FS_MAGIC,       FUSE_SUPER_MAGIC, OCFS2_SUPER_MAGIC,     AFS_SUPER_MAGIC,
+      CEPH_SUPER_MAGIC, CODA_SUPER_MAGIC, 0x01161970 /* GFS2 */, 0x0BD00BD0 /* Lustre */,
+      0x47504653 /* GPFS */};
   for (const long magic : kShared) {
     if (static_cast<std::uint32_t>(state.f_type) == static_cast<std::uint32_t>(magic)) return true;
   }
@@ -114,8 +115,7 @@ bool IsSettled(const DirectoryStamp& stamp) {
   return age > kTickNanoseconds;
 }
 
-bool ListDirectory(std::string_view path,
-                   const std::function<void(const DirectoryName&)>& visit) {
+bool ListDirectory(std::string_view path, const std::function<void(const DirectoryName&)>& visit) {
   const OpenDirectory directory(opendir(SystemPath(path).c_str()));
   if (!directory) return FailWithErrno();
   for (;;) {

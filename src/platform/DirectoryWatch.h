@@ -36,8 +36,8 @@ struct FileStamp {
 // Whether the stamp, read just now, is old enough that a later change must give another one.
 [[nodiscard]] bool IsSettled(const DirectoryStamp& stamp);
 
-// One name of a directory: a regular file with its size, or a directory. Symbolic links are followed
-// to files and never to directories.
+// One name of a directory: a regular file with its size, or a directory. Symbolic links are
+// followed to files and never to directories.
 struct DirectoryName {
   std::string_view name;
   bool isDirectory = false;

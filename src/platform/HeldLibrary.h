@@ -1,8 +1,8 @@
 // HeldLibrary.h -- a library that one thread may unload while others are inside it.
 //
 // A caller holds the library for the length of its call. Unload takes it away from everybody who
-// comes later and lets go of it when the last holder does, so no call ever returns into code that is
-// gone.
+// comes later and lets go of it when the last holder does, so no call ever returns into code that
+// is gone.
 #pragma once
 
 #include <memory>
@@ -21,8 +21,7 @@ class HeldLibrary {
   // nothing is loaded and LastError tells why.
   bool Load(std::string_view directory, std::string_view name, std::string* why = nullptr) {
     Library library = Library::Load(directory, name, why);
-    auto next =
-        library.IsLoaded() ? std::make_shared<const Library>(std::move(library)) : nullptr;
+    auto next = library.IsLoaded() ? std::make_shared<const Library>(std::move(library)) : nullptr;
     Exchange(next);
     return next != nullptr;
   }

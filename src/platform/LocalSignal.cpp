@@ -43,9 +43,8 @@ bool SendLocalSignal(std::string_view path, std::string_view bytes) {
   std::memcpy(address.sun_path, systemPath.c_str(), systemPath.size() + 1);
   const int descriptor = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
   if (descriptor < 0) return FailWithErrno();
-  const ssize_t sent =
-      sendto(descriptor, bytes.data(), bytes.size(), MSG_DONTWAIT | MSG_NOSIGNAL,
-             reinterpret_cast<const sockaddr*>(&address), sizeof address);
+  const ssize_t sent = sendto(descriptor, bytes.data(), bytes.size(), MSG_DONTWAIT | MSG_NOSIGNAL,
+                              reinterpret_cast<const sockaddr*>(&address), sizeof address);
   const bool done = sent == static_cast<ssize_t>(bytes.size()) || FailToSend();
   close(descriptor);
   return done;

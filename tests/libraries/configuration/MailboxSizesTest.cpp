@@ -38,13 +38,15 @@ std::string Bytes(std::size_t size) { return std::string(size, 'x'); }
 class Mailbox {
  public:
   Mailbox(std::string root, unsigned seed) : root_(std::move(root)), random_(seed) {
-    for (const char* folder : {"Inbox", "Sent", "Archive/2025"}) fs::create_directories(Path(folder));
+    for (const char* folder : {"Inbox", "Sent", "Archive/2025"})
+      fs::create_directories(Path(folder));
   }
 
   void Step() {
     static constexpr void (Mailbox::*kSteps[])() = {
-        &Mailbox::Add,    &Mailbox::Add,  &Mailbox::Link,      &Mailbox::Delete,      &Mailbox::Move,
-        &Mailbox::Rewrite, &Mailbox::Flag, &Mailbox::AddFolder, &Mailbox::RemoveFolder, &Mailbox::MoveFolder};
+        &Mailbox::Add,          &Mailbox::Add,       &Mailbox::Link, &Mailbox::Delete,
+        &Mailbox::Move,         &Mailbox::Rewrite,   &Mailbox::Flag, &Mailbox::AddFolder,
+        &Mailbox::RemoveFolder, &Mailbox::MoveFolder};
     (this->*kSteps[random_() % std::size(kSteps)])();
   }
 
@@ -143,7 +145,8 @@ TEST(MailboxSizes, ADeliveryIntoTwentyThousandMessagesListsNothing) {
   EXPECT_EQ(first, 2u) << "the mailbox and its Inbox, once";
   for (std::uint64_t i = 1; i <= 300; ++i) {
     WriteBytes(directory / ("Inbox/_" + std::to_string(i)), "1234567");
-    fs::rename(directory / ("Inbox/_" + std::to_string(i)), directory / ("Inbox/n" + std::to_string(i)));
+    fs::rename(directory / ("Inbox/_" + std::to_string(i)),
+               directory / ("Inbox/n" + std::to_string(i)));
     ASSERT_EQ(sizes.BytesOf(directory.Path()), 100'000u + 7 * i);
   }
   for (std::uint64_t i = 0; i < 300; ++i) {
@@ -159,7 +162,8 @@ TEST(MailboxSizes, AnUnchangedMailboxCostsNoListingWithoutWatchesEither) {
   fs::create_directories(directory / "Inbox");
   WriteBytes(directory / "Inbox/a.MAI", "12345");
   for (const char* folder : {"", "Inbox"}) {
-    fs::last_write_time(directory / folder, fs::file_time_type::clock::now() - std::chrono::hours(1));
+    fs::last_write_time(directory / folder,
+                        fs::file_time_type::clock::now() - std::chrono::hours(1));
   }
   MailboxSizes sizes(false);
   // The change time can't be set back: measured until it is old enough to be trusted.
@@ -178,9 +182,9 @@ TEST(MailboxSizes, SeesWhatAnotherProcessDoes) {
   WriteBytes(directory / "Inbox/old.MAI", Bytes(100));
   MailboxSizes sizes;
   ASSERT_EQ(sizes.BytesOf(directory.Path()), 100u);
-  const std::string script =
-      "cd '" + directory.Path() +
-      "' && printf 12345 > Inbox/new.MAI && rm Inbox/old.MAI && mkdir Sent && printf 1 > Sent/s.MAI";
+  const std::string script = "cd '" + directory.Path() +
+                             "' && printf 12345 > Inbox/new.MAI && rm Inbox/old.MAI && mkdir Sent "
+                             "&& printf 1 > Sent/s.MAI";
   ASSERT_EQ(test::RunProgram({"/bin/sh", "-c", script}).exitCode, 0);
   EXPECT_EQ(sizes.BytesOf(directory.Path()), 6u);
   EXPECT_EQ(sizes.Listings(), 3u) << "the mailbox, its Inbox and the new folder, each once";

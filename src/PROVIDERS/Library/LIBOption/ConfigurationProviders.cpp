@@ -54,7 +54,7 @@ bool LoadConfigurationProvider(const char* libraryName) {
   Provider* provider = FindProvider(libraryName);
   if (provider == nullptr) return false;
   char directory[1024];
-  GetLibraryDirectory(directory, sizeof directory);
+  settings::GetLibraryDirectory(directory, sizeof directory);
   return provider->library.Load(directory, provider->name);
 }
 
@@ -70,9 +70,8 @@ bool IsExportPresent(const char* libraryName, const char* exportName) {
 }
 
 std::int32_t PostofficeGet(PostofficeRecord& record) {
-  const std::int32_t result = ReportAndRethrow("PostofficeGet", CV_HERE, [&] {
-    return Call(postofficeProvider, "PostofficeGet", record);
-  });
+  const std::int32_t result = ReportAndRethrow(
+      "PostofficeGet", CV_HERE, [&] { return Call(postofficeProvider, "PostofficeGet", record); });
   EndText(record.Postoffice);
   return result;
 }

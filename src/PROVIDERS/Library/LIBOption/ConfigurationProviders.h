@@ -1,5 +1,5 @@
-// ConfigurationProviders.h -- postoffices, mailboxes, groups, domains and address maps, asked of the
-// provider libraries CVAIPO.DLL, CVAISM.DLL and CVAIAM.DLL.
+// ConfigurationProviders.h -- postoffices, mailboxes, groups, domains and address maps, asked of
+// the provider libraries CVAIPO.DLL, CVAISM.DLL and CVAIAM.DLL.
 //
 // The libraries are loaded at start. Each call looks its export up anew and answers 0 when the
 // library or the export is missing. Any thread; a library may be unloaded while calls run: those

@@ -38,7 +38,7 @@ bool InitializeOptionProvider() {
   return ReportAndRethrow("InitializeOptionProvider", CV_HERE, [] {
     if (optionLibrary.Hold()) return true;
     char directory[1024];
-    GetLibraryDirectory(directory, sizeof directory);
+    settings::GetLibraryDirectory(directory, sizeof directory);
     return optionLibrary.Load(directory, kOptionProvider);
   });
 }

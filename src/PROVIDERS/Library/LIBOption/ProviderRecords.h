@@ -1,4 +1,5 @@
-// ProviderRecords.h -- the plain records that pass between the connector and the provider libraries.
+// ProviderRecords.h -- the plain records that pass between the connector and the provider
+// libraries.
 //
 // Caller and library fill one record between them. Natural alignment, fields in this order, texts
 // NUL-terminated bytes; a text too long for its field is cut. Anybody may write a library of their
@@ -58,8 +59,8 @@ struct AddressMapRecord {
 // What a record of its kind may not be: moved, padded or given a constructor.
 template <typename Record, std::size_t kSize>
 inline constexpr bool kIsPlainRecord =
-    sizeof(Record) == kSize && alignof(Record) <= 4 && std::is_trivial_v<Record> &&
-    std::is_standard_layout_v<Record>;
+    sizeof(Record) == kSize &&
+    alignof(Record) <= 4 && std::is_trivial_v<Record>&& std::is_standard_layout_v<Record>;
 static_assert(kIsPlainRecord<PostofficeRecord, 136>);
 static_assert(kIsPlainRecord<MailboxRecord, 720>);
 static_assert(kIsPlainRecord<GroupRecord, 1412>);

@@ -29,7 +29,7 @@ void Report(const std::string& text) {
 std::int32_t BindRemoteNotification() {
   if (!notificationLibrary.Hold()) {
     char directory[1024];
-    GetLibraryDirectory(directory, sizeof directory);
+    settings::GetLibraryDirectory(directory, sizeof directory);
     if (!notificationLibrary.Load(directory, kNotificationProvider)) {
       Report(
           "Notification Library CVAINFY.DLL could not be loaded. RPC notifications cannot be "

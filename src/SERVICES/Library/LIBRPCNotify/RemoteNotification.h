@@ -10,8 +10,8 @@ namespace corvane {
 
 inline constexpr const char* kNotificationProvider = "CVAINFY.DLL";
 
-// Loads the library if it isn't loaded yet and looks its entry up. 1 when bound; otherwise 0 with an
-// entry in the event log.
+// Loads the library if it isn't loaded yet and looks its entry up. 1 when bound; otherwise 0 with
+// an entry in the event log.
 std::int32_t BindRemoteNotification();
 [[nodiscard]] bool IsRemoteNotificationBound();
 void UnbindRemoteNotification();

@@ -39,7 +39,7 @@ Binding& binding = *new Binding;
 
 std::shared_ptr<const BoundLibrary> Bind() {
   char directory[1024];
-  GetLibraryDirectory(directory, sizeof directory);
+  settings::GetLibraryDirectory(directory, sizeof directory);
   platform::Library library = platform::Library::Load(directory, kStoreProvider);
   if (!library.IsLoaded()) return nullptr;
   return std::make_shared<const BoundLibrary>(std::move(library));

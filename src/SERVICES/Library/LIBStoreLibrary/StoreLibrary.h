@@ -38,8 +38,8 @@ class BoundLibrary;
 [[nodiscard]] void* Slot(const BoundLibrary& library, StoreExport slot);
 
 template <typename Argument>
-inline constexpr bool kPassesToC = std::is_pointer_v<Argument> || std::is_integral_v<Argument> ||
-                                   std::is_null_pointer_v<Argument>;
+inline constexpr bool kPassesToC =
+    std::is_pointer_v<Argument> || std::is_integral_v<Argument> || std::is_null_pointer_v<Argument>;
 
 // Calls an export with the arguments as they stand; 0 when it isn't there.
 template <typename Result, typename... Arguments>
@@ -55,10 +55,10 @@ Result Forward(StoreExport slot, Arguments... arguments) {
 
 // The wrappers of the exports that the connector itself doesn't call. Their parameters are the
 // library's business: the types of the arguments are the types that it is called with.
-#define CORVANE_STORE_WRAPPER(name, result)                              \
-  template <typename... Arguments>                                       \
-  result Lib_##name(Arguments... arguments) {                            \
-    return store::Forward<result>(StoreExport::name, arguments...);      \
+#define CORVANE_STORE_WRAPPER(name, result)                         \
+  template <typename... Arguments>                                  \
+  result Lib_##name(Arguments... arguments) {                       \
+    return store::Forward<result>(StoreExport::name, arguments...); \
   }
 #define CORVANE_STORE_NO_WRAPPER(name)
 CORVANE_STORE_EXPORTS(CORVANE_STORE_WRAPPER, CORVANE_STORE_NO_WRAPPER)
