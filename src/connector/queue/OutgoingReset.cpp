@@ -97,17 +97,20 @@ platform::File OpenToRewrite(const std::string& path) {
   }
 }
 
+bool PutText(platform::File& held, const std::string& path, const std::string& text) {
+  auto next = platform::WholeFile::Create(path);
+  return next && next.Write(text) &&
+         next.CommitOver(held, platform::kShareNone,
+                         DeliveryDurability(platform::Durability::kDataAndName));
+}
+
 // Rewrites the file from what it holds now: between the first look and the claim it may have
 // changed hands.
 bool Rewrite(const std::string& path, std::string_view serverName, std::uint32_t resetMinutes) {
   auto held = OpenToRewrite(path);
   if (!held) return platform::LastError() == platform::kErrorFileNotFound;
   const auto reset = ReadReset(held, serverName, resetMinutes);
-  if (!reset || !reset->qualifies) return true;
-  auto next = platform::WholeFile::Create(path);
-  return next && next.Write(reset->text) &&
-         next.CommitOver(held, platform::kShareNone,
-                         DeliveryDurability(platform::Durability::kDataAndName));
+  return !reset || !reset->qualifies || PutText(held, path, reset->text);
 }
 
 }  // namespace
