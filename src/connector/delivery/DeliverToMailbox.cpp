@@ -14,6 +14,7 @@
 #include "connector/queue/QueuePaths.h"
 #include "connector/queue/SetMessageHeader.h"
 #include "connector/settings/Settings.h"
+#include "platform/Clock.h"
 #include "platform/Error.h"
 #include "platform/FileSystem.h"
 #include "platform/Path.h"
@@ -30,8 +31,8 @@ struct Delivery {
   const std::string& postoffice;
   const std::string& recipientItem;
   MailboxRecord record{};
-  std::string source;
-  std::string root;
+  std::string source{};
+  std::string root{};
   std::string folder = kInbox;
   std::uint32_t messageKb = 0;
 

@@ -103,7 +103,7 @@ TEST_F(OutgoingCommandFileTest, WritingWaitsForAHolderTenTimes) {
 }
 
 TEST_F(OutgoingCommandFileTest, TextsThatAreNoCommandFileAreRefused) {
-  for (const std::string text :
+  for (const std::string& text :
        {std::string(), std::string("Status=Unsent"), std::string(5, '\0')}) {
     test::WriteBytes(Path(), text);
     EXPECT_EQ(ReadOutgoingCommandFile(message_), 0);
