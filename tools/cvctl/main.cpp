@@ -5,6 +5,7 @@
 #include <string>
 
 #include "cvctl/Command.h"
+#include "cvctl/ConfigurationCommands.h"
 #include "cvctl/QueueCommands.h"
 
 namespace corvane::cvctl {
@@ -24,6 +25,12 @@ int Fail(int code, const std::string& message) {
 int Run(int argc, char** argv) {
   CLI::App app{"The administrator's tool of the Corvane Postoffice Connector", "cvctl"};
   app.require_subcommand(1);
+  AddInitCommand(app);
+  AddPostofficeCommands(app);
+  AddMailboxCommands(app);
+  AddGroupCommands(app);
+  AddDomainCommands(app);
+  AddOptionCommands(app);
   AddQueueCommands(app);
   try {
     app.parse(argc, argv);
