@@ -5,6 +5,7 @@
 #include <string>
 
 #include "cvctl/Command.h"
+#include "cvctl/SettingsCommands.h"
 
 namespace corvane::cvctl {
 
@@ -23,6 +24,7 @@ int Fail(int code, const std::string& message) {
 int Run(int argc, char** argv) {
   CLI::App app{"The administrator's tool of the Corvane Postoffice Connector", "cvctl"};
   app.require_subcommand(1);
+  AddSettingsCommands(app);
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp& help) {
