@@ -7,6 +7,7 @@
 #include "cvctl/Command.h"
 #include "cvctl/ConfigurationCommands.h"
 #include "cvctl/QueueCommands.h"
+#include "cvctl/SettingsCommands.h"
 
 namespace corvane::cvctl {
 
@@ -32,6 +33,7 @@ int Run(int argc, char** argv) {
   AddDomainCommands(app);
   AddOptionCommands(app);
   AddQueueCommands(app);
+  AddSettingsCommands(app);
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp& help) {
