@@ -27,6 +27,7 @@ namespace {
 
 constexpr const char* kConnector = "SF";
 constexpr std::size_t kPieceBytes = 65536;
+constexpr char kBracketGuard = '\x1f';
 
 // What the commands below are given.
 struct QueueOptions {
@@ -48,7 +49,13 @@ struct QueueOptions {
   throw Failure(kTrouble, what + ": " + platform::ErrorText(platform::LastError()));
 }
 
-std::string CheckedItem(const std::string& item) {
+std::string Unguarded(std::string word) {
+  if (word.ends_with(kBracketGuard)) word.pop_back();
+  return word;
+}
+
+std::string CheckedItem(const std::string& word) {
+  const std::string item = Unguarded(word);
   const bool bracketed = item.starts_with('[') && item.ends_with(']');
   const std::size_t slash = item.find('/');
   if (!bracketed && (slash == std::string::npos || slash == 0 || slash + 1 == item.size())) {
@@ -97,7 +104,7 @@ void Submit(const QueueOptions& options) {
   ConnectorMessage message;
   SetText(message.Connector, kConnector);
   SetText(message.MessageID, NewMessageId());
-  const std::string sender = SenderItem(options.from);
+  const std::string sender = SenderItem(Unguarded(options.from));
   if (sender.size() >= sizeof(message.Sender)) throw Failure(kUsage, "the sender is too long");
   SetText(message.Sender, sender);
   for (const std::string& item : options.to) {
@@ -109,7 +116,7 @@ void Submit(const QueueOptions& options) {
   SetText(message.Priority, "Normal");
   SetText(message.Status, "Unsent");
   LoadInstallation();
-  WriteMessageFile(options.file, OutgoingMessagePath(kConnector, message.MessageID));
+  WriteMessageFile(Unguarded(options.file), OutgoingMessagePath(kConnector, message.MessageID));
   if (WriteOutgoingCommandFile(message) != 1) {
     const std::int32_t error = platform::LastError();
     DeleteOutgoingMessageFile(message);
@@ -274,6 +281,15 @@ void AddInbound(CLI::App* command, QueueOptions& options) {
 }
 
 }  // namespace
+
+std::vector<std::string> GuardedWords(int argc, const char* const* argv) {
+  std::vector<std::string> words(argv + 1, argv + argc);
+  if (words.size() < 2 || words[0] != "queue" || words[1] != "submit") return words;
+  for (std::string& word : words) {
+    if (word.starts_with('[') && word.ends_with(']')) word += kBracketGuard;
+  }
+  return words;
+}
 
 void AddQueueCommands(CLI::App& app) {
   auto options = std::make_shared<QueueOptions>();

@@ -1,8 +1,11 @@
 // main.cpp -- cvctl, the administrator's tool: builds the command line and ends with the exit code
 // of the command.
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "cvctl/Command.h"
 #include "cvctl/ConfigurationCommands.h"
@@ -35,7 +38,10 @@ int Run(int argc, char** argv) {
   AddQueueCommands(app);
   AddSettingsCommands(app);
   try {
-    app.parse(argc, argv);
+    // The parser takes the words of a vector from the end.
+    std::vector<std::string> words = GuardedWords(argc, argv);
+    std::reverse(words.begin(), words.end());
+    app.parse(std::move(words));
   } catch (const CLI::CallForHelp& help) {
     return app.exit(help);
   } catch (const CLI::CallForAllHelp& help) {

@@ -71,6 +71,8 @@ std::string_view SenderAddress(std::string_view sender) {
 
 RecipientWalker::RecipientWalker(std::string_view list) : list_(list) {
   if (list.empty()) return;
+  const std::size_t last = list.find_last_not_of(';');
+  end_ = last == kNone ? 0 : last + 1;
   const auto separators = std::count(list.begin() + 1, list.end(), ';');
   count_ = std::min(static_cast<std::size_t>(separators) + 1, kMaximumItems);
 }
@@ -85,8 +87,6 @@ std::optional<std::string_view> RecipientWalker::Next() {
   return item;
 }
 
-bool RecipientWalker::HasMore() const {
-  return given_ < count_ && list_.find_first_not_of(';', at_) != kNone;
-}
+bool RecipientWalker::HasMore() const { return given_ < count_ && at_ < end_; }
 
 }  // namespace corvane

@@ -61,6 +61,7 @@ class RecipientWalker {
   std::size_t count_ = 0;
   std::size_t given_ = 0;
   std::size_t at_ = 0;
+  std::size_t end_ = 0;  // behind the last item that is not empty
 };
 
 }  // namespace corvane
