@@ -25,10 +25,10 @@ enum class EditResult : std::uint8_t {
 
 // What a change sets; the rest stays.
 struct MailboxChange {
-  std::optional<std::int32_t> status;
-  std::optional<std::optional<std::uint32_t>> quota;  // KB; an empty inner value takes it away
-  std::optional<std::string> redirect;
-  std::optional<std::int32_t> redirectStatus;
+  std::optional<std::int32_t> status = {};
+  std::optional<std::optional<std::uint32_t>> quota = {};  // KB; an empty inner value takes it away
+  std::optional<std::string> redirect = {};
+  std::optional<std::int32_t> redirectStatus = {};
 };
 
 using platform::Database;
