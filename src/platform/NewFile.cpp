@@ -93,7 +93,7 @@ std::int32_t NewFile::Make(const std::string& target, NewFile* file) {
 }
 
 std::int32_t NewFile::PlaceNew() {
-  if (temporary_.empty()) return Result(sys::LinkDescriptor(descriptor_.Get(), target_));
+  if (temporary_.empty()) return Result(sys::Link(descriptor_.Get(), target_));
   const std::int32_t error = Result(sys::RenameToNew(temporary_, target_));
   if (error == 0) temporary_.clear();
   return error;
@@ -102,10 +102,10 @@ std::int32_t NewFile::PlaceNew() {
 std::int32_t NewFile::PlaceOver() {
   if (temporary_.empty()) {
     const std::string temporary = TemporaryName(target_);
-    int linked = sys::LinkDescriptor(descriptor_.Get(), temporary);
+    int linked = sys::Link(descriptor_.Get(), temporary);
     if (linked != 0 && errno == EEXIST) {
       linked = sys::Unlink(temporary);
-      if (linked == 0) linked = sys::LinkDescriptor(descriptor_.Get(), temporary);
+      if (linked == 0) linked = sys::Link(descriptor_.Get(), temporary);
     }
     if (linked != 0) return ErrorFromErrno(errno);
     temporary_ = temporary;
