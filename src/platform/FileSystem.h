@@ -53,6 +53,10 @@ bool RemoveTree(std::string_view path);
 // whoever comes while one is under way waits for the next, and that one serves all who came.
 [[nodiscard]] bool FlushDirectory(std::string_view path);
 
+// Makes everything of the file system that holds `path` durable. Cheaper than many flushes, and as
+// dear as what others have written there.
+[[nodiscard]] bool FlushFileSystem(std::string_view path);
+
 [[nodiscard]] bool SetLastWriteTime(std::string_view path, std::int64_t seconds,
                                     std::int32_t nanoseconds = 0);
 // Creation times that somebody sets are kept in an attribute of the file, which a copy doesn't

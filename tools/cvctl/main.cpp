@@ -5,6 +5,9 @@
 #include <string>
 
 #include "cvctl/Command.h"
+#include "cvctl/ConfigurationCommands.h"
+#include "cvctl/QueueCommands.h"
+#include "cvctl/SettingsCommands.h"
 
 namespace corvane::cvctl {
 
@@ -23,6 +26,14 @@ int Fail(int code, const std::string& message) {
 int Run(int argc, char** argv) {
   CLI::App app{"The administrator's tool of the Corvane Postoffice Connector", "cvctl"};
   app.require_subcommand(1);
+  AddInitCommand(app);
+  AddPostofficeCommands(app);
+  AddMailboxCommands(app);
+  AddGroupCommands(app);
+  AddDomainCommands(app);
+  AddOptionCommands(app);
+  AddQueueCommands(app);
+  AddSettingsCommands(app);
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp& help) {
