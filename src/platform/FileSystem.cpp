@@ -33,6 +33,7 @@ File OpenSource(std::string_view path) {
 std::int32_t LinkOver(int source, const std::string& target) {
   ClaimedFile old;
   std::int32_t error = OpenForDeletion(target, &old);
+  if (error == 0 && !old.mayWrite) error = kErrorAccessDenied;
   if (error != 0) return error;
   const std::string temporary = TemporaryName(target);
   error = Result(sys::Link(source, temporary));
