@@ -17,9 +17,11 @@
 #include "connector/service/Worker.h"
 #include "connector/settings/ProcessState.h"
 #include "connector/settings/Settings.h"
+#include "connector/settings/SettingsCheck.h"
 #include "platform/Clock.h"
 #include "platform/FileSystem.h"
 #include "platform/Machine.h"
+#include "platform/SettingsStore.h"
 #include "platform/Thread.h"
 
 namespace corvane {
@@ -33,6 +35,16 @@ bool Stopping() { return settings::StopFlag().load() != 0; }
 
 void WriteCounter(const settings::DwordSetting& counter, std::int64_t value) {
   WriteStatistic(counter, static_cast<std::uint32_t>(value));
+}
+
+// What looks wrong in the settings: told once, in the way of nothing.
+void ReportSettings() {
+  auto& store = platform::SettingsStore::Default();
+  for (const std::string& line : settings::CheckSettings(store))
+    LogDebug("Settings: " + line + "\n");
+  if (store.Readable()) return;
+  ReportToEventLog(kReportError, kReportSource, "", kConnectorEventId,
+                   "The settings can't be read: " + store.ErrorText() + "\n");
 }
 
 class Poller {
@@ -69,6 +81,7 @@ void Poller::Start() {
   WriteCounter(settings::kServiceStart, platform::NowSeconds());
   serverName_ = platform::ComputerName();
   LogDebugF("Initialised Postoffice Connector on %s\n", serverName_.c_str());
+  ReportSettings();
   role_.Load(kServiceName);
   SetText(message_.Connector, kServiceName);
   directory_ = OutgoingDirectory(kServiceName);
