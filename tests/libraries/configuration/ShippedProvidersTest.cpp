@@ -107,8 +107,7 @@ class ShippedProviders : public ::testing::Test {
  protected:
   static void SetUpTestSuite() {
     static const test::TemporaryDirectory directory;
-    fs::permissions(directory.Path(), fs::perms::others_read | fs::perms::others_exec,
-                    fs::perm_options::add);
+    fs::permissions(directory.Path(), fs::perms::all);
     setenv("CORVANE_SETTINGS", (directory / "settings.db").c_str(), 1);
     platform::SettingsStore::UsePath(directory / "settings.db");
     Set("Application Directory", test::ShippedLibraries());
@@ -357,9 +356,9 @@ TEST_F(ShippedProviders, ALockedStoreIsUnreachableWhileItIsLocked) {
 
 TEST_F(ShippedProviders, AStoreThatMayOnlyBeReadIsRead) {
   FillStore();
-  fs::permissions(StorePath(), fs::perms::owner_read | fs::perms::others_read);
-  fs::permissions(directory_.Path(), fs::perms::owner_read | fs::perms::owner_exec |
-                                         fs::perms::others_read | fs::perms::others_exec);
+  ASSERT_EQ(AskPostoffice("acme"), 1);
+  fs::permissions(StorePath(), fs::perms{0444});
+  fs::permissions(directory_.Path(), fs::perms{0555});
   {
     const test::AsNobody nobody;
     EXPECT_EQ(AskPostoffice("acme"), 1);
