@@ -34,7 +34,7 @@ struct Meeting {
 
 std::mutex mutex;
 std::map<std::string, Meeting>& Meetings() {
-  static std::map<std::string, Meeting> meetings;
+  static auto& meetings = *new std::map<std::string, Meeting>;  // outlives every thread
   return meetings;
 }
 

@@ -16,7 +16,7 @@ struct Plan {
 };
 
 Plan& ThePlan() {
-  static Plan plan;
+  static Plan& plan = *new Plan;
   return plan;
 }
 

@@ -20,6 +20,13 @@ bool FailWith(std::int32_t error) {
   return false;
 }
 
+std::nullopt_t Nothing(std::int32_t error) {
+  SetLastError(error);
+  return std::nullopt;
+}
+
+constexpr std::size_t kFirstReadBytes = 8192;
+
 }  // namespace
 
 File::~File() { Close(); }
@@ -61,28 +68,21 @@ bool File::Write(std::string_view bytes) {
 }
 
 std::optional<std::string> File::ReadAll(std::uint64_t limit) {
-  struct stat state = {};
-  if (fstat(descriptor_, &state) != 0) {
-    FailWithErrno();
-    return std::nullopt;
-  }
-  const auto size = static_cast<std::uint64_t>(state.st_size);
-  std::string bytes;
-  // One byte more than is there, so that one read shows that the file has ended.
-  constexpr std::size_t kStep = 65536;
+  if (IsOpen() && access_ == Access::kWrite) return Nothing(kErrorAccessDenied);
+  // A small file is read with one call: a file gives less than asked for at its end only.
+  std::string bytes(kFirstReadBytes, '\0');
   std::size_t have = 0;
-  bytes.resize(static_cast<std::size_t>(std::min(size, limit)) + 1);
-  if (!Seek(0)) return std::nullopt;
   for (;;) {
-    if (have == bytes.size()) bytes.resize(have + kStep);
-    const std::int64_t got = Read(bytes.data() + have, bytes.size() - have);
-    if (got < 0) return std::nullopt;
+    const std::int64_t got = sys::ReadAt(descriptor_, have, &bytes[have], bytes.size() - have);
+    if (got < 0) return Nothing(ErrorFromErrno(errno));
     have += static_cast<std::size_t>(got);
-    if (have > limit) {
-      FailWith(kErrorNotEnoughMemory);
-      return std::nullopt;
-    }
-    if (got == 0 || (have == size && have < bytes.size())) break;
+    if (have > limit) return Nothing(kErrorNotEnoughMemory);
+    if (have < bytes.size()) break;
+    struct stat state = {};
+    if (fstat(descriptor_, &state) != 0) return Nothing(ErrorFromErrno(errno));
+    const auto size = static_cast<std::uint64_t>(state.st_size);
+    if (size > limit) return Nothing(kErrorNotEnoughMemory);
+    bytes.resize(std::max<std::size_t>(size + 1, have + kFirstReadBytes));
   }
   bytes.resize(have);
   return bytes;

@@ -30,9 +30,10 @@ File OpenSource(std::string_view path) {
   return File::Open(path, Access::kRead, kShareAll, Disposition::kOpenExisting);
 }
 
-std::int32_t LinkOver(const std::string& source, const std::string& target) {
+std::int32_t LinkOver(int source, const std::string& target) {
   ClaimedFile old;
   std::int32_t error = OpenForDeletion(target, &old);
+  if (error == 0 && !old.mayWrite) error = kErrorAccessDenied;
   if (error != 0) return error;
   const std::string temporary = TemporaryName(target);
   error = Result(sys::Link(source, temporary));
@@ -42,16 +43,17 @@ std::int32_t LinkOver(const std::string& source, const std::string& target) {
   }
   if (error != 0) return error;
   error = Result(sys::Rename(temporary, target));
-  // It is still there when the target was the same file already, or the rename failed.
-  sys::CleanUp(temporary);
+  if (error != 0) sys::CleanUp(temporary);
   return error;
 }
 
-std::int32_t LinkAt(const std::string& source, const std::string& target, bool replace) {
+std::int32_t LinkAt(int source, const std::string& target) {
   if (sys::Link(source, target) == 0) return 0;
   // A file system without links, or a file with as many as it can have.
   if (errno == EPERM || errno == EMLINK || errno == EOPNOTSUPP) return kErrorNotSameDevice;
-  if (errno != EEXIST || !replace) return ErrorFromErrno(errno);
+  if (errno != EEXIST) return ErrorFromErrno(errno);
+  struct stat state = {};
+  if (fstat(source, &state) == 0 && sys::NamesDescriptor(target, state)) return 0;
   const std::int32_t error = LinkOver(source, target);
   return IsNotThere(error) ? Result(sys::Link(source, target)) : error;
 }
@@ -99,11 +101,10 @@ bool CopyFile(std::string_view from, std::string_view to, bool replace, bool dur
 bool LinkFile(std::string_view from, std::string_view to, bool durable) {
   const File source = OpenSource(from);
   if (!source) return false;
-  const std::string name = ResolvePath(from);
   std::string placed;
   std::int32_t error = OnCreationPath(to, [&](const std::string& target) {
     placed = target;
-    return LinkAt(name, target, true);
+    return LinkAt(source.Descriptor(), target);
   });
   if (error == 0 && durable) error = FlushSystemDirectory(DirectoryOf(placed));
   return Succeeded(error);

@@ -181,7 +181,7 @@ class ListingCache {
 };
 
 ListingCache& TheListings() {
-  static ListingCache cache;
+  static ListingCache& cache = *new ListingCache;  // outlives every thread
   return cache;
 }
 
@@ -225,7 +225,7 @@ class RememberedSpellings {
 };
 
 RememberedSpellings& TheSpellings() {
-  static RememberedSpellings spellings;
+  static RememberedSpellings& spellings = *new RememberedSpellings;
   return spellings;
 }
 

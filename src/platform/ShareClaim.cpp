@@ -21,9 +21,10 @@ constexpr unsigned kWhole = 0x3F;
 constexpr unsigned kGate = 1U << 6;
 constexpr int kByteCount = 7;
 
-// How often a conflict is looked at again that may be passing: a name being removed, an opener that
-// is about to withdraw.
+// How often something is tried again that others hold for a few system calls only: the gate, a
+// name that is being removed; and a conflict with an opener that is about to withdraw.
 constexpr int kPatience = 64;
+constexpr int kLooksBehindGate = 16;
 
 // The bytes of a claim, and those that nobody else may hold beside it.
 struct Bytes {
@@ -148,16 +149,13 @@ std::int32_t TakeShared(int descriptor, const Bytes& bytes, bool mayWrite) {
   if (outcome == Outcome::kMet) {
     Set(descriptor, F_UNLCK, kWhole);
     Gate gate(descriptor, mayWrite);
-    for (int attempt = 0; outcome == Outcome::kMet && attempt < kPatience; ++attempt) {
-      if (attempt > 0) sched_yield();
+    for (int look = 0; outcome == Outcome::kMet && look < kLooksBehindGate; ++look) {
+      if (look > 0) sched_yield();
       outcome = PlaceAndLook(descriptor, bytes);
     }
-    if (outcome == Outcome::kTaken) return 0;
   }
-  const std::int32_t error =
-      outcome == Outcome::kFailed ? ErrorFromErrno(errno) : kErrorSharingViolation;
-  Set(descriptor, F_UNLCK, kWhole);
-  return error;
+  if (outcome == Outcome::kTaken) return 0;
+  return outcome == Outcome::kFailed ? ErrorFromErrno(errno) : kErrorSharingViolation;
 }
 
 }  // namespace
@@ -176,10 +174,16 @@ std::int32_t Relax(int descriptor, Access access, Share share) {
 
 std::int32_t TakeDeletion(int descriptor, bool mayWrite) {
   if (mayWrite) return TakeExclusive(descriptor, kDenyDelete);
-  return TakeShared(descriptor, {kAccessDelete, kDenyDelete}, mayWrite);
+  if (!Set(descriptor, F_RDLCK, kAccessDelete)) {
+    return IsConflict(errno) ? kErrorSharingViolation : ErrorFromErrno(errno);
+  }
+  if (!OthersHold(descriptor, kDenyDelete)) return 0;
+  Set(descriptor, F_UNLCK, kAccessDelete);
+  return kErrorSharingViolation;
 }
 
 void DropDeletion(int descriptor, Share share) {
+  Set(descriptor, F_UNLCK, kAccessDelete);
   Set(descriptor, share.remove ? F_UNLCK : F_RDLCK, kDenyDelete);
 }
 

@@ -24,7 +24,8 @@
 namespace corvane::platform::claim {
 
 // Exclusive locks need a descriptor that may write; without one (`mayWrite` false) kShareNone is
-// made of shared locks too. The descriptor must be able to read.
+// made of shared locks too. The descriptor must be able to read; after a failure it is to be
+// closed.
 [[nodiscard]] std::int32_t Take(int descriptor, Access access, Share share, bool mayWrite);
 
 // From more to fewer forbidden uses, without a moment in which the file is free.

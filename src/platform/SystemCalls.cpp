@@ -64,6 +64,10 @@ std::int64_t Read(int descriptor, void* buffer, std::size_t size) {
   return Repeat([&] { return read(descriptor, buffer, size); });
 }
 
+std::int64_t ReadAt(int descriptor, std::uint64_t position, void* buffer, std::size_t size) {
+  return Repeat([&] { return pread(descriptor, buffer, size, static_cast<off_t>(position)); });
+}
+
 std::int64_t Write(int descriptor, const void* bytes, std::size_t size) {
   if (fault::Meet(FileCall::kWrite)) return -1;
   return Repeat([&] { return write(descriptor, bytes, size); });
@@ -95,12 +99,7 @@ int FlushDirectory(int descriptor) {
   return Repeat([&] { return fsync(descriptor); });
 }
 
-int Link(const std::string& from, const std::string& to) {
-  if (fault::Meet(FileCall::kLink)) return -1;
-  return linkat(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), AT_SYMLINK_FOLLOW);
-}
-
-int LinkDescriptor(int descriptor, const std::string& to) {
+int Link(int descriptor, const std::string& to) {
   if (fault::Meet(FileCall::kLink)) return -1;
   // The direct way needs a capability on older kernels; what they say then is ENOENT.
   static std::atomic<bool> direct{true};

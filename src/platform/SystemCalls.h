@@ -39,6 +39,8 @@ class Descriptor {
 // O_CLOEXEC and O_NOCTTY are added. Counted as a changing call when it may make a file.
 [[nodiscard]] int Open(const std::string& path, int flags);
 [[nodiscard]] std::int64_t Read(int descriptor, void* buffer, std::size_t size);
+[[nodiscard]] std::int64_t ReadAt(int descriptor, std::uint64_t position, void* buffer,
+                                  std::size_t size);
 [[nodiscard]] std::int64_t Write(int descriptor, const void* bytes, std::size_t size);
 // Copies up to `size` bytes from `offset` of one file to the position of another, in the kernel
 // where it can. 0 at the end of the source.
@@ -47,9 +49,8 @@ class Descriptor {
 // The data of a file; everything of a directory.
 [[nodiscard]] int FlushData(int descriptor);
 [[nodiscard]] int FlushDirectory(int descriptor);
-[[nodiscard]] int Link(const std::string& from, const std::string& to);
-// Gives a nameless file its name.
-[[nodiscard]] int LinkDescriptor(int descriptor, const std::string& to);
+// Gives an open file, which may have none so far, a name.
+[[nodiscard]] int Link(int descriptor, const std::string& to);
 [[nodiscard]] int Rename(const std::string& from, const std::string& to);
 // EEXIST when `to` is there.
 [[nodiscard]] int RenameToNew(const std::string& from, const std::string& to);

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "platform/Error.h"
+#include "platform/FaultInjection.h"
 
 namespace corvane::platform {
 namespace {
@@ -47,7 +48,7 @@ bool TextFile::State::Fill() {
     buffer.resize(kept + kBufferBytes);
     const std::int64_t got = file.Read(buffer.data() + kept, kBufferBytes);
     failed = failed || got < 0;
-    ended = got <= 0;
+    ended = got < static_cast<std::int64_t>(kBufferBytes);  // a file gives less at its end only
     buffer.resize(kept + static_cast<std::size_t>(std::max<std::int64_t>(got, 0)));
   }
   return taken < buffer.size();
@@ -86,7 +87,14 @@ bool TextFile::State::Put(std::size_t size) {
 
 TextFile::TextFile() = default;
 TextFile::TextFile(TextFile&&) noexcept = default;
-TextFile::~TextFile() { Close(); }
+
+TextFile::~TextFile() {
+  try {
+    Close();
+  } catch (const FaultStop&) {
+    // The dead write nothing more.
+  }
+}
 
 TextFile& TextFile::operator=(TextFile&& other) noexcept {
   if (this == &other) return *this;

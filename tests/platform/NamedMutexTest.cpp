@@ -5,13 +5,14 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <cstdlib>
 #include <functional>
+#include <latch>
 #include <thread>
 #include <vector>
 
 #include "platform/Error.h"
 #include "platform/NamedMutex.h"
-#include "platform/SettingsStore.h"
 #include "tests/support/TemporaryDirectory.h"
 
 namespace corvane::platform {
@@ -60,7 +61,9 @@ LockOutcome LockOnAnotherThread(NamedMutex& mutex, std::int64_t timeout) {
 
 class NamedMutexTest : public testing::Test {
  protected:
-  NamedMutexTest() { SettingsStore::UsePath(directory_ / "settings.db"); }
+  NamedMutexTest() { setenv("CORVANE_SETTINGS", (directory_ / "settings.db").c_str(), 1); }
+
+  ~NamedMutexTest() override { unsetenv("CORVANE_SETTINGS"); }
 
   test::TemporaryDirectory directory_;
 };
@@ -172,18 +175,44 @@ TEST_F(NamedMutexTest, OpenFindsWhatSomebodyHasOnly) {
 TEST_F(NamedMutexTest, InstallationsDoNotMeet) {
   const auto here = NamedMutex::Create("POCDebugLog");
   ASSERT_EQ(here->Lock(0), LockOutcome::kLocked);
-  SettingsStore::UsePath(directory_ / "another.db");
+  setenv("CORVANE_SETTINGS", (directory_ / "another.db").c_str(), 1);
   const auto there = NamedMutex::Create("POCDebugLog");
   EXPECT_EQ(LockOnAnotherThread(*there, 0), LockOutcome::kLocked);
   EXPECT_TRUE(here->Unlock());
 }
 
-TEST_F(NamedMutexTest, HandleThatGoesGivesItsLockBack) {
-  const auto mutex = NamedMutex::Create("gone");
-  auto other = NamedMutex::Open("gone");
-  ASSERT_EQ(other->Lock(0), LockOutcome::kLocked);
-  other.reset();
-  EXPECT_EQ(LockOnAnotherThread(*mutex, 0), LockOutcome::kLocked);
+// Another process sees it; this one would lock it again.
+TEST_F(NamedMutexTest, LastHandleThatGoesGivesItsLockBack) {
+  auto first = NamedMutex::Create("gone");
+  auto second = NamedMutex::Open("gone");
+  const auto lockElsewhere = [] {
+    const pid_t process = fork();
+    if (process == 0) _exit(NamedMutex::Create("gone")->Lock(0) == LockOutcome::kLocked ? 1 : 2);
+    int status = 0;
+    waitpid(process, &status, 0);
+    return WEXITSTATUS(status);
+  };
+  ASSERT_EQ(second->Lock(0), LockOutcome::kLocked);
+  second.reset();
+  EXPECT_EQ(lockElsewhere(), 2);
+  first.reset();
+  EXPECT_EQ(lockElsewhere(), 1);
+}
+
+TEST_F(NamedMutexTest, HandleThatGoesUnderAnotherThreadsLockLeavesItHeld) {
+  std::latch locked(1);
+  std::latch gone(1);
+  auto mutex = NamedMutex::CreateUnnamed();
+  NamedMutex* handle = mutex.get();
+  std::thread holder([&] {
+    EXPECT_EQ(handle->Lock(0), LockOutcome::kLocked);
+    locked.count_down();
+    gone.wait();
+  });
+  locked.wait();
+  mutex.reset();
+  gone.count_down();
+  holder.join();
 }
 
 TEST_F(NamedMutexTest, NamelessOnesAreApart) {

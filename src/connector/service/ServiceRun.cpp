@@ -1,7 +1,7 @@
 #include "connector/service/ServiceRun.h"
 
 #include "connector/logs/Logs.h"
-#include "connector/service/StopFlag.h"
+#include "connector/settings/ProcessState.h"
 #include "platform/Clock.h"
 
 namespace corvane {
@@ -29,8 +29,8 @@ void ServiceRun::RunRoutine() {
 // A stop that came during the load must not be forgotten.
 void ServiceRun::ClearFlags() {
   const std::lock_guard lock(mutex_);
-  StopFlag = stopBegun_ ? 1 : 0;
-  StoppedFlag = stopDone_ ? 1 : 0;
+  settings::StopFlag() = stopBegun_ ? 1 : 0;
+  settings::StoppedFlag() = stopDone_ ? 1 : 0;
 }
 
 bool ServiceRun::BeginStop() {
@@ -43,7 +43,7 @@ bool ServiceRun::BeginStop() {
 void ServiceRun::StopRoutine() {
   if (!BeginStop()) return;
   status_.ReportStatus(ServiceState::kStopPending, 0, kStopWaitHintMilliseconds);
-  StopFlag = 1;
+  settings::StopFlag() = 1;
   platform::SleepFor(kStopWaitMilliseconds);
   hooks_.unloadProviders();
   CloseActivityLog();
@@ -51,7 +51,7 @@ void ServiceRun::StopRoutine() {
   ReleaseLogMutexes();
   status_.ReportStatus(ServiceState::kStopped, 0, 0);
   const std::lock_guard lock(mutex_);
-  StoppedFlag = 1;
+  settings::StoppedFlag() = 1;
   stopDone_ = true;
   stopped_.notify_all();
 }

@@ -17,7 +17,7 @@ namespace corvane {
 // What the shell calls of the connector.
 struct ServiceHooks {
   std::function<void()> loadSettings;     // settings and provider libraries
-  std::function<void()> poll;             // returns once StopFlag is set
+  std::function<void()> poll;             // returns once settings::StopFlag() is set
   std::function<void()> unloadProviders;  // workers may still be at work
 };
 

@@ -1,12 +1,12 @@
 // MutexTest.cpp -- system mutexes, their locks, and the exceptions that tell of failures.
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <stdexcept>
 #include <thread>
 
 #include "SERVICES/Library/xMutexLock/Mutex.h"
 #include "SERVICES/Library/xMutexLock/xMutexLock.h"
-#include "platform/SettingsStore.h"
 #include "tests/support/TemporaryDirectory.h"
 
 namespace corvane {
@@ -15,7 +15,7 @@ namespace {
 class MutexTest : public testing::Test {
  protected:
   MutexTest() {
-    platform::SettingsStore::UsePath(directory_ / "settings.db");
+    setenv("CORVANE_SETTINGS", (directory_ / "settings.db").c_str(), 1);
     mutex_ = std::make_unique<Mutex>("label", "POCTest");
   }
 

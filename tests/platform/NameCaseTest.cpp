@@ -1,0 +1,234 @@
+// Names in any case on a disk that tells cases apart, and what looking them up costs.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <thread>
+
+#include "platform/Error.h"
+#include "platform/FileSystem.h"
+#include "platform/NameCache.h"
+#include "platform/Path.h"
+#include "platform/WholeFile.h"
+#include "tests/support/TemporaryDirectory.h"
+
+namespace corvane::platform {
+namespace {
+
+using test::TemporaryDirectory;
+using test::WriteBytes;
+
+void MakeDirectory(const std::string& path) { ASSERT_EQ(mkdir(path.c_str(), 0755), 0) << path; }
+
+TEST(NameCase, ExistingNamesAreFoundAndMessagesAreNot) {
+  const TemporaryDirectory root;
+  MakeDirectory(root / "acme");
+  MakeDirectory(root / "acme/MAILROOT");
+  MakeDirectory(root / "acme/MAILROOT/Anna");
+  MakeDirectory(root / "acme/MAILROOT/Anna/Inbox");
+  for (const char* name : {"Inbox/0A.MAI", "Inbox/_index.xml", "Inbox/_CHANGE.DTY", "notes.Txt",
+                           "Two.txt", "tWo.txt", "_7.NEW"}) {
+    WriteBytes(root / "acme/MAILROOT/Anna/" + name, "x");
+  }
+  struct Case {
+    std::string_view asked;
+    std::string_view found;  // empty: not there
+  };
+  const Case cases[] = {
+      {"ACME\\mailroot\\ANNA\\INBOX\\0A.MAI", "acme/MAILROOT/Anna/Inbox/0A.MAI"},
+      {"acme\\MAILROOT\\Anna\\Inbox\\0a.mai", ""},
+      {"ACME\\MAILROOT\\Anna\\Inbox\\0a.mai", ""},
+      {"acme\\MAILROOT\\Anna\\Inbox\\_INDEX.XML", "acme/MAILROOT/Anna/Inbox/_index.xml"},
+      {"acme\\mailroot\\anna\\inbox\\_change.dty", "acme/MAILROOT/Anna/Inbox/_CHANGE.DTY"},
+      {"acme\\MAILROOT\\Anna\\Inbox\\_cache.dty", ""},
+      {"acme\\MAILROOT\\Anna\\_7.new", "acme/MAILROOT/Anna/_7.NEW"},
+      {"acme\\MAILROOT\\Anna\\NOTES.TXT", "acme/MAILROOT/Anna/notes.Txt"},
+      {"acme\\MAILROOT\\Anna\\tWo.txt", "acme/MAILROOT/Anna/tWo.txt"},
+      {"acme\\MAILROOT\\Anna\\TWO.TXT", "acme/MAILROOT/Anna/Two.txt"},
+      {"acme\\MAILROOT\\Anna\\notes", ""},
+      {"acme\\MAILROOT\\Bob\\notes.txt", ""},
+  };
+  for (const Case& c : cases) {
+    const std::string path = root / c.asked;
+    EXPECT_EQ(FileExists(path), !c.found.empty()) << c.asked;
+    if (c.found.empty()) continue;
+    EXPECT_EQ(ResolvePath(path), root / c.found);
+  }
+}
+
+TEST(NameCase, MissingNamesTellWhatIsMissing) {
+  const TemporaryDirectory root;
+  MakeDirectory(root / "There");
+  WriteBytes(root / "File", "x");
+  struct Case {
+    std::string_view path;
+    std::int32_t error;
+  };
+  const Case cases[] = {
+      {"there\\0.MAI", kErrorFileNotFound},      {"There\\x", kErrorFileNotFound},
+      {"There\\_index.xml", kErrorFileNotFound}, {"gone\\0.MAI", kErrorPathNotFound},
+      {"gone\\x\\y", kErrorPathNotFound},        {"file\\x", kErrorPathNotFound},
+  };
+  for (const Case& c : cases) {
+    EXPECT_FALSE(File::Open(root / c.path, Access::kRead, kShareAll, Disposition::kOpenExisting));
+    EXPECT_EQ(LastError(), c.error) << c.path;
+    EXPECT_FALSE(DeleteFile(root / c.path));
+    EXPECT_EQ(LastError(), c.error) << c.path;
+  }
+}
+
+TEST(NameCase, NewNamesMeetTheOldOnes) {
+  const TemporaryDirectory root;
+  MakeDirectory(root / "Junk E-mail");
+  WriteBytes(root / "Notes.txt", "old");
+  WriteBytes(root / "_cache.dty", "old");
+
+  EXPECT_FALSE(CreateDirectory(root / "junk e-mail"));
+  EXPECT_EQ(LastError(), kErrorAlreadyExists);
+  EXPECT_FALSE(File::Open(root / "NOTES.TXT", Access::kWrite, kShareNone, Disposition::kCreateNew));
+  EXPECT_EQ(LastError(), kErrorFileExists);
+  EXPECT_TRUE(WriteWholeFile(root / "notes.TXT", "new"));
+  EXPECT_EQ(test::ReadBytes(root / "Notes.txt"), "new");
+  // A name of the table is made as the table spells it, unless the spelling given is there.
+  EXPECT_TRUE(WriteWholeFile(root / "_change.dty", "flag"));
+  EXPECT_EQ(test::ReadBytes(root / "_CHANGE.DTY"), "flag");
+  EXPECT_TRUE(WriteWholeFile(root / "_cache.dty", "new"));
+  EXPECT_EQ(test::ReadBytes(root / "_cache.dty"), "new");
+  EXPECT_TRUE(CreateDirectories(root / "po\\RULES"));
+  EXPECT_TRUE(CreateDirectories(root / "PO\\Rules\\Deep"));
+  EXPECT_TRUE(WriteWholeFile(root / "Po\\rules\\deep\\FILTER.TAB", "row"));
+  EXPECT_EQ(test::ReadBytes(root / "po/RULES/Deep/FILTER.TAB"), "row");
+  // Messages of different case are different files.
+  EXPECT_TRUE(WriteWholeFile(root / "A.MAI", "1", false));
+  EXPECT_TRUE(WriteWholeFile(root / "a.MAI", "2", false));
+}
+
+TEST(NameCase, ANameThatMovesIsFoundAgain) {
+  const TemporaryDirectory root;
+  WriteBytes(root / "First", "1");
+  EXPECT_EQ(ReadWholeFile(root / "FIRST"), "1");
+  std::rename((root / "First").c_str(), (root / "fIRST").c_str());
+  EXPECT_EQ(ReadWholeFile(root / "FIRST"), "1");
+  unlink((root / "fIRST").c_str());
+  EXPECT_FALSE(ReadWholeFile(root / "FIRST"));
+  WriteBytes(root / "firST", "2");
+  EXPECT_EQ(ReadWholeFile(root / "FIRST"), "2");
+  EXPECT_TRUE(MoveFile(root / "first", root / "FIRST"));
+  EXPECT_EQ(test::ReadBytes(root / "FIRST"), "2");
+  EXPECT_FALSE(std::filesystem::exists(root / "firST"));
+}
+
+// A listing taken right after a change must not hide the next change.
+TEST(NameCase, EveryNewNameIsSeenAtOnce) {
+  const TemporaryDirectory root;
+  for (int i = 0; i < 300; ++i) {
+    const std::string name = "Name" + std::to_string(i);
+    ASSERT_FALSE(FileExists(root / ("NAME" + std::to_string(i))));
+    WriteBytes(root / name, "x");
+    ASSERT_TRUE(FileExists(root / ("NAME" + std::to_string(i)))) << i;
+  }
+}
+
+class BigFolder : public testing::Test {
+ protected:
+  static constexpr int kMessages = 100'000;
+
+  static void SetUpTestSuite() {
+    root_ = new TemporaryDirectory;
+    for (int i = 0; i < kMessages; ++i) AddMessage(i);
+    for (const char* name : {"Sub Folder", "_CHANGE.DTY", "Anna.vcf"})
+      WriteBytes(*root_ / name, "");
+    // Looks until a listing is settled enough to be kept.
+    for (std::uint64_t before = 1, after = 0; before != after;) {
+      before = names::Counters().listings;
+      (void)FileExists(*root_ / "no such name");
+      after = names::Counters().listings;
+    }
+  }
+  static void TearDownTestSuite() { delete root_; }
+
+  static void AddMessage(int number) {
+    const std::string path = *root_ / (std::to_string(number) + ".MAI");
+    close(open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644));
+  }
+
+  static inline TemporaryDirectory* root_ = nullptr;
+};
+
+struct LookUp {
+  const char* name;
+  const char* file;
+  bool there;
+  std::uint64_t mostLooks;  // beside the first try of the caller
+};
+constexpr LookUp kUnchanged[] = {
+    {"Exact", "777.MAI", true, 0},
+    {"ExactTable", "_CHANGE.DTY", true, 0},
+    {"OtherCaseTable", "_change.dty", true, 1},
+    {"MissingMessage", "x.MAI", false, 1},
+    {"MessageOfOtherCase", "777.mai", false, 1},
+    {"MissingTable", "_CACHE.DTY", false, 1},
+    {"OtherCase", "ANNA.VCF", true, 2},
+    {"MissingOther", "gone.vcf", false, 1},
+};
+
+TEST_F(BigFolder, NoLookUpListsAnUnchangedFolder) {
+  EXPECT_TRUE(FileExists(*root_ / "ANNA.VCF"));
+  for (const LookUp& c : kUnchanged) {
+    const names::LookupCounters before = names::Counters();
+    EXPECT_EQ(FileExists(*root_ / c.file), c.there) << c.name;
+    const names::LookupCounters after = names::Counters();
+    EXPECT_EQ(after.listings, before.listings) << c.name;
+    EXPECT_LE(after.looks - before.looks, c.mostLooks) << c.name;
+  }
+}
+
+TEST_F(BigFolder, NoUsualLookUpListsAChangingFolder) {
+  EXPECT_TRUE(FileExists(*root_ / "ANNA.VCF"));
+  int number = kMessages;
+  for (const LookUp& c : kUnchanged) {
+    if (std::string_view(c.name) == "MissingOther") continue;
+    AddMessage(number++);
+    const names::LookupCounters before = names::Counters();
+    EXPECT_EQ(FileExists(*root_ / c.file), c.there) << c.name;
+    EXPECT_EQ(names::Counters().listings, before.listings) << c.name;
+  }
+}
+
+TEST_F(BigFolder, CreatingListsNothing) {
+  const names::LookupCounters before = names::Counters();
+  EXPECT_TRUE(WriteWholeFile(*root_ / "new.MAI", "x", false, Durability::kNone));
+  EXPECT_TRUE(WriteWholeFile(*root_ / "_CACHE.DTY", "x", true, Durability::kNone));
+  EXPECT_TRUE(WriteWholeFile(*root_ / "_3.NEW", "x", true, Durability::kNone));
+  EXPECT_TRUE(DeleteFile(*root_ / "_3.new"));
+  EXPECT_TRUE(DeleteFile(*root_ / "_CACHE.DTY"));
+  EXPECT_EQ(names::Counters().listings, before.listings);
+}
+
+TEST(NameCase, ManyFoldersStayWithinTheCache) {
+  const TemporaryDirectory root;
+  constexpr int kFolders = 40;
+  const std::string filler(200, 'f');
+  for (int folder = 0; folder < kFolders; ++folder) {
+    const std::string path = root / ("d" + std::to_string(folder));
+    MakeDirectory(path);
+    for (int i = 0; i < 1000; ++i) WriteBytes(path + "/" + filler + std::to_string(i), "");
+  }
+  // More than the cache holds: each look-up is right all the same, from several threads at once.
+  const auto search = [&](int first) {
+    for (int round = 0; round < 3 * kFolders; ++round) {
+      const std::string folder = root / ("D" + std::to_string((first + round) % kFolders));
+      EXPECT_TRUE(FileExists(folder + "/" + std::string(200, 'F') + "999"));
+      EXPECT_FALSE(FileExists(folder + "/" + std::string(200, 'F') + "1000"));
+    }
+  };
+  std::thread other(search, 20);
+  search(0);
+  other.join();
+}
+
+}  // namespace
+}  // namespace corvane::platform
