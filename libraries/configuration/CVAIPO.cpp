@@ -53,6 +53,10 @@ std::int32_t GetMailbox(MailboxRecord& record) {
                                    found.postoffice, kPostofficeRootOption, customRoot);
     return root == Answer::kUnreachable ? root : mailbox;
   });
+  if (answer == Answer::kUnreachable) {
+    record.Status = kMailboxStoreUnreachable;
+    return -1;
+  }
   if (answer != Answer::kFound) return 0;
   SetText(record.RedirectAddress, found.redirect);
   record.RedirectStatus = found.redirectStatus;

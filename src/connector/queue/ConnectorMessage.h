@@ -48,6 +48,7 @@ struct ConnectorMessage {
   std::string DeliveryFolder;  // folder chosen for the current recipient
   bool LastRecipient =
       false;  // the current recipient is the last one that needs the queue's message file
+  bool MessageFileFlushed = false;  // the message file was rewritten by us and is on the disk
   bool KeepInQueue =
       false;  // a recipient could not be settled: both files stay in the queue after the walk
 

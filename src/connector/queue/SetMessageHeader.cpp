@@ -175,7 +175,7 @@ bool WriteEdited(platform::WholeFile& target, const platform::File& source,
 
 }  // namespace
 
-std::int32_t SetMessageHeader(const ConnectorMessage& message, std::string_view name,
+std::int32_t SetMessageHeader(ConnectorMessage& message, std::string_view name,
                               std::string_view value, bool inbound, bool replace) {
   const std::string path = inbound ? InboundMessagePath(message.Connector, message.MessageID)
                                    : OutgoingMessagePath(message.Connector, message.MessageID);
@@ -189,7 +189,9 @@ std::int32_t SetMessageHeader(const ConnectorMessage& message, std::string_view 
   if (edits->empty()) return 1;
   auto target = platform::WholeFile::Create(path);
   if (!target || !WriteEdited(target, source, *edits)) return 0;
-  return target.Commit(true, DeliveryDurability(platform::Durability::kData)) ? 1 : 0;
+  if (!target.Commit(true, DeliveryDurability(platform::Durability::kData))) return 0;
+  if (!inbound) message.MessageFileFlushed = DurabilityOn();
+  return 1;
 }
 
 }  // namespace corvane

@@ -25,7 +25,7 @@ class SetMessageHeaderTest : public test::SettingsFixture {
   [[nodiscard]] std::string Path(const char* queue = "Outgoing") const {
     return Directory() / "SF/" + queue + "/Messages/" + kName;
   }
-  [[nodiscard]] std::int32_t Replace() const {
+  [[nodiscard]] std::int32_t Replace() {
     return SetMessageHeader(message_, "Return-Path", "<a@b>", false, true);
   }
 
