@@ -18,6 +18,7 @@
 #include "connector/queue/QueueStatistics.h"
 #include "connector/service/ClusterRole.h"
 #include "connector/service/Worker.h"
+#include "connector/service/WorkerPlaces.h"
 #include "connector/settings/ProcessState.h"
 #include "connector/settings/Settings.h"
 #include "connector/settings/SettingsCheck.h"
@@ -195,7 +196,12 @@ bool Poller::Turn(const platform::FoundFile& file, bool& sameFileAgain) {
     return true;
   }
   if (role_.ClusterMode() == ClusterRole::kElectionPassedOn) return false;
-  TimedWait(settings::Get(settings::kOutboundPollDelay));
+  const std::uint32_t delay = settings::Get(settings::kOutboundPollDelay);
+  if (delay == 0) {
+    WaitForPlace();
+  } else {
+    TimedWait(delay);
+  }
   return true;
 }
 

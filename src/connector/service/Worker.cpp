@@ -9,7 +9,7 @@
 #include "connector/logs/Logs.h"
 #include "connector/queue/OutgoingCommandFile.h"
 #include "connector/queue/QueueStatistics.h"
-#include "connector/settings/ProcessState.h"
+#include "connector/service/WorkerPlaces.h"
 #include "platform/Error.h"
 #include "platform/Thread.h"
 
@@ -76,7 +76,7 @@ void ReportWorkerException(const ExceptionDetails& details) {
 class ActivePlace {
  public:
   ActivePlace() = default;
-  ~ActivePlace() { settings::ActiveDeliveryThreads().fetch_sub(1); }
+  ~ActivePlace() { LeavePlace(); }
   ActivePlace(const ActivePlace&) = delete;
   ActivePlace& operator=(const ActivePlace&) = delete;
 };
