@@ -49,8 +49,7 @@ namespace corvane::platform {
 // Everything below and the directory itself, regardless of holders. For tools and tests.
 bool RemoveTree(std::string_view path);
 
-// Makes the names in a directory durable. Callers that meet on one directory share one flush:
-// whoever comes while one is under way waits for the next, and that one serves all who came.
+// Makes the names in a directory durable.
 [[nodiscard]] bool FlushDirectory(std::string_view path);
 
 // Makes everything of the file systems that hold `directories` durable, each one once. Cheaper than

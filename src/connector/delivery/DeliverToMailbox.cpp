@@ -10,7 +10,6 @@
 #include "connector/delivery/GenerateNDR.h"
 #include "connector/delivery/KeepInQueue.h"
 #include "connector/delivery/ParsedAddress.h"
-#include "connector/delivery/ProvidersAreGone.h"
 #include "connector/logs/ExceptionReport.h"
 #include "connector/logs/Logs.h"
 #include "connector/queue/QueuePaths.h"
@@ -25,6 +24,7 @@ namespace corvane {
 namespace {
 
 constexpr const char* kInbox = "\\Inbox";
+constexpr const char* kReturnPath = "Return-Path";
 constexpr const char* kNoMailbox = "The mailbox is not available on this system";
 
 // What the steps of one delivery share.
@@ -68,11 +68,9 @@ void EndTexts(MailboxRecord& record) {
   record.RedirectAddress[sizeof(record.RedirectAddress) - 1] = '\0';
 }
 
-// Whether the answer says nothing of the mailbox: the shipped library lost its store, or the stop
-// has unloaded the library.
+// Whether the answer says nothing of the mailbox: the shipped library lost its store.
 bool StoreIsOutOfReach(const MailboxRecord& record, std::int32_t result) {
-  if (result == -1 && record.Status == kMailboxStoreUnreachable) return true;
-  return result == 0 && ProvidersAreGone();
+  return result == -1 && record.Status == kMailboxStoreUnreachable;
 }
 
 bool FindMailbox(Delivery& delivery) {
@@ -143,15 +141,29 @@ bool FitsQuota(Delivery& delivery) {
   return false;
 }
 
-void WriteReturnPath(Delivery& delivery) {
+std::string ReturnPath(const Delivery& delivery) {
   const std::string_view sender = SenderAddress(delivery.message.Sender);
   const bool none = platform::EqualsNoCase(delivery.message.CommandType, "NDR") ||
                     platform::EqualsNoCase(sender, PostmasterAddress());
-  const std::string path = none ? "<>" : std::string("<").append(sender).append(">");
-  if (SetMessageHeader(delivery.message, "Return-Path", path, false, true) != 1) {
+  return none ? "<>" : std::string("<").append(sender).append(">");
+}
+
+void WriteReturnPath(Delivery& delivery) {
+  if (SetMessageHeader(delivery.message, kReturnPath, ReturnPath(delivery), false, true) != 1) {
     LogDebugF("[%s] The Return-Path header could not be written (error %d).\n",
               delivery.message.MessageID, platform::LastError());
   }
+}
+
+// The copy with its Return-Path; the last recipient's is made in one go.
+bool Transfer(Delivery& delivery) {
+  const std::string target = delivery.InFolder(delivery.folder, delivery.message.MessageID);
+  if (TransferWithHeader(delivery.message, delivery.source, target, kReturnPath,
+                         ReturnPath(delivery))) {
+    return true;
+  }
+  WriteReturnPath(delivery);
+  return TransferToFolder(delivery.message, delivery.source, target);
 }
 
 // The first copy has failed: the mailbox may lack its Inbox, or the network was away for a moment.
@@ -176,8 +188,7 @@ bool CopyAfterFailure(Delivery& delivery, std::int32_t error) {
 }
 
 std::int32_t CopyToFolder(Delivery& delivery) {
-  if (TransferToFolder(delivery.message, delivery.source,
-                       delivery.InFolder(delivery.folder, delivery.message.MessageID))) {
+  if (Transfer(delivery)) {
     const std::string line = std::string("[") + delivery.message.MessageID +
                              "] Delivered message from " + delivery.message.Sender +
                              " to PO=" + delivery.postoffice + " MBX=" + delivery.record.Mailbox +
@@ -203,7 +214,6 @@ std::int32_t RunSteps(Delivery& delivery) {
   if (!MailboxIsEnabled(delivery) || !StaysHere(delivery) || !FitsQuota(delivery)) return 1;
   delivery.root = GetPostofficeRoot(delivery.postoffice);
   message.DeliveryFolder = delivery.folder;
-  WriteReturnPath(delivery);
   const std::int32_t result = CopyToFolder(delivery);
   SetText(message.Account, delivery.postoffice);
   SetText(message.User, delivery.record.Mailbox);

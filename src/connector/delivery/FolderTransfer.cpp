@@ -3,6 +3,7 @@
 #include <set>
 
 #include "connector/queue/Durability.h"
+#include "connector/queue/SetMessageHeader.h"
 #include "platform/Error.h"
 #include "platform/File.h"
 #include "platform/FileSystem.h"
@@ -65,6 +66,13 @@ bool TransferToFolder(ConnectorMessage& message, const std::string& source,
   if (message.LastRecipient && platform::LastError() != platform::kErrorNotSameDevice) return false;
   if (!platform::CopyFile(source, target, true, false)) return false;
   message.Delivered.push_back({target, true});
+  return FlushSome(message);
+}
+
+bool TransferWithHeader(ConnectorMessage& message, const std::string& source,
+                        const std::string& target, std::string_view name, std::string_view value) {
+  if (!message.LastRecipient || CopyWithHeader(source, target, name, value) != 1) return false;
+  message.Delivered.push_back({target, false});
   return FlushSome(message);
 }
 

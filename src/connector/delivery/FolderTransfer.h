@@ -7,6 +7,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "connector/queue/ConnectorMessage.h"
 
@@ -17,6 +18,13 @@ namespace corvane {
 // somebody holds the target, 64, 112 ...
 [[nodiscard]] bool TransferToFolder(ConnectorMessage& message, const std::string& source,
                                     const std::string& target);
+
+// For the last recipient: puts `source` at `target` with the header set, in one go, and leaves the
+// queue's file as it is. False when there is nothing to set or it didn't work; the header is then
+// set in the queue and TransferToFolder does the rest.
+[[nodiscard]] bool TransferWithHeader(ConnectorMessage& message, const std::string& source,
+                                      const std::string& target, std::string_view name,
+                                      std::string_view value);
 
 // Makes everything that the walk has delivered durable; nothing to do with `Delivery Durability` at
 // 0. The queue files may go only after this has returned true.

@@ -90,6 +90,23 @@ std::string ClaimedText(std::string text, std::string_view statusWord,
   return text;
 }
 
+// Whether a claim may be written over the old text: one disk sector holds either text, the new one
+// is not shorter, and the state is the last line. Whatever a power cut leaves is then the old text,
+// or the new one with a state that may lack its end, which every reader and the reset take for a
+// message in delivery.
+bool FitsInPlace(std::string_view before, std::string_view after, std::string_view statusWord) {
+  constexpr std::size_t kSectorBytes = 512;
+  const std::string lastLine = std::string(kStatusKey).append(statusWord);
+  std::string_view text = after;
+  if (text.ends_with("\r\n")) text.remove_suffix(2);
+  return after.size() >= before.size() && after.size() <= kSectorBytes && text.ends_with(lastLine);
+}
+
+bool WriteInPlace(platform::File& file, std::string_view text) {
+  return file.Seek(0) && file.Write(text) && (!DurabilityOn() || file.Flush()) &&
+         file.RelaxShare(platform::kShareReadRemove);
+}
+
 bool HasExpired(const CommandState& command, std::int64_t now) {
   if (settings::Get(settings::kQueuedDeliveryExpiryStatus) == 0) return false;
   const std::int64_t threshold = settings::Get(settings::kQueuedDeliveryExpiryThreshold);
@@ -124,6 +141,10 @@ bool OutgoingClaim::Commit(std::string_view statusWord, std::string_view serverN
   if (!IsHeld()) return false;
   std::string claimed = expired_ ? text_ : ClaimedText(text_, statusWord, serverName);
   if (claimed == text_) return file_.RelaxShare(platform::kShareReadRemove);
+  if (FitsInPlace(text_, claimed, statusWord)) {
+    text_ = std::move(claimed);
+    return WriteInPlace(file_, text_);
+  }
   auto next = platform::WholeFile::Create(path_);
   if (!next || !next.Write(claimed)) return false;
   auto held = next.CommitOver(file_, platform::kShareReadRemove,

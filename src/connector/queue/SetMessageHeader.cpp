@@ -162,6 +162,12 @@ class HeaderEditor {
   std::vector<bool> same_;
 };
 
+// Deletion is shared, since a new file may take the name of the one that is being read.
+platform::File OpenSource(const std::string& path) {
+  return platform::File::Open(path, platform::Access::kRead, platform::kShareAll,
+                              platform::Disposition::kOpenExisting);
+}
+
 bool WriteEdited(platform::WholeFile& target, const platform::File& source,
                  const std::vector<Edit>& edits) {
   std::uint64_t at = 0;
@@ -173,25 +179,36 @@ bool WriteEdited(platform::WholeFile& target, const platform::File& source,
   return target.CopyFrom(source, at);
 }
 
+bool PutEdited(const platform::File& source, const std::string& path,
+               const std::vector<Edit>& edits) {
+  auto target = platform::WholeFile::Create(path);
+  return target && WriteEdited(target, source, edits) &&
+         target.Commit(true, DeliveryDurability(platform::Durability::kData));
+}
+
 }  // namespace
 
 std::int32_t SetMessageHeader(ConnectorMessage& message, std::string_view name,
                               std::string_view value, bool inbound, bool replace) {
   const std::string path = inbound ? InboundMessagePath(message.Connector, message.MessageID)
                                    : OutgoingMessagePath(message.Connector, message.MessageID);
-  // Deletion is shared, since the new file takes the name of the one that is being read.
-  auto source = platform::File::Open(path, platform::Access::kRead, platform::kShareAll,
-                                     platform::Disposition::kOpenExisting);
+  auto source = OpenSource(path);
   if (!source) return 0;
   HeaderEditor editor(name, value);
   const auto edits = replace ? editor.Replace(source) : std::optional(editor.Prepend());
   if (!edits) return 0;
   if (edits->empty()) return 1;
-  auto target = platform::WholeFile::Create(path);
-  if (!target || !WriteEdited(target, source, *edits)) return 0;
-  if (!target.Commit(true, DeliveryDurability(platform::Durability::kData))) return 0;
+  if (!PutEdited(source, path, *edits)) return 0;
   if (!inbound) message.MessageFileFlushed = DurabilityOn();
   return 1;
+}
+
+std::int32_t CopyWithHeader(const std::string& source, const std::string& target,
+                            std::string_view name, std::string_view value) {
+  auto file = OpenSource(source);
+  if (!file) return 0;
+  const auto edits = HeaderEditor(name, value).Replace(file);
+  return edits && !edits->empty() && PutEdited(file, target, *edits) ? 1 : 0;
 }
 
 }  // namespace corvane

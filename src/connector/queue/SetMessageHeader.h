@@ -8,6 +8,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 #include "connector/queue/ConnectorMessage.h"
@@ -27,5 +28,14 @@ namespace corvane {
 // 1, or 0 when a file would not open or the writing failed: the queue file is unchanged then.
 [[nodiscard]] std::int32_t SetMessageHeader(ConnectorMessage& message, std::string_view name,
                                             std::string_view value, bool inbound, bool replace);
+
+// Copies the message file `source` to `target`, replacing a file there, with the header set as
+// `replace` would set it in the queue; the queue's file stays as it is. For a message that leaves
+// the queue with this copy: its bytes are written once.
+//
+// 1, with the copy's bytes on the disk, its name not yet
+// 0  nothing was copied, since the header has its value already or something failed
+[[nodiscard]] std::int32_t CopyWithHeader(const std::string& source, const std::string& target,
+                                          std::string_view name, std::string_view value);
 
 }  // namespace corvane
