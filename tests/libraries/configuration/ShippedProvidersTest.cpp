@@ -296,13 +296,14 @@ TEST_F(ShippedProviders, APostofficeMayLieElsewhereWhereTheSettingsAllowIt) {
 }
 
 // What each call answers when there is no store to ask: GroupGet -1, which keeps mail in the queue;
-// PostofficeGet a number that means neither disabled nor unknown, since both would lose mail.
+// PostofficeGet a number that means neither disabled nor unknown, since both would lose mail;
+// MailboxGet -1 with a status of its own.
 void ExpectUnreachable(const char* why) {
   std::int32_t result = 7;
   EXPECT_EQ(AskPostoffice("acme"), -2) << why;
   EXPECT_EQ(AskGroup("acme", "anna"), -1) << why;
-  (void)AskMailbox("acme", "anna", &result);
-  EXPECT_EQ(result, 0) << why;
+  EXPECT_EQ(AskMailbox("acme", "anna", &result).Status, kMailboxStoreUnreachable) << why;
+  EXPECT_EQ(result, -1) << why;
   EXPECT_EQ(Members("acme", "sales").size(), 0u) << why;
   EXPECT_EQ(AskDomain("acme.test"), 0) << why;
   EXPECT_EQ(AskAddress("[SF:acme/anna]"), "") << why;
