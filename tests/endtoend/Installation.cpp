@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <csignal>
@@ -145,11 +146,13 @@ std::string NameOf(unsigned number) {
 std::string WithoutReturnPath(const std::string& message) {
   std::string rest;
   for (std::size_t at = 0; at < message.size();) {
-    const std::size_t end = message.find('\n', at);
+    std::size_t end = message.find('\n', at);
+    const bool dropped = platform::EqualsNoCase(message.substr(at, 13), "Return-Path: ");
+    // A CR alone ends a header too.
+    if (dropped) end = std::min(end, message.find('\r', at));
+    if (end != std::string::npos && message.compare(end, 2, "\r\n") == 0) ++end;
     const std::string line = message.substr(at, end == std::string::npos ? end : end - at + 1);
     at += line.size();
-    const bool dropped =
-        line.size() > 13 && platform::EqualsNoCase(line.substr(0, 13), "Return-Path: ");
     if (!dropped) rest += line;
     if (line == "\n" || line == "\r\n") return rest + message.substr(at);
   }
