@@ -113,7 +113,11 @@ extern "C" {
 
 [[gnu::visibility("default")]] std::int32_t MailboxGet(corvane::MailboxRecord* record) {
   if (record == nullptr) return 0;
-  return GuardExport("MailboxGet", 0, [&] { return corvane::configuration::GetMailbox(*record); });
+  const std::int32_t answer =
+      GuardExport("MailboxGet", -1, [&] { return corvane::configuration::GetMailbox(*record); });
+  // Not 0 for an exception either: that would bounce good mail.
+  if (answer == -1) record->Status = corvane::kMailboxStoreUnreachable;
+  return answer;
 }
 
 [[gnu::visibility("default")]] std::int32_t GroupGet(corvane::GroupRecord* record) {

@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "platform/Error.h"
+#include "platform/FileSystem.h"
 #include "platform/Path.h"
 
 namespace corvane::platform {
@@ -129,6 +130,9 @@ struct DatabaseState {
     if (CanRead()) return true;
     int code = sqlite3_errcode(handle.get()) & 0xff;
     if (code != SQLITE_CANTOPEN && code != SQLITE_READONLY) return false;
+    // What stands in the log only would be missed: then nothing is read rather than something old.
+    const auto log = GetFileInfo(path + "-wal");
+    if (log && log->size > 0) return false;
     return OpenFile(ImmutableAddress(path), SQLITE_OPEN_READONLY | SQLITE_OPEN_URI) && CanRead();
   }
 

@@ -193,7 +193,10 @@ bool SettingsStore::State::Write(const std::vector<SettingChange>& changes, bool
   }
   bool usable = connection != nullptr && connection->change.Mapped() &&
                 !DatabaseChange::HasMoved(connection->database);
-  if (!usable && !Open(DatabaseMode::kCreate)) return false;
+  // A counter is no reason to make a store: one that was moved away for a moment would come back
+  // empty.
+  const DatabaseMode mode = flush ? DatabaseMode::kCreate : DatabaseMode::kReadWrite;
+  if (!usable && !Open(mode)) return false;
   const char* safety = flush ? "PRAGMA synchronous=FULL" : "PRAGMA synchronous=NORMAL";
   DatabaseSign before;
   if (!connection->database.Execute(safety) || !Commit(changes, &before)) return false;

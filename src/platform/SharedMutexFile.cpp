@@ -63,8 +63,15 @@ std::uint64_t Hash(std::string_view text, std::uint64_t hash) {
   return hash;
 }
 
-// An empty file of that name with nothing ready in it, readable and writable for every user,
-// whatever the umask. True also when somebody else has made one meanwhile.
+// Whether the file belongs to this user or to the superuser: another one's could be held or spoilt
+// by him at will.
+bool IsOurs(int descriptor) {
+  struct stat state = {};
+  return fstat(descriptor, &state) == 0 && (state.st_uid == geteuid() || state.st_uid == 0);
+}
+
+// An empty file of that name with nothing ready in it, for this user alone. True also when somebody
+// else has made one meanwhile.
 bool MakeFile(const std::string& path, std::size_t size) {
   const std::string temporary =
       path + "." + std::to_string(getpid()) + "." + std::to_string(gettid());
@@ -73,7 +80,6 @@ bool MakeFile(const std::string& path, std::size_t size) {
       open(temporary.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600);
   if (descriptor < 0) return FailWithErrno();
   const bool made = ftruncate(descriptor, static_cast<off_t>(size)) == 0 &&
-                    fchmod(descriptor, 0666) == 0 &&
                     (link(temporary.c_str(), path.c_str()) == 0 || errno == EEXIST);
   if (!made) FailWithErrno();
   close(descriptor);
@@ -138,7 +144,7 @@ SharedMutexFile::Step SharedMutexFile::TryToEnter(bool create) {
 }
 
 SharedMutexFile::Step SharedMutexFile::Use(bool alone) {
-  if (!HasSize(descriptor_, sizeof(Content))) {
+  if (!IsOurs(descriptor_) || !HasSize(descriptor_, sizeof(Content))) {
     SetLastError(kErrorAccessDenied);
     return Step::kFailed;
   }

@@ -79,7 +79,10 @@ bool TextFile::State::Take(std::size_t limit) {
 
 // Writes the first `size` bytes that wait.
 bool TextFile::State::Put(std::size_t size) {
-  if (failed) return false;
+  if (failed) {
+    buffer.clear();
+    return false;
+  }
   failed = !file.Write(std::string_view(buffer).substr(0, size));
   buffer.erase(0, size);
   return !failed;
@@ -136,6 +139,7 @@ bool TextFile::Write(std::string_view text) {
     SetLastError(state_ ? kErrorAccessDenied : kErrorInvalidHandle);
     return false;
   }
+  if (state_->failed) return false;
   std::string& buffer = state_->buffer;
   while (!text.empty()) {
     const std::size_t size = std::min(text.find('\n'), text.size());

@@ -16,6 +16,7 @@
 #include "connector/queue/OutgoingReset.h"
 #include "connector/queue/QueuePaths.h"
 #include "cvctl/Installation.h"
+#include "cvctl/Names.h"
 #include "platform/Clock.h"
 #include "platform/Error.h"
 #include "platform/FileSystem.h"
@@ -54,19 +55,23 @@ std::string Unguarded(std::string word) {
   return word;
 }
 
+// The "postoffice/name" of an item that this queue can serve; other connectors' items have none.
+std::optional<std::string> LocalNames(const std::string& item) {
+  const bool local = item.starts_with("[SF:") || item.starts_with("[LS:");
+  if (!local || !item.ends_with(']')) return std::nullopt;
+  return item.substr(4, item.size() - 5);
+}
+
+// Refuses what the walk over the recipients would pass over or read as somebody else.
 std::string CheckedItem(const std::string& word) {
-  const std::string item = Unguarded(word);
-  const bool bracketed = item.starts_with('[') && item.ends_with(']');
-  const std::size_t slash = item.find('/');
-  if (!bracketed && (slash == std::string::npos || slash == 0 || slash + 1 == item.size())) {
+  const std::string item = AsItem(Unguarded(word));
+  const auto names = LocalNames(item);
+  if (!names || names->find_first_of("[];") != std::string::npos) {
     throw Failure(kUsage,
                   "recipient \"" + item + "\" is no POSTOFFICE/MAILBOX and no [SF:...] item");
   }
-  if (item.find_first_of(";\r\n") != std::string::npos) {
-    throw Failure(kUsage,
-                  "recipient \"" + item + "\" holds a ';' or a line end; give each one by itself");
-  }
-  return bracketed ? item : "[SF:" + item + "]";
+  static_cast<void>(SplitGroupName(*names));
+  return item;
 }
 
 std::string SenderItem(const std::string& from) {
@@ -74,6 +79,11 @@ std::string SenderItem(const std::string& from) {
     throw Failure(kUsage, "the sender holds a line end");
   }
   if (from.empty() || from == "<>") return "[SMTP:]";
+  if (from.starts_with('[') != from.ends_with(']')) {
+    throw Failure(kUsage,
+                  "the sender's brackets don't match; give an address, or an item such as "
+                  "[SMTP:a@b.example]");
+  }
   return from.starts_with('[') ? from : "[SMTP:" + from + "]";
 }
 
@@ -287,7 +297,8 @@ std::vector<std::string> GuardedWords(int argc, const char* const* argv) {
   std::vector<std::string> words(argv + 1, argv + argc);
   if (words.size() < 2 || words[0] != "queue" || words[1] != "submit") return words;
   for (std::string& word : words) {
-    if (word.starts_with('[') && word.ends_with(']')) word += kBracketGuard;
+    const bool item = word.starts_with('[') || word.find("=[") != std::string::npos;
+    if (item && word.ends_with(']')) word += kBracketGuard;
   }
   return words;
 }

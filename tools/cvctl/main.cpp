@@ -52,6 +52,10 @@ int Run(int argc, char** argv) {
   } catch (const Failure& failure) {
     return Fail(failure.Code(), failure.what());
   }
+  // An answer that went to a full disk was not given.
+  if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+    return Fail(kTrouble, "the answer could not be written; is the disk of the output full?");
+  }
   return kDone;
 }
 

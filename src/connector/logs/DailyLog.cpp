@@ -31,7 +31,7 @@ void DailyLog::Close() {
 
 void DailyLog::Append(std::string_view line) {
   const std::lock_guard lock(mutex_);
-  if (stream_) WriteLocked(line);
+  if (stream_ || Reopen()) WriteLocked(line);
   if (platform::EqualsNoCase(NameOfToday(), name_)) return;
   CloseLocked();
   OpenLocked();
@@ -47,15 +47,28 @@ void DailyLog::OpenLocked() {
 }
 
 void DailyLog::CloseLocked() {
-  if (!stream_) return;
+  if (!stream_) {
+    writeFailed_ = false;
+    return;
+  }
   WriteLocked(Marker(kClosed));
+  writeFailed_ = false;
   stream_ = platform::TextFile();
 }
 
-// A failed write loses the line and nothing else.
+// A failed write loses the line and nothing else: the next line tries the file again.
 void DailyLog::WriteLocked(std::string_view line) {
-  stream_.Write(line);
-  stream_.Flush();
+  writeFailed_ = !stream_.Write(line) || !stream_.Flush();
+  if (writeFailed_) stream_ = platform::TextFile();
+}
+
+// Goes on in the day's file after a failed write. A file that could not be opened to begin with
+// stays closed for its day.
+bool DailyLog::Reopen() {
+  if (!writeFailed_) return false;
+  stream_ = platform::TextFile::Open(platform::JoinPath(directory_(), name_),
+                                     platform::TextMode::kAppend);
+  return static_cast<bool>(stream_);
 }
 
 }  // namespace corvane

@@ -35,12 +35,14 @@ class DailyLog {
   [[nodiscard]] std::string NameOfToday() const;
   void OpenLocked();
   void CloseLocked();
+  bool Reopen();
   void WriteLocked(std::string_view line);
 
   const char* const namePattern_;
   std::string (*const directory_)();
   std::mutex mutex_;
   platform::TextFile stream_;
+  bool writeFailed_ = false;  // and the file is closed until the next line
   std::string name_;
 };
 
