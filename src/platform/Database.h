@@ -2,7 +2,8 @@
 //
 // A Database belongs to one thread at a time. Statements are prepared once a connection and kept by
 // their text. Errors are results, never exceptions: Failed() and ErrorText() tell what happened
-// last.
+// last, and LastError is set: 2 or 3 missing, 5 or 19 not writable, 32 busy for longer than the
+// wait, 112 disk full, 1392 damaged or no database, 1117 and others from the system.
 #pragma once
 
 #include <cstdint>
@@ -19,6 +20,7 @@ namespace corvane::platform {
 enum class DatabaseMode : std::uint8_t { kReadOnly, kReadWrite, kCreate };
 
 class Statement;
+struct DatabaseState;
 
 class Database {
  public:
@@ -39,20 +41,21 @@ class Database {
   [[nodiscard]] bool Execute(const char* sql);
   // The kept statement of that text, reset and without bindings. Borrowed: one user at a time.
   [[nodiscard]] Statement Prepare(std::string_view sql);
+  // Rows that the last change touched.
   [[nodiscard]] std::int64_t Changes() const;
   [[nodiscard]] std::string ErrorText() const;
 
   [[nodiscard]] sqlite3* Handle() const;
 
  private:
-  struct State;
-  std::unique_ptr<State> state_;
+  std::unique_ptr<DatabaseState> state_;
 };
 
-// One use of a prepared statement; reset at its end.
+// One use of a prepared statement; reset at its end. One that couldn't be prepared fails at its
+// first step.
 class Statement {
  public:
-  explicit Statement(sqlite3_stmt* statement) : statement_(statement) {}
+  Statement(sqlite3_stmt* statement, DatabaseState* owner) : statement_(statement), owner_(owner) {}
   ~Statement();
   Statement(Statement&& other) noexcept;
   Statement& operator=(Statement&&) = delete;
@@ -69,13 +72,14 @@ class Statement {
   [[nodiscard]] bool Run();
   [[nodiscard]] bool Failed() const { return failed_; }
 
-  // Columns from 0. The view lives until the next Step.
+  // Columns from 0. The view lives until the next Step; it holds the bytes of a text or a blob.
   [[nodiscard]] std::string_view Text(int column) const;
   [[nodiscard]] std::int64_t Number(int column) const;
   [[nodiscard]] bool IsNull(int column) const;
 
  private:
   sqlite3_stmt* statement_ = nullptr;
+  DatabaseState* owner_ = nullptr;
   bool failed_ = false;
 };
 

@@ -74,7 +74,12 @@ constexpr TextRow kTexts[] = {
     {kErrorDirectoryNotEmpty, "The directory is not empty."},
     {kErrorAlreadyExists, "Cannot create a file when that file already exists."},
     {kErrorFilenameTooLong, "The filename or extension is too long."},
+    {kErrorNotOwner, "Attempt to release mutex not owned by caller."},
+    {kErrorServiceNotInstalled, "The specified service does not exist as an installed service."},
+    {kErrorServiceSpecific, "The service has returned a service-specific error code."},
+    {kErrorServiceExists, "The specified service already exists."},
     {kErrorIoDevice, "The request could not be performed because of an I/O device error."},
+    {kErrorFileCorrupt, "The file or directory is corrupted and unreadable."},
 };
 
 }  // namespace

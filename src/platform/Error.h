@@ -30,7 +30,12 @@ inline constexpr std::int32_t kErrorProcedureNotFound = 127;
 inline constexpr std::int32_t kErrorDirectoryNotEmpty = 145;
 inline constexpr std::int32_t kErrorAlreadyExists = 183;
 inline constexpr std::int32_t kErrorFilenameTooLong = 206;
+inline constexpr std::int32_t kErrorNotOwner = 288;
+inline constexpr std::int32_t kErrorServiceNotInstalled = 1060;
+inline constexpr std::int32_t kErrorServiceSpecific = 1066;
+inline constexpr std::int32_t kErrorServiceExists = 1073;
 inline constexpr std::int32_t kErrorIoDevice = 1117;
+inline constexpr std::int32_t kErrorFileCorrupt = 1392;
 
 // The calling thread's last error.
 [[nodiscard]] std::int32_t LastError();

@@ -3,8 +3,10 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace corvane::platform {
 
@@ -15,7 +17,20 @@ namespace corvane::platform {
 bool TellServiceManager(std::string_view state);
 
 // Calls `stop` on a thread of its own at the first SIGINT or SIGTERM; the signals no longer end the
-// process. Call before any other thread is started, so that none of them takes the signal.
-void OnStopSignal(std::function<void(int signalNumber)> stop);
+// process, nor does writing to a pipe that nobody reads. Call before any other thread is started,
+// so that none of them takes the signal. False when the thread could not be started (LastError).
+[[nodiscard]] bool OnStopSignal(std::function<void(int signalNumber)> stop);
+
+// How a run of a program ended, and what it printed.
+struct ToolResult {
+  int exitCode = 0;
+  std::string output;
+};
+
+// Runs a program of the service manager's (found along PATH when it is a bare name) to its end,
+// with this process's standard error and no standard input. Nothing when it can't be started
+// (LastError).
+[[nodiscard]] std::optional<ToolResult> RunServiceTool(const std::string& program,
+                                                       const std::vector<std::string>& arguments);
 
 }  // namespace corvane::platform

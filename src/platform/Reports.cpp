@@ -1,0 +1,103 @@
+#include "platform/Reports.h"
+
+#include <syslog.h>
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstdio>
+#include <mutex>
+
+#include "platform/Format.h"
+#include "platform/Machine.h"
+
+namespace corvane::platform {
+namespace {
+
+struct EventLog {
+  std::mutex mutex;
+  std::string source;  // openlog keeps a pointer to it
+  bool opened = false;
+  EventListener listener = nullptr;
+  void* context = nullptr;
+};
+
+// Never destroyed: threads report until the process ends.
+EventLog& TheEventLog() {
+  static EventLog* const log = new EventLog;
+  return *log;
+}
+
+int Priority(EventType type) {
+  switch (type) {
+    case EventType::kError:
+      return LOG_ERR;
+    case EventType::kWarning:
+      return LOG_WARNING;
+    case EventType::kInformation:
+      return LOG_INFO;
+  }
+  return LOG_INFO;
+}
+
+// The ident goes into each record, so a change of source is no more than another ident.
+void UseSource(EventLog& log, std::string_view source) {
+  if (log.opened && log.source == source) return;
+  if (log.opened) closelog();
+  log.source = source;
+  openlog(log.source.c_str(), LOG_PID, LOG_MAIL);
+  log.opened = true;
+}
+
+void WriteRecords(EventType type, std::uint32_t eventId, std::string_view text) {
+  while (!text.empty()) {
+    const std::size_t end = std::min(text.find_first_of("\r\n"), text.size());
+    if (end > 0) {
+      syslog(Priority(type), "event 0x%08x: %.*s", eventId, static_cast<int>(end), text.data());
+    }
+    text.remove_prefix(std::min(end + 1, text.size()));
+  }
+}
+
+void Print(std::FILE* stream, std::string_view text) {
+  std::fwrite(text.data(), 1, text.size(), stream);
+  std::fflush(stream);
+}
+
+}  // namespace
+
+void WriteEventLog(std::string_view source, EventType type, std::uint32_t eventId,
+                   std::string_view first, std::string_view second) {
+  EventLog& log = TheEventLog();
+  const std::lock_guard lock(log.mutex);
+  if (log.listener != nullptr) {
+    log.listener(log.context, source, type, eventId, first, second);
+    return;
+  }
+  UseSource(log, source);
+  WriteRecords(type, eventId, first);
+  WriteRecords(type, eventId, second);
+}
+
+void SetEventListener(EventListener listener, void* context) {
+  EventLog& log = TheEventLog();
+  const std::lock_guard lock(log.mutex);
+  log.listener = listener;
+  log.context = context;
+}
+
+void WriteDebugChannel(std::string_view text) {
+  static const bool wanted = EnvironmentVariable("CORVANE_DEBUG_CHANNEL") == "1";
+  if (wanted) Print(stderr, text);
+}
+
+void PrintConsole(std::string_view text) { Print(stdout, text); }
+
+void PrintConsoleF(const char* format, ...) {
+  std::va_list arguments;
+  va_start(arguments, format);
+  const std::string text = FormatTextV(format, arguments);
+  va_end(arguments);
+  PrintConsole(text);
+}
+
+}  // namespace corvane::platform

@@ -1,0 +1,63 @@
+// LogFixture.h -- logs of a test's own: directory, settings, clock, and what left the program.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/Clock.h"
+#include "platform/Reports.h"
+#include "tests/support/TemporaryDirectory.h"
+
+namespace corvane {
+
+struct Event {
+  std::string source;
+  std::int32_t type;
+  std::uint32_t id;
+  std::string first;
+  std::string second;
+};
+
+// Each test has a day of its own, at 12:00:00 local time (an hour ahead of UTC), since the logs
+// remember their file's name as long as the process runs.
+class LogFixture : public testing::Test {
+ protected:
+  LogFixture();
+  ~LogFixture() override;
+
+  // The settings, as the start of the connector loads them.
+  void Use(std::uint32_t debugEnabled, std::uint32_t activityLogEnabled, std::uint32_t level = 5);
+  // To the first second after the next local midnight.
+  void PassMidnight() { clock_.Advance((12 * 3600 + 1) * 1000LL); }
+
+  // As another connector does that dies in the middle of a line.
+  static void LeaveDebugMutexBehind();
+
+  // "03/28/26", and the file of that day as it stands.
+  [[nodiscard]] std::string Date() const;
+  [[nodiscard]] std::string DebugFile() const { return File("debug/POC-Debug-"); }
+  [[nodiscard]] std::string ActivityFile() const { return File("activity/POC-Activity-"); }
+  // A text with DATE for Date() replaced.
+  [[nodiscard]] std::string Dated(std::string text) const;
+
+  test::TemporaryDirectory directory_;
+  platform::VirtualClock clock_;
+  std::vector<Event> events_;
+
+ private:
+  [[nodiscard]] std::string File(const std::string& pattern) const;
+};
+
+// What `work` writes to standard output.
+template <typename Work>
+std::string Printed(Work work) {
+  testing::internal::CaptureStdout();
+  work();
+  return testing::internal::GetCapturedStdout();
+}
+
+}  // namespace corvane

@@ -1,0 +1,280 @@
+// LogsTest.cpp -- targets, markers, daily change, levels, the debug log's mutex, the event log.
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <thread>
+
+#include "SERVICES/Library/xMutexLock/Exception.h"
+#include "connector/logs/Logs.h"
+#include "platform/Error.h"
+#include "platform/Machine.h"
+#include "tests/connector/logs/LogFixture.h"
+
+namespace corvane {
+namespace {
+
+// Asked for once a process, at the first use.
+const int kDebugChannelOn = setenv("CORVANE_DEBUG_CHANNEL", "1", 1);
+
+constexpr const char* kStarted =
+    "[DATE 12:00:00]****************** LOG FILE STARTED *******************\r\n";
+constexpr const char* kClosed =
+    "[DATE 12:00:00]****************** LOG FILE CLOSED ********************\r\n";
+
+class LogsTest : public LogFixture {};
+
+TEST_F(LogsTest, FilesHoldMarkersAndLines) {
+  Use(1, 1);
+  OpenActivityLog();
+  OpenDebugLog();
+  LogDebug("one\n");
+  LogDebugF("%s %ld\n", "two", 2L);
+  LogActivity("three\n");
+  LogActivityF("%d\n", 4);
+  LogActivityToFile("five\n");
+  CloseActivityLog();
+  CloseDebugLog();
+  EXPECT_EQ(DebugFile(), Dated(std::string(kStarted) + "DATE 12:00:00\tone\r\n" +
+                               "DATE 12:00:00\ttwo 2\r\n" + kClosed));
+  EXPECT_EQ(ActivityFile(),
+            Dated(std::string(kStarted) + "DATE 12:00:00\t# three\r\nDATE 12:00:00\t# 4\r\n" +
+                  "DATE 12:00:00\t# five\r\n" + kClosed));
+}
+
+struct TargetCase {
+  std::uint32_t debugEnabled;
+  std::uint32_t activityLogEnabled;
+  const char* console;
+  const char* debugger;
+  const char* activityFile;
+};
+const TargetCase kDebugTargets[] = {
+    {0, 1, "", "", ""},
+    {2, 0, "DATE 12:00:00 text\n", "", ""},
+    {3, 0, "", "text\n", ""},
+    {4, 1, "", "", ""},
+    {5, 0, "", "", ""},
+    {5, 1, "", "", "DATE 12:00:00\t# text\r\n"},
+    {5, 2, "DATE 12:00:00\t# text\n\n", "", ""},
+    {5, 3, "", "DATE 12:00:00\t# text\n\n", ""},
+};
+
+TEST_F(LogsTest, DebugTargets) {
+  for (const TargetCase& row : kDebugTargets) {
+    Use(1, 1);
+    CloseActivityLog();
+    std::filesystem::remove_all(directory_ / "activity");
+    std::filesystem::create_directory(directory_ / "activity");
+    OpenActivityLog();
+    Use(row.debugEnabled, row.activityLogEnabled);
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(Printed([] { LogDebug("text\n"); }), Dated(row.console));
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), Dated(row.debugger));
+    EXPECT_EQ(ActivityFile(), Dated(std::string(kStarted) + row.activityFile));
+    EXPECT_EQ(DebugFile(), "");
+  }
+}
+
+TEST_F(LogsTest, LineAfterMidnightIsTheOldFilesAndTheNextTheNewOnes) {
+  Use(1, 1);
+  OpenActivityLog();
+  OpenDebugLog();
+  const std::string oldDate = Date();
+  const std::string oldDebug =
+      directory_ / "debug/POC-Debug-" +
+      platform::FormatTime(platform::ToLocalTime(platform::NowSeconds()), "%y%m%d.log");
+  PassMidnight();
+  LogDebug("late\n");
+  LogActivity("late\n");
+  LogDebug("early\n");
+  LogActivity("early\n");
+  const std::string late = Date() + " 00:00:01";
+  const std::string opened =
+      "[" + late + "]****************** LOG FILE STARTED *******************\r\n";
+  EXPECT_EQ(test::ReadBytes(oldDebug),
+            "[" + oldDate +
+                " 12:00:00]****************** LOG FILE STARTED *******************\r\n" + late +
+                "\tlate\r\n" + "[" + late +
+                "]****************** LOG FILE CLOSED ********************\r\n");
+  EXPECT_EQ(DebugFile(), opened + late + "\tearly\r\n");
+  EXPECT_EQ(ActivityFile(), opened + late + "\t# early\r\n");
+}
+
+// How often each line stands in the files of a directory; lines that aren't whole count as such.
+std::map<std::string, int> LinesOf(const std::string& directory) {
+  std::map<std::string, int> lines;
+  for (const auto& entry : std::filesystem::directory_iterator(directory)) {
+    std::ifstream file(entry.path());
+    for (std::string line; std::getline(file, line);) {
+      if (line.find("LOG FILE") == std::string::npos) ++lines[line.substr(line.find('\t') + 1)];
+    }
+  }
+  return lines;
+}
+
+TEST_F(LogsTest, NoLineIsLostAmongThreadsAcrossManyMidnights) {
+  constexpr int kThreads = 6;
+  constexpr int kLines = 300;
+  Use(1, 1);
+  OpenActivityLog();
+  OpenDebugLog();
+  std::vector<std::thread> threads;
+  for (int number = 0; number < kThreads; ++number) {
+    threads.emplace_back([this, number] {
+      for (int line = 0; line < kLines; ++line) {
+        LogDebugF("t%d-%d\n", number, line);
+        LogActivityF("t%d-%d\n", number, line);
+        clock_.Advance(60'000);
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  const auto debug = LinesOf(directory_ / "debug");
+  const auto activity = LinesOf(directory_ / "activity");
+  EXPECT_EQ(debug.size(), static_cast<std::size_t>(kThreads * kLines));
+  EXPECT_EQ(activity.size(), static_cast<std::size_t>(kThreads * kLines));
+  for (int number = 0; number < kThreads; ++number) {
+    const std::string line = "t" + std::to_string(number) + "-" + std::to_string(kLines - 1);
+    EXPECT_EQ(debug.count(line + "\r"), 1U);
+    EXPECT_EQ(activity.count("# " + line + "\r"), 1U);
+  }
+}
+
+TEST_F(LogsTest, ProcessesKeepTheirLinesWhole) {
+  constexpr int kProcesses = 3;
+  constexpr int kLines = 500;
+  Use(1, 0);
+  std::vector<pid_t> processes;
+  for (int number = 0; number < kProcesses; ++number) {
+    processes.push_back(fork());
+    if (processes.back() != 0) continue;
+    CreateLogMutexes();
+    OpenDebugLog();
+    for (int line = 0; line < kLines; ++line) LogDebugF("p%d-%d\n", number, line);
+    _exit(0);
+  }
+  for (const pid_t process : processes) waitpid(process, nullptr, 0);
+  const auto lines = LinesOf(directory_ / "debug");
+  EXPECT_EQ(lines.size(), static_cast<std::size_t>(kProcesses * kLines));
+  for (const auto& [line, count] : lines) EXPECT_EQ(count, 1) << line;
+}
+
+TEST_F(LogsTest, LinesAfterTheCloseAreDropped) {
+  Use(1, 1);
+  CreateLogMutexes();
+  OpenActivityLog();
+  OpenDebugLog();
+  CloseActivityLog();
+  CloseDebugLog();
+  ReleaseLogMutexes();
+  const std::string debug = DebugFile();
+  const std::string activity = ActivityFile();
+  LogDebug("late\n");
+  LogActivity("late\n");
+  LogActivityToFile("late\n");
+  CloseDebugLog();
+  EXPECT_EQ(DebugFile(), debug);
+  EXPECT_EQ(ActivityFile(), activity);
+}
+
+TEST_F(LogsTest, StopUnderRunningWorkersIsSafe) {
+  Use(1, 1);
+  CreateLogMutexes();
+  OpenActivityLog();
+  OpenDebugLog();
+  std::atomic<bool> stop{false};
+  std::atomic<int> started{0};
+  std::vector<std::thread> workers;
+  for (int i = 0; i < 4; ++i) {
+    workers.emplace_back([&] {
+      ++started;
+      while (!stop) {
+        LogDebug("line\n");
+        LogActivity("line\n");
+      }
+    });
+  }
+  while (started < 4) std::this_thread::yield();
+  CloseActivityLog();
+  CloseDebugLog();
+  ReleaseLogMutexes();
+  stop = true;
+  for (std::thread& worker : workers) worker.join();
+  EXPECT_TRUE(DebugFile().ends_with("LOG FILE CLOSED ********************\r\n"));
+}
+
+TEST_F(LogsTest, FileThatCannotBeOpenedLosesLinesUntilTheNextDay) {
+  Use(1, 0);
+  std::filesystem::remove_all(directory_ / "debug");
+  OpenDebugLog();
+  LogDebug("lost\n");
+  std::filesystem::create_directory(directory_ / "debug");
+  LogDebug("lost too\n");
+  EXPECT_EQ(DebugFile(), "");
+  PassMidnight();
+  LogDebug("still lost\n");
+  LogDebug("kept\n");
+  EXPECT_TRUE(DebugFile().ends_with("\tkept\r\n"));
+  EXPECT_EQ(DebugFile().find("lost"), std::string::npos);
+}
+
+TEST_F(LogsTest, LevelIsAskedForByThreshold) {
+  struct Row {
+    std::uint32_t level;
+    std::int32_t above;
+    bool answer;
+  };
+  for (const Row& row : {Row{5, 5, false}, Row{6, 5, true}, Row{0, 0, false}, Row{11, 10, true},
+                         Row{0xFFFFFFFF, 10, true}}) {
+    Use(0, 0, row.level);
+    EXPECT_EQ(DebugLevelAbove(row.above), row.answer) << row.level;
+  }
+}
+
+TEST_F(LogsTest, LongAndOddTextsPass) {
+  Use(2, 2);
+  const std::string text = std::string(50'000, 'x') + "%s%n\n";
+  EXPECT_EQ(Printed([&] { LogDebugF("%s", text.c_str()); }), Dated("DATE 12:00:00 ") + text);
+  EXPECT_EQ(Printed([&] { LogActivity(text); }), Dated("DATE 12:00:00\t# ") + text + "\n");
+}
+
+// As after the death of another connector in the middle of a line.
+TEST_F(LogsTest, AbandonedMutexIsToldOnceByException) {
+  Use(2, 0);
+  CreateLogMutexes();
+  LeaveDebugMutexBehind();
+  EXPECT_THROW(LogDebug("lost\n"), Exception);
+  EXPECT_EQ(Printed([] { LogDebug("kept\n"); }), Dated("DATE 12:00:00 kept\n"));
+}
+
+TEST_F(LogsTest, WithoutATargetTheMutexIsLeftAlone) {
+  Use(0, 0);
+  CreateLogMutexes();
+  LeaveDebugMutexBehind();
+  EXPECT_NO_THROW(LogDebug("nothing\n"));
+}
+
+TEST_F(LogsTest, EventLogGetsTwoStringsAndKeepsTheLastError) {
+  platform::SetLastError(platform::kErrorAccessDenied);
+  ReportToEventLog(kReportError, "", "category", 7, "text\n");
+  EXPECT_EQ(platform::LastError(), platform::kErrorAccessDenied);
+  ReportToEventLog(kReportInformation, "Service Control Manager", nullptr, kConnectorEventId, "");
+  ASSERT_EQ(events_.size(), 2U);
+  EXPECT_EQ(events_[0].source, "Corvane");
+  EXPECT_EQ(events_[0].type, 1);
+  EXPECT_EQ(events_[0].id, 7U);
+  EXPECT_EQ(events_[0].first,
+            "Corvane Postoffice Service (" + platform::ProgramPath() + ") error: 5");
+  EXPECT_EQ(events_[0].second, "text\n");
+  EXPECT_EQ(events_[1].source, "Service Control Manager");
+  EXPECT_EQ(events_[1].type, 4);
+  EXPECT_EQ(events_[1].id, 0x40000001U);
+}
+
+}  // namespace
+}  // namespace corvane

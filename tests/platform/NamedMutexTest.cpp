@@ -1,0 +1,200 @@
+// NamedMutexTest.cpp -- named mutexes between threads and processes, and what dead owners leave.
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <functional>
+#include <thread>
+#include <vector>
+
+#include "platform/Error.h"
+#include "platform/NamedMutex.h"
+#include "tests/support/TemporaryDirectory.h"
+
+namespace corvane::platform {
+namespace {
+
+// A child process that runs `work` and then stays until it is killed.
+class Child {
+ public:
+  explicit Child(const std::function<void()>& work) {
+    int ends[2];
+    if (pipe(ends) != 0) return;
+    process_ = fork();
+    if (process_ == 0) {
+      work();
+      (void)!write(ends[1], "x", 1);
+      for (;;) pause();
+    }
+    char ready = 0;
+    (void)!read(ends[0], &ready, 1);
+    close(ends[0]);
+    close(ends[1]);
+  }
+  ~Child() { Kill(); }
+  Child(const Child&) = delete;
+  Child& operator=(const Child&) = delete;
+
+  void Kill() {
+    if (process_ <= 0) return;
+    kill(process_, SIGKILL);
+    waitpid(process_, nullptr, 0);
+    process_ = 0;
+  }
+
+ private:
+  pid_t process_ = 0;
+};
+
+LockOutcome LockOnAnotherThread(NamedMutex& mutex, std::int64_t timeout) {
+  LockOutcome outcome = LockOutcome::kFailed;
+  std::thread([&] {
+    outcome = mutex.Lock(timeout);
+    if (outcome == LockOutcome::kLocked || outcome == LockOutcome::kAbandoned) mutex.Unlock();
+  }).join();
+  return outcome;
+}
+
+class NamedMutexTest : public testing::Test {
+ protected:
+  NamedMutexTest() { setenv("CORVANE_SETTINGS", (directory_ / "settings.db").c_str(), 1); }
+
+  ~NamedMutexTest() override { unsetenv("CORVANE_SETTINGS"); }
+
+  test::TemporaryDirectory directory_;
+};
+
+TEST_F(NamedMutexTest, ThreadsExcludeEachOther) {
+  constexpr int kTurns = 2000;
+  volatile std::int64_t count = 0;  // not atomic, so that two at once would lose turns
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([&count] {
+      const auto mutex = NamedMutex::Create("POCDebugLog");
+      for (int turn = 0; turn < kTurns; ++turn) {
+        ASSERT_EQ(mutex->Lock(kNoTimeLimit), LockOutcome::kLocked);
+        const std::int64_t before = count;
+        count = before + 1;
+        ASSERT_TRUE(mutex->Unlock());
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(count, 4 * kTurns);
+}
+
+TEST_F(NamedMutexTest, ProcessesThatStartTogetherExcludeEachOther) {
+  constexpr int kTurns = 2000;
+  void* memory = mmap(nullptr, 4096, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+  auto* count = static_cast<volatile std::int64_t*>(memory);
+  std::vector<pid_t> processes;
+  for (int i = 0; i < 4; ++i) {
+    processes.push_back(fork());
+    if (processes.back() != 0) continue;
+    const auto mutex = NamedMutex::Create("counted");
+    for (int turn = 0; turn < kTurns; ++turn) {
+      if (mutex->Lock(kNoTimeLimit) != LockOutcome::kLocked) _exit(1);
+      *count = *count + 1;
+      if (!mutex->Unlock()) _exit(2);
+    }
+    _exit(0);
+  }
+  for (const pid_t process : processes) {
+    int status = -1;
+    waitpid(process, &status, 0);
+    EXPECT_EQ(status, 0);
+  }
+  EXPECT_EQ(*count, 4 * kTurns);
+  munmap(memory, 4096);
+}
+
+TEST_F(NamedMutexTest, HolderLocksAgainAndOthersTimeOutUntilTheLastUnlock) {
+  const auto mutex = NamedMutex::Create("recursive");
+  ASSERT_EQ(mutex->Lock(kNoTimeLimit), LockOutcome::kLocked);
+  ASSERT_EQ(mutex->Lock(0), LockOutcome::kLocked);
+  EXPECT_EQ(LockOnAnotherThread(*mutex, 0), LockOutcome::kTimedOut);
+  EXPECT_TRUE(mutex->Unlock());
+  EXPECT_EQ(LockOnAnotherThread(*mutex, 10), LockOutcome::kTimedOut);
+  EXPECT_TRUE(mutex->Unlock());
+  EXPECT_EQ(LockOnAnotherThread(*mutex, 10), LockOutcome::kLocked);
+  SetLastError(0);
+  EXPECT_FALSE(mutex->Unlock());
+  EXPECT_EQ(LastError(), 288);
+}
+
+TEST_F(NamedMutexTest, KilledOwnerLeavesItAbandonedOnce) {
+  const auto mutex = NamedMutex::Create("killed");
+  Child child([] {
+    auto own = NamedMutex::Open("killed");
+    if (own->Lock(kNoTimeLimit) != LockOutcome::kLocked) _exit(1);
+    if (own->Lock(0) != LockOutcome::kLocked) _exit(2);
+    (void)own.release();
+  });
+  EXPECT_EQ(mutex->Lock(0), LockOutcome::kTimedOut);
+  child.Kill();
+  EXPECT_EQ(mutex->Lock(kNoTimeLimit), LockOutcome::kAbandoned);
+  EXPECT_TRUE(mutex->Unlock());
+  EXPECT_EQ(LockOnAnotherThread(*mutex, 0), LockOutcome::kLocked);
+}
+
+TEST_F(NamedMutexTest, EndedThreadLeavesItAbandoned) {
+  const auto mutex = NamedMutex::Create("ended");
+  std::thread([&] { ASSERT_EQ(mutex->Lock(0), LockOutcome::kLocked); }).join();
+  EXPECT_EQ(mutex->Lock(0), LockOutcome::kAbandoned);
+  EXPECT_TRUE(mutex->Unlock());
+}
+
+// As after the death of all programs that used a name: the next one starts anew.
+TEST_F(NamedMutexTest, NameThatOnlyDeadProcessesHadIsNew) {
+  Child child([] {
+    auto own = NamedMutex::Create("left");
+    if (own->Lock(kNoTimeLimit) != LockOutcome::kLocked) _exit(1);
+    (void)own.release();
+  });
+  EXPECT_NE(NamedMutex::Open("left"), nullptr);
+  child.Kill();
+  SetLastError(0);
+  EXPECT_EQ(NamedMutex::Open("left"), nullptr);
+  EXPECT_EQ(LastError(), kErrorFileNotFound);
+  EXPECT_EQ(NamedMutex::Create("left")->Lock(0), LockOutcome::kLocked);
+}
+
+TEST_F(NamedMutexTest, OpenFindsWhatSomebodyHasOnly) {
+  EXPECT_EQ(NamedMutex::Open(R"(Global\a/b c)"), nullptr);
+  auto mutex = NamedMutex::Create(R"(Global\a/b c)");
+  EXPECT_NE(NamedMutex::Open(R"(Global\a/b c)"), nullptr);
+  EXPECT_EQ(NamedMutex::Open("Global"), nullptr);
+  mutex.reset();
+  EXPECT_EQ(NamedMutex::Open(R"(Global\a/b c)"), nullptr);
+}
+
+TEST_F(NamedMutexTest, InstallationsDoNotMeet) {
+  const auto here = NamedMutex::Create("POCDebugLog");
+  ASSERT_EQ(here->Lock(0), LockOutcome::kLocked);
+  setenv("CORVANE_SETTINGS", (directory_ / "another.db").c_str(), 1);
+  const auto there = NamedMutex::Create("POCDebugLog");
+  EXPECT_EQ(LockOnAnotherThread(*there, 0), LockOutcome::kLocked);
+  EXPECT_TRUE(here->Unlock());
+}
+
+TEST_F(NamedMutexTest, HandleThatGoesGivesItsLockBack) {
+  const auto mutex = NamedMutex::Create("gone");
+  auto other = NamedMutex::Open("gone");
+  ASSERT_EQ(other->Lock(0), LockOutcome::kLocked);
+  other.reset();
+  EXPECT_EQ(LockOnAnotherThread(*mutex, 0), LockOutcome::kLocked);
+}
+
+TEST_F(NamedMutexTest, NamelessOnesAreApart) {
+  const auto first = NamedMutex::CreateUnnamed();
+  const auto second = NamedMutex::CreateUnnamed();
+  ASSERT_EQ(first->Lock(0), LockOutcome::kLocked);
+  EXPECT_EQ(LockOnAnotherThread(*first, 0), LockOutcome::kTimedOut);
+  EXPECT_EQ(LockOnAnotherThread(*second, 0), LockOutcome::kLocked);
+}
+
+}  // namespace
+}  // namespace corvane::platform

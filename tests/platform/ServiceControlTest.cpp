@@ -1,0 +1,96 @@
+// ServiceControlTest.cpp -- words to the service manager, stop signals, its tools.
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <thread>
+
+#include "platform/Error.h"
+#include "platform/ServiceControl.h"
+#include "tests/support/TemporaryDirectory.h"
+
+namespace corvane::platform {
+namespace {
+
+// A service manager's end of the socket.
+class Manager {
+ public:
+  explicit Manager(const std::string& name) : socket_(socket(AF_UNIX, SOCK_DGRAM, 0)) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::memcpy(address.sun_path, name.data(), name.size());
+    if (name.front() == '@') address.sun_path[0] = '\0';
+    const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + name.size());
+    bound_ = bind(socket_, reinterpret_cast<const sockaddr*>(&address), length) == 0;
+    setenv("NOTIFY_SOCKET", name.c_str(), 1);
+  }
+  ~Manager() {
+    close(socket_);
+    unsetenv("NOTIFY_SOCKET");
+  }
+  Manager(const Manager&) = delete;
+  Manager& operator=(const Manager&) = delete;
+
+  std::string Receive() {
+    char buffer[256];
+    const ssize_t got = recv(socket_, buffer, sizeof(buffer), MSG_DONTWAIT);
+    return bound_ && got > 0 ? std::string(buffer, static_cast<std::size_t>(got)) : "";
+  }
+
+ private:
+  int socket_;
+  bool bound_ = false;
+};
+
+TEST(ServiceControl, ManagerHearsEachState) {
+  const test::TemporaryDirectory directory;
+  for (const std::string& name :
+       {directory / "notify", "@corvane-test-" + std::to_string(getpid())}) {
+    Manager manager(name);
+    EXPECT_TRUE(HasServiceManager());
+    EXPECT_TRUE(TellServiceManager("READY=1\nSTATUS=Running"));
+    EXPECT_EQ(manager.Receive(), "READY=1\nSTATUS=Running");
+  }
+}
+
+TEST(ServiceControl, WithoutAManagerNothingIsSent) {
+  unsetenv("NOTIFY_SOCKET");
+  EXPECT_FALSE(HasServiceManager());
+  EXPECT_FALSE(TellServiceManager("READY=1"));
+  setenv("NOTIFY_SOCKET", "/nonexistent/notify", 1);
+  EXPECT_FALSE(TellServiceManager("READY=1"));
+  EXPECT_EQ(LastError(), kErrorFileNotFound);
+  unsetenv("NOTIFY_SOCKET");
+}
+
+// In a process of its own: signals are the process's, and no other thread may be there to take one.
+[[noreturn]] void StopBySignal(int signalNumber) {
+  std::atomic<int> seen{0};
+  if (!OnStopSignal([&](int number) { seen = number; })) _exit(1);
+  kill(getpid(), signalNumber);
+  while (seen == 0) std::this_thread::yield();
+  _exit(seen == signalNumber ? 7 : 2);
+}
+
+TEST(ServiceControlDeathTest, StopSignalsCallTheStopAndDoNotEndTheProcess) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(StopBySignal(SIGTERM), testing::ExitedWithCode(7), "");
+  EXPECT_EXIT(StopBySignal(SIGINT), testing::ExitedWithCode(7), "");
+}
+
+TEST(ServiceControl, ToolsTellTheirOutputAndExitCode) {
+  const auto result = RunServiceTool("sh", {"-c", "echo \"$0 $1\"; cat; exit 3", "a b", "c"});
+  ASSERT_TRUE(result);
+  EXPECT_EQ(result->output, "a b c\n");
+  EXPECT_EQ(result->exitCode, 3);
+  EXPECT_FALSE(RunServiceTool("/nonexistent/tool", {}));
+  EXPECT_EQ(LastError(), kErrorFileNotFound);
+}
+
+}  // namespace
+}  // namespace corvane::platform
