@@ -71,7 +71,7 @@ constexpr PageRow kPages[] = {
     {1026, Keeper::kIcuTable, "ibm-1026", AsciiForm::kOther},
     {1047, Keeper::kIcuTable, "ibm-1047", AsciiForm::kOther},
     {1125, Keeper::kIconvTable, "CP1125", AsciiForm::kOther},
-    {1133, Keeper::kIconvTable, "IBM-CP1133", AsciiForm::kOther},
+    {1133, Keeper::kIconvTable, "IBM1133", AsciiForm::kOther},
     {1140, Keeper::kIcuTable, "ibm-1140", AsciiForm::kOther},
     {1141, Keeper::kIcuTable, "ibm-1141", AsciiForm::kOther},
     {1142, Keeper::kIcuTable, "ibm-1142", AsciiForm::kOther},
@@ -161,7 +161,7 @@ constexpr PageRow kPages[] = {
     {29001, Keeper::kNobody, "", AsciiForm::kOther},
     {38598, Keeper::kIcuTable, "iso-8859-8", AsciiForm::kOther},
     {50220, Keeper::kIcu, "ISO_2022,locale=ja,version=0", AsciiForm::kEscapes},
-    {50221, Keeper::kIcu, "ISO_2022,locale=ja,version=0", AsciiForm::kEscapes},
+    {50221, Keeper::kIcu, "ISO_2022,locale=ja,version=3", AsciiForm::kEscapes},
     {50222, Keeper::kIcu, "ISO_2022,locale=ja,version=4", AsciiForm::kEscapes},
     {50225, Keeper::kIcu, "ISO-2022-KR", AsciiForm::kEscapes},
     {50227, Keeper::kIcu, "ISO-2022-CN", AsciiForm::kEscapes},
@@ -194,6 +194,7 @@ constexpr Mending kMendings[] = {
      u"\x1A\x1A\x1C\x1C\x7F\x7F\x80\x80\x81\x81\x84\x84\x86\x86\x8D\x8D\x8E\x8E\x8F\x8F"
      u"\x90\x90"},
     {1026, u"\x9A\xAA"},
+    {20424, u"\xB3\xB7\xBC\xAF"},
     {20833, u"\x0E\x0E\x0F\x0F"},
     {20924,
      u"\x15\x0A\x25\x85\x6A\x160\x9D\x17E\x9F\x20AC\xB7\x152\xB8\x153\xB9\x178\xBB\x161"
