@@ -20,12 +20,12 @@ struct MimePart {
   Text TransferEncoding;  // empty reads as 7Bit, and is what decoding leaves
   Text Charset;           // parameter `charset`
   Text Body;
-  Text ContentType = "text/plain";  // without parameters
-  Text HeaderText;                  // raw headers up to the blank line
-  Text Disposition;                 // Content-Disposition before its first ';'
-  Text EnclosingBoundary;           // of the parent
-  Text Boundary;                    // parameter `boundary`, without blanks at its end
-  Text ContentIdentifier;           // Content-ID without '<' and '>'
+  Text ContentType = Text::Literal("text/plain");  // without parameters
+  Text HeaderText;                                 // raw headers up to the blank line
+  Text Disposition;                                // Content-Disposition before its first ';'
+  Text EnclosingBoundary;                          // of the parent
+  Text Boundary;           // parameter `boundary`, without blanks at its end
+  Text ContentIdentifier;  // Content-ID without '<' and '>'
   PartKind Kind = PartKind::kOrdinary;
   Text DisplayName;  // the best name for showing, in UTF-8
   Text Name;         // parameter `name`

@@ -25,6 +25,14 @@ class Text {
   Text(const char* text) : Text(std::string(text)) {}  // NOLINT: meant to convert
   explicit Text(std::string_view text) : Text(std::string(text)) {}
 
+  // A text that lives as long as the program, without a buffer.
+  template <std::size_t N>
+  [[nodiscard]] static Text Literal(const char (&text)[N]) {
+    Text literal;
+    literal.view_ = std::string_view(text, N - 1);
+    return literal;
+  }
+
   // The piece that `view`, which lies in this text, looks at.
   [[nodiscard]] Text Piece(std::string_view view) const {
     Text piece;
@@ -32,10 +40,6 @@ class Text {
     piece.buffer_ = buffer_;
     piece.view_ = view;
     return piece;
-  }
-  // Whether `view` lies in this text.
-  [[nodiscard]] bool Holds(std::string_view view) const {
-    return view.data() >= view_.data() && view.data() + view.size() <= view_.data() + view_.size();
   }
 
   operator std::string_view() const { return view_; }  // NOLINT: meant to convert
