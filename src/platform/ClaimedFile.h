@@ -32,7 +32,8 @@ struct ClaimRequest {
                                        ClaimedFile* file);
 
 // Opens and claims a file whose name is about to be removed or replaced; nobody can then open it in
-// a way that forbids this, nor do the same to it. 5 for a directory.
+// a way that forbids this, nor do the same to it. 5 for a directory. A file that may not be written
+// to (`mayWrite` false) is held too, but two may then be at it at once.
 [[nodiscard]] std::int32_t OpenForDeletion(const std::string& path, ClaimedFile* file);
 
 }  // namespace corvane::platform

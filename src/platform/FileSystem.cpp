@@ -33,6 +33,7 @@ File OpenSource(std::string_view path) {
 std::int32_t LinkOver(int source, const std::string& target) {
   ClaimedFile old;
   std::int32_t error = OpenForDeletion(target, &old);
+  if (error == 0 && !old.mayWrite) error = kErrorAccessDenied;
   if (error != 0) return error;
   const std::string temporary = TemporaryName(target);
   error = Result(sys::Link(source, temporary));
@@ -42,8 +43,7 @@ std::int32_t LinkOver(int source, const std::string& target) {
   }
   if (error != 0) return error;
   error = Result(sys::Rename(temporary, target));
-  // It is still there when the target was the same file already, or the rename failed.
-  sys::CleanUp(temporary);
+  if (error != 0) sys::CleanUp(temporary);
   return error;
 }
 
@@ -52,6 +52,8 @@ std::int32_t LinkAt(int source, const std::string& target) {
   // A file system without links, or a file with as many as it can have.
   if (errno == EPERM || errno == EMLINK || errno == EOPNOTSUPP) return kErrorNotSameDevice;
   if (errno != EEXIST) return ErrorFromErrno(errno);
+  struct stat state = {};
+  if (fstat(source, &state) == 0 && sys::NamesDescriptor(target, state)) return 0;
   const std::int32_t error = LinkOver(source, target);
   return IsNotThere(error) ? Result(sys::Link(source, target)) : error;
 }

@@ -37,8 +37,8 @@ namespace corvane::platform {
 [[nodiscard]] bool CopyFile(std::string_view from, std::string_view to, bool replace, bool durable);
 
 // Gives the file a second name, replacing a file that `to` names, in one step; the same checks as
-// CopyFile. 17 where the two lie on different file systems or the file system has no links.
-// `durable` makes the new name durable.
+// CopyFile. Nothing to do when `to` is that file already. 17 where the two lie on different file
+// systems or the file system has no links. `durable` makes the new name durable.
 [[nodiscard]] bool LinkFile(std::string_view from, std::string_view to, bool durable);
 
 // One level; 183 when the name is there, 3 when the parent is not.
@@ -52,6 +52,10 @@ bool RemoveTree(std::string_view path);
 // Makes the names in a directory durable. Callers that meet on one directory share one flush:
 // whoever comes while one is under way waits for the next, and that one serves all who came.
 [[nodiscard]] bool FlushDirectory(std::string_view path);
+
+// Makes everything of the file system that holds `path` durable. Cheaper than many flushes, and as
+// dear as what others have written there.
+[[nodiscard]] bool FlushFileSystem(std::string_view path);
 
 [[nodiscard]] bool SetLastWriteTime(std::string_view path, std::int64_t seconds,
                                     std::int32_t nanoseconds = 0);

@@ -35,10 +35,19 @@ std::int32_t MoveOver(const ClaimedFile& source, const std::string& from, const 
   return error != 0 ? error : Result(sys::Rename(from, to));
 }
 
-struct Move {
-  std::string_view to;
-  bool replace = false;
+// What is moved, held for deletion if it is a file.
+struct Source {
+  std::string path;
+  ClaimedFile file;
+  bool directory = false;
 };
+
+std::int32_t TakeSource(const std::string& path, Source* source) {
+  source->path = path;
+  const std::int32_t error = OpenForDeletion(path, &source->file);
+  source->directory = error == kErrorAccessDenied && IsDirectory(path);
+  return source->directory ? 0 : error;
+}
 
 // The path that a moved file gets. A name that differs from the old one in case only is taken as it
 // is given.
@@ -56,30 +65,26 @@ std::int32_t MoveBetweenFileSystems(const std::string& from, const std::string& 
   return Result(sys::Unlink(from));
 }
 
-std::int32_t MoveClaimed(const std::string& from, const Move& move) {
-  ClaimedFile source;
-  std::int32_t error = OpenForDeletion(from, &source);
-  const bool directory = error == kErrorAccessDenied && IsDirectory(from);
-  if (error != 0 && !directory) return error;
-  const auto place = [&](const std::string& to) {
-    if (to == from) return std::int32_t{0};
-    if (directory || !move.replace) return MoveToNew(from, to);
-    return MoveOver(source, from, to);
-  };
-  const std::string target = TargetPath(from, move.to);
-  error = OnSystemPath(target, place);
-  if (error != kErrorNotSameDevice || directory) return error;
-  return MoveBetweenFileSystems(from, target, move.replace);
+std::int32_t MoveTo(const Source& source, const std::string& target, bool replace) {
+  const std::int32_t error = OnSystemPath(target, [&](const std::string& to) {
+    if (to == source.path) return std::int32_t{0};
+    if (source.directory || !replace) return MoveToNew(source.path, to);
+    return MoveOver(source.file, source.path, to);
+  });
+  if (error != kErrorNotSameDevice || source.directory) return error;
+  return MoveBetweenFileSystems(source.path, target, replace);
 }
 
 }  // namespace
 
 bool MoveFile(std::string_view from, std::string_view to, bool replace) {
-  const std::int32_t bad = CheckPath(to);
-  if (bad != 0) return Succeeded(bad);
-  return Succeeded(OnExistingPath(from, [&](const std::string& at) {
-    return MoveClaimed(at, {to, replace});
-  }));
+  Source source;
+  std::int32_t error = CheckPath(to);
+  if (error == 0) {
+    error = OnExistingPath(from, [&](const std::string& at) { return TakeSource(at, &source); });
+  }
+  if (error == 0) error = MoveTo(source, TargetPath(source.path, to), replace);
+  return Succeeded(error);
 }
 
 }  // namespace corvane::platform

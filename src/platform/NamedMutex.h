@@ -2,7 +2,7 @@
 //
 // Robust: a holder that dies, thread or process, leaves it to the next one with the outcome
 // kAbandoned. Lives in shared memory, made by whoever comes first; recursive, as its callers
-// expect. Any thread.
+// expect. It is this installation's: the settings store in use is part of the name. Any thread.
 #pragma once
 
 #include <cstdint>
@@ -17,12 +17,13 @@ inline constexpr std::int64_t kNoTimeLimit = -1;
 
 class NamedMutex {
  public:
-  ~NamedMutex();  // the name stays for others
+  // The name stays for others. The last handle of a process gives back what its own thread holds.
+  ~NamedMutex();
   NamedMutex(const NamedMutex&) = delete;
   NamedMutex& operator=(const NamedMutex&) = delete;
 
-  // The mutex of that name if there is one (nothing and LastError 2 otherwise); made when missing;
-  // a nameless one.
+  // The mutex of that name if somebody has it (nothing and LastError 2 otherwise); made when
+  // missing; a nameless one. All handles of a process on one name are the same mutex to it.
   [[nodiscard]] static std::unique_ptr<NamedMutex> Open(std::string_view name);
   [[nodiscard]] static std::unique_ptr<NamedMutex> Create(std::string_view name);
   [[nodiscard]] static std::unique_ptr<NamedMutex> CreateUnnamed();
@@ -34,8 +35,10 @@ class NamedMutex {
 
  private:
   struct State;
-  explicit NamedMutex(std::unique_ptr<State> state);
-  std::unique_ptr<State> state_;
+  class Registry;
+  explicit NamedMutex(std::shared_ptr<State> state);
+  static std::unique_ptr<NamedMutex> Make(std::shared_ptr<State> state);
+  std::shared_ptr<State> state_;
 };
 
 }  // namespace corvane::platform

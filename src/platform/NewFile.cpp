@@ -29,15 +29,20 @@ bool HasNoNamelessFiles(int systemError) {
 
 std::int32_t Result(int systemResult) { return systemResult == 0 ? 0 : ErrorFromErrno(errno); }
 
+// Locks a file that was made just now. False when somebody has taken it for a leftover meanwhile.
+bool IsOurs(const std::string& temporary, int descriptor) {
+  struct stat state = {};
+  return claim::Take(descriptor, Access::kReadWrite, kShareNone, true) == 0 &&
+         fstat(descriptor, &state) == 0 && sys::NamesDescriptor(temporary, state);
+}
+
 // Makes the file `temporary`, locked. One that its writer has left behind is removed before.
 std::int32_t MakeNamed(const std::string& temporary, sys::Descriptor* descriptor) {
   for (int round = 0; round < kRounds; ++round) {
     descriptor->Reset(sys::Open(temporary, O_RDWR | O_CREAT | O_EXCL));
     if (descriptor->IsOpen()) {
-      const std::int32_t error =
-          claim::Take(descriptor->Get(), Access::kReadWrite, kShareNone, true);
-      if (error == 0) return 0;
-      continue;  // taken for a leftover before it was locked
+      if (IsOurs(temporary, descriptor->Get())) return 0;
+      continue;
     }
     if (errno != EEXIST) return ErrorFromErrno(errno);
     ClaimedFile leftover;
@@ -125,7 +130,7 @@ std::int32_t NewFile::Place() {
     if (error != kErrorFileExists) return error;
     ClaimedFile old;
     error = OpenForDeletion(target_, &old);
-    if (error == 0) return PlaceOver();
+    if (error == 0) return old.mayWrite ? PlaceOver() : kErrorAccessDenied;
     if (!IsNotThere(error)) return error;
   }
   return kErrorSharingViolation;

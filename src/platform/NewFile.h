@@ -36,7 +36,8 @@ class NewFile {
   [[nodiscard]] std::int32_t PlaceNew();
   // Puts it over the file that has the name. The caller holds that one for deletion.
   [[nodiscard]] std::int32_t PlaceOver();
-  // Takes the name whether it is free or not; 32 while somebody holds its file against deletion.
+  // Takes the name whether it is free or not; 32 while somebody holds its file against deletion, 5
+  // where that file may not be written to.
   [[nodiscard]] std::int32_t Place();
 
   // The descriptor, for whoever goes on with the placed file.

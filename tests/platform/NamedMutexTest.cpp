@@ -7,6 +7,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <functional>
+#include <latch>
 #include <thread>
 #include <vector>
 
@@ -180,12 +181,38 @@ TEST_F(NamedMutexTest, InstallationsDoNotMeet) {
   EXPECT_TRUE(here->Unlock());
 }
 
-TEST_F(NamedMutexTest, HandleThatGoesGivesItsLockBack) {
-  const auto mutex = NamedMutex::Create("gone");
-  auto other = NamedMutex::Open("gone");
-  ASSERT_EQ(other->Lock(0), LockOutcome::kLocked);
-  other.reset();
-  EXPECT_EQ(LockOnAnotherThread(*mutex, 0), LockOutcome::kLocked);
+// Another process sees it; this one would lock it again.
+TEST_F(NamedMutexTest, LastHandleThatGoesGivesItsLockBack) {
+  auto first = NamedMutex::Create("gone");
+  auto second = NamedMutex::Open("gone");
+  const auto lockElsewhere = [] {
+    const pid_t process = fork();
+    if (process == 0) _exit(NamedMutex::Create("gone")->Lock(0) == LockOutcome::kLocked ? 1 : 2);
+    int status = 0;
+    waitpid(process, &status, 0);
+    return WEXITSTATUS(status);
+  };
+  ASSERT_EQ(second->Lock(0), LockOutcome::kLocked);
+  second.reset();
+  EXPECT_EQ(lockElsewhere(), 2);
+  first.reset();
+  EXPECT_EQ(lockElsewhere(), 1);
+}
+
+TEST_F(NamedMutexTest, HandleThatGoesUnderAnotherThreadsLockLeavesItHeld) {
+  std::latch locked(1);
+  std::latch gone(1);
+  auto mutex = NamedMutex::CreateUnnamed();
+  NamedMutex* handle = mutex.get();
+  std::thread holder([&] {
+    EXPECT_EQ(handle->Lock(0), LockOutcome::kLocked);
+    locked.count_down();
+    gone.wait();
+  });
+  locked.wait();
+  mutex.reset();
+  gone.count_down();
+  holder.join();
 }
 
 TEST_F(NamedMutexTest, NamelessOnesAreApart) {

@@ -1,10 +1,16 @@
 // main.cpp -- cvctl, the administrator's tool: builds the command line and ends with the exit code
 // of the command.
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "cvctl/Command.h"
+#include "cvctl/ConfigurationCommands.h"
+#include "cvctl/QueueCommands.h"
+#include "cvctl/SettingsCommands.h"
 
 namespace corvane::cvctl {
 
@@ -23,8 +29,19 @@ int Fail(int code, const std::string& message) {
 int Run(int argc, char** argv) {
   CLI::App app{"The administrator's tool of the Corvane Postoffice Connector", "cvctl"};
   app.require_subcommand(1);
+  AddInitCommand(app);
+  AddPostofficeCommands(app);
+  AddMailboxCommands(app);
+  AddGroupCommands(app);
+  AddDomainCommands(app);
+  AddOptionCommands(app);
+  AddQueueCommands(app);
+  AddSettingsCommands(app);
   try {
-    app.parse(argc, argv);
+    // The parser takes the words of a vector from the end.
+    std::vector<std::string> words = GuardedWords(argc, argv);
+    std::reverse(words.begin(), words.end());
+    app.parse(std::move(words));
   } catch (const CLI::CallForHelp& help) {
     return app.exit(help);
   } catch (const CLI::CallForAllHelp& help) {

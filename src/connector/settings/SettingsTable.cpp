@@ -33,6 +33,14 @@ constexpr KeyRow kKeys[] = {
 };
 static_assert(std::size(kKeys) == static_cast<std::size_t>(Key::Auditing) + 1);
 
+constexpr const Setting* kSettings[] = {
+#define CV_NUMBER(constant, ...) &constant,
+#define CV_NUMBER_UNREAD(constant, ...) &constant,
+#define CV_TEXT(constant, ...) &constant,
+#define CV_COUNTER(constant, ...) &constant,
+#include "connector/settings/SettingsRows.inc"
+};
+
 constexpr const DwordSetting* kNumbers[] = {
 #define CV_NUMBER(constant, ...) &constant,
 #define CV_NUMBER_UNREAD(constant, ...) &constant,
@@ -54,6 +62,7 @@ constexpr const TextSetting* kTexts[] = {
 const char* WholeKey(Key key) { return kKeys[static_cast<std::size_t>(key)].whole; }
 const char* RelativeKey(Key key) { return kKeys[static_cast<std::size_t>(key)].relative; }
 
+std::span<const Setting* const> AllSettings() { return kSettings; }
 std::span<const DwordSetting* const> AllNumbers() { return kNumbers; }
 std::span<const TextSetting* const> AllTexts() { return kTexts; }
 

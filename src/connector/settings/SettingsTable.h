@@ -70,7 +70,8 @@ struct TextSetting : Setting {
 [[nodiscard]] const char* WholeKey(Key key);
 [[nodiscard]] const char* RelativeKey(Key key);
 
-// All rows, in the order of their declaration.
+// All rows, in the order of their declaration: both kinds, and each.
+[[nodiscard]] std::span<const Setting* const> AllSettings();
 [[nodiscard]] std::span<const DwordSetting* const> AllNumbers();
 [[nodiscard]] std::span<const TextSetting* const> AllTexts();
 

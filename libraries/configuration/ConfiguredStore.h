@@ -1,0 +1,36 @@
+// ConfiguredStore.h -- the store that the settings name, as the provider libraries of a process use
+// it.
+#pragma once
+
+#include <string>
+#include <utility>
+
+#include "configuration/ConfigurationStore.h"
+
+namespace corvane::configuration {
+
+// The path of the store: "Configuration Database" of the key Providers, else configuration.db in
+// the "Configuration Directory". Empty when neither is set. Read anew at each call.
+[[nodiscard]] std::string ConfiguredStorePath();
+
+// Where a mailbox lies: <Mail Root>\postoffice\MAILROOT\mailbox, with `customRoot` in place of the
+// first two when it isn't empty. Empty when there is no mail root, or a name can't be a
+// directory's.
+[[nodiscard]] std::string MailboxDirectory(const std::string& postoffice,
+                                           const std::string& mailbox,
+                                           const std::string& customRoot);
+
+// Whether a postoffice may lie outside the mail root, by its option PostofficeRoot.
+[[nodiscard]] bool AllowsCustomRoots();
+inline constexpr const char* kPostofficeRootOption = "PostofficeRoot";
+
+// The store of this library. Never destroyed: threads may still ask while the process ends.
+[[nodiscard]] ConfigurationStore& TheStore();
+
+// TheStore().Ask at the configured path.
+template <typename Query>
+[[nodiscard]] Answer AskStore(Query&& query) {
+  return TheStore().Ask(ConfiguredStorePath(), std::forward<Query>(query));
+}
+
+}  // namespace corvane::configuration

@@ -1,0 +1,43 @@
+// ConfigurationProviders.h -- postoffices, mailboxes, groups, domains and address maps, asked of
+// the provider libraries CVAIPO.DLL, CVAISM.DLL and CVAIAM.DLL.
+//
+// The libraries are loaded at start. Each call looks its export up anew and answers 0 when the
+// library or the export is missing. Any thread; a library may be unloaded while calls run: those
+// finish in it, later ones answer 0. Texts that a library leaves without an end are ended at the
+// last byte of their field.
+#pragma once
+
+#include <cstdint>
+
+#include "PROVIDERS/Library/LIBOption/ProviderRecords.h"
+
+namespace corvane {
+
+inline constexpr const char* kPostofficeProvider = "CVAIPO.DLL";
+inline constexpr const char* kSmtpProvider = "CVAISM.DLL";
+inline constexpr const char* kAddressMapProvider = "CVAIAM.DLL";
+
+// Loads one of the three from the library directory, in place of one that is loaded. False when it
+// can't be loaded or isn't one of the three.
+[[nodiscard]] bool LoadConfigurationProvider(const char* libraryName);
+void UnloadConfigurationProvider(const char* libraryName);
+
+// Whether the library is loaded and has that export.
+[[nodiscard]] bool IsExportPresent(const char* libraryName, const char* exportName);
+
+// 1 with Status 1: enabled; 0, or another Status: disabled; -1: the store can't be reached.
+// Exceptions of the library are reported and thrown on.
+[[nodiscard]] std::int32_t PostofficeGet(PostofficeRecord& record);
+// Not 0: found and filled.
+[[nodiscard]] std::int32_t MailboxGet(MailboxRecord& record);
+// 1 a group, 0 no group, -1 the store can't be reached.
+[[nodiscard]] std::int32_t GroupGet(GroupRecord& record);
+// 1: a member is in MemberAddress. The record names the group at each call.
+[[nodiscard]] std::int32_t GroupMemberFindFirst(GroupMemberRecord& record);
+[[nodiscard]] std::int32_t GroupMemberFindNext(GroupMemberRecord& record);
+// 1: the domain is served here.
+[[nodiscard]] std::int32_t SMTPDomainGet(DomainRecord& record);
+// Not 0: SourceAddress holds the "[SMTP:...]" address of the item in DestinationAddress.
+[[nodiscard]] std::int32_t AddressMapGet(AddressMapRecord& record);
+
+}  // namespace corvane

@@ -1,0 +1,44 @@
+#include "connector/delivery/CopyWithReceivedLine.h"
+
+#include <string>
+
+#include "connector/delivery/HeaderDate.h"
+#include "connector/queue/Durability.h"
+#include "connector/queue/QueuePaths.h"
+#include "platform/Clock.h"
+#include "platform/TextFile.h"
+#include "platform/WholeFile.h"
+
+namespace corvane {
+namespace {
+
+constexpr std::size_t kPieceBytes = 4096;
+
+// A line of the source with the line end of text files on disk.
+bool WriteTextLine(platform::WholeFile& target, std::string_view line) {
+  if (!line.ends_with('\n')) return target.Write(line);
+  line.remove_suffix(1);
+  return target.Write(line) && target.Write("\r\n");
+}
+
+}  // namespace
+
+void CopyWithReceivedLine(const ConnectorMessage& message, const ConnectorMessage& newMessage) {
+  auto source = platform::TextFile::Open(OutgoingMessagePath(message.Connector, message.MessageID),
+                                         platform::TextMode::kRead);
+  if (!source) return;
+  auto target =
+      platform::WholeFile::Create(InboundMessagePath(newMessage.Connector, newMessage.MessageID));
+  if (!target) return;
+  bool written = target.Write("Received: with Corvane Postoffice Connector; " +
+                              HeaderDate(platform::NowSeconds()) + "\r\n");
+  while (written) {
+    const auto line = source.ReadLine(kPieceBytes);
+    if (!line) break;
+    written = WriteTextLine(target, *line);
+  }
+  if (!written || source.Failed()) return;
+  static_cast<void>(target.Commit(true, DeliveryDurability(platform::Durability::kDataAndName)));
+}
+
+}  // namespace corvane

@@ -1,0 +1,13 @@
+#include "connector/delivery/DeliverToGroup.h"
+
+#include "connector/delivery/KeepInQueue.h"
+
+namespace corvane {
+
+std::int32_t DeliverToGroup(ConnectorMessage& message, std::string_view /*postoffice*/,
+                            std::string_view /*group*/, std::string_view recipientItem) {
+  KeepInQueue(message, "group expansion", recipientItem);
+  return 0;
+}
+
+}  // namespace corvane

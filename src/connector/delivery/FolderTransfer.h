@@ -1,0 +1,25 @@
+// FolderTransfer.h -- puts a message file into a mailbox folder, and makes what was put there
+// durable.
+//
+// The last recipient of a walk gets the queue's own file under a second name where the file system
+// allows it, every other one a copy: the worker removes the first name after the walk, and whatever
+// rewrites a queue file writes a new one. A name in a mailbox appears at once and whole.
+#pragma once
+
+#include <string>
+
+#include "connector/queue/ConnectorMessage.h"
+
+namespace corvane {
+
+// Puts `source` at `target`, replacing a file of that name, and notes it in `message` for
+// FlushDelivered. False leaves the error as platform::LastError(): 3 the folder is missing, 32
+// somebody holds the target, 64, 112 ...
+[[nodiscard]] bool TransferToFolder(ConnectorMessage& message, const std::string& source,
+                                    const std::string& target);
+
+// Makes everything that the walk has delivered durable; nothing to do with `Delivery Durability` at
+// 0. The queue files may go only after this has returned true.
+[[nodiscard]] bool FlushDelivered(ConnectorMessage& message);
+
+}  // namespace corvane

@@ -1,0 +1,59 @@
+#include "connector/queue/CommandText.h"
+
+#include <algorithm>
+#include <iterator>
+#include <limits>
+
+namespace corvane {
+namespace {
+
+constexpr std::string_view kKnownKeys[] = {
+    "DomainName=",   "Recipients=",           "Sender=",    "Server=",     "Retries=",
+    "NextSendTime=", "TimeAcquired=",         "MessageID=", "ClientIP=",   "Subject=",
+    "DSNFlags=",     "AuthenticationStatus=", "Campaign=",  "Priority=",   "Account=",
+    "AccountName=",  "CommandType=",          "Status=",    "StatusCode=", "User=",
+    "Annotations=",
+};
+
+}  // namespace
+
+std::optional<std::string_view> LineWalker::Next() {
+  if (done_ || rest_.empty()) return std::nullopt;
+  const std::size_t end = rest_.find('\n');
+  std::string_view line = rest_.substr(0, end);
+  if (end == std::string_view::npos) {
+    done_ = true;
+  } else {
+    rest_.remove_prefix(end + 1);
+  }
+  if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+  return line;
+}
+
+std::optional<std::string_view> ValueOf(std::string_view line, std::string_view key) {
+  if (!line.starts_with(key)) return std::nullopt;
+  return line.substr(key.size());
+}
+
+std::int32_t NumberOf(std::string_view text) {
+  const std::size_t start = text.find_first_not_of(" \t");
+  if (start == std::string_view::npos) return 0;
+  text.remove_prefix(start);
+  const bool negative = text.front() == '-';
+  if (negative || text.front() == '+') text.remove_prefix(1);
+  constexpr std::int64_t kMost = std::numeric_limits<std::int32_t>::max();
+  std::int64_t number = 0;
+  for (char digit : text) {
+    if (digit < '0' || digit > '9') break;
+    number = std::min<std::int64_t>(number * 10 + (digit - '0'), kMost + 1);
+  }
+  if (negative) return static_cast<std::int32_t>(-number);
+  return static_cast<std::int32_t>(std::min(number, kMost));
+}
+
+bool BeginsWithKnownKey(std::string_view line) {
+  return std::any_of(std::begin(kKnownKeys), std::end(kKnownKeys),
+                     [line](std::string_view key) { return line.starts_with(key); });
+}
+
+}  // namespace corvane

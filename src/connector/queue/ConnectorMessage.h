@@ -1,0 +1,69 @@
+// ConnectorMessage.h -- the record of one queued message, as its worker carries it through
+// delivery.
+//
+// Plain fields and fixed character arrays: a text too long for its field is cut. A message belongs
+// to one thread; copies are deep. The texts come from a command file (OutgoingCommandFile.h), so no
+// field is trusted to form a path unchecked.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace corvane {
+
+// A file in a mailbox that may not be on the disk yet.
+struct PendingFlush {
+  std::string path;
+  bool data = false;  // its bytes too, not its name alone
+};
+
+struct ConnectorMessage {
+  char ClientIP[66] =
+      {};  // address of the client that submitted the message; 63 characters are read
+  char Priority[32] = {};         // a word such as "Normal"
+  std::int32_t Retries = 0;       // retries so far
+  char Account[128] = {};         // the account; during delivery the current recipient's postoffice
+  char Server[256] = {};          // written out as Server=, never read back
+  char Status[16] = {};           // state of the message
+  std::int32_t TimeAcquired = 0;  // seconds since 1970
+  std::int32_t NextSendTime = 0;  // seconds since 1970; 0 is at once
+  char CommandType[32] = {};      // kind of command: "NORMAL", "NDR"
+  char Connector[64] = {};        // connector code, "SF"
+  char MessageID[64] = {};        // the name of both its files
+  char Sender[512] = {};          // envelope sender, an address item
+  std::string Recipients;         // address items joined by ";"
+  char User[128] = {};            // during delivery the current recipient's mailbox
+  std::int32_t AuthenticationStatus = 0;  // not 0: the sender was authenticated
+  char DomainName[256] = {};
+  char DSNFlags[128] = {};  // delivery status request
+  char Campaign[128] = {};  // campaign tag
+  char Subject[1024] = {};
+
+  // Working fields of the walk over the recipients; no command file holds them.
+  std::string DeliveryFolder;  // folder chosen for the current recipient
+  bool LastRecipient =
+      false;  // the current recipient is the last one that needs the queue's message file
+  bool KeepInQueue =
+      false;  // a recipient could not be settled: both files stay in the queue after the walk
+
+  std::vector<PendingFlush>
+      Delivered;  // what the walk has put into mailboxes and not yet made durable
+
+  // Clears every field and keeps the memory of the growing ones.
+  void Reset();
+};
+
+// Copies `text` into a fixed field, cut to the field and to `limit` bytes.
+template <std::size_t Size>
+void SetText(char (&field)[Size], std::string_view text, std::size_t limit = Size - 1) {
+  const std::size_t length = std::min({text.size(), limit, Size - 1});
+  std::memcpy(field, text.data(), length);
+  std::memset(field + length, 0, Size - length);
+}
+
+}  // namespace corvane

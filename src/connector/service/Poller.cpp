@@ -1,0 +1,217 @@
+#include "connector/service/Poller.h"
+
+#include <algorithm>
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "CLIENTS/CVMAPI/CVMSLIB/common/TimedWait.h"
+#include "SERVICES/Library/LIBRPCNotify/RemoteNotification.h"
+#include "SERVICES/Library/LIBStoreLibrary/StoreLibrary.h"
+#include "connector/logs/Logs.h"
+#include "connector/queue/OutgoingCommandFile.h"
+#include "connector/queue/OutgoingReset.h"
+#include "connector/queue/QueuePaths.h"
+#include "connector/queue/QueueStatistics.h"
+#include "connector/service/ClusterRole.h"
+#include "connector/service/Worker.h"
+#include "connector/settings/ProcessState.h"
+#include "connector/settings/Settings.h"
+#include "platform/Clock.h"
+#include "platform/FileSystem.h"
+#include "platform/Machine.h"
+#include "platform/Thread.h"
+
+namespace corvane {
+namespace {
+
+constexpr const char* kServiceName = "SF";
+constexpr const char* kDeliveringState = "Delivering";
+constexpr std::int64_t kLeftoverSeconds = 3600;
+
+bool Stopping() { return settings::StopFlag().load() != 0; }
+
+void WriteCounter(const settings::DwordSetting& counter, std::int64_t value) {
+  WriteStatistic(counter, static_cast<std::uint32_t>(value));
+}
+
+class Poller {
+ public:
+  void Run() {
+    Start();
+    while (!Stopping()) Pass();
+    Lib_StoreLibrary_UnInit();
+  }
+
+ private:
+  void Start();
+  void ResetQueue();
+  void RemoveLeftovers();
+  void LogTimings();
+  void Pass();
+  void Sweep();
+  bool Turn(const platform::FoundFile& file, bool& sameFileAgain);
+  void Claim(const std::string& fileName);
+  void StartWorker(OutgoingClaim claim);
+
+  std::string serverName_;
+  std::string directory_;
+  std::string pattern_;
+  ClusterRole role_;
+  ConnectorMessage message_;
+  std::int32_t turns_ = 0;
+  std::int64_t greatestAge_ = 0;
+};
+
+void Poller::Start() {
+  Lib_StoreLibrary_Init();
+  BindRemoteNotification();
+  WriteCounter(settings::kServiceStart, platform::NowSeconds());
+  serverName_ = platform::ComputerName();
+  LogDebugF("Initialised Postoffice Connector on %s\n", serverName_.c_str());
+  role_.Load(kServiceName);
+  SetText(message_.Connector, kServiceName);
+  directory_ = OutgoingDirectory(kServiceName);
+  pattern_ = directory_ + "\\*.MAI";
+  RemoveLeftovers();
+  if (settings::Get(settings::kResetMessagesOnRestart) != 0) ResetQueue();
+  if (DebugLevelAbove(5)) LogTimings();
+}
+
+void Poller::LogTimings() {
+  const auto interval = static_cast<long>(settings::Get(settings::kOutgoingPollInterval));
+  const auto threads = static_cast<long>(settings::Get(settings::kMaximumPickupThreads));
+  const auto delay = static_cast<long>(settings::Get(settings::kOutboundPollDelay));
+  LogDebugF(
+      "Outbound Poll Interval: %ld seconds. (Outbound message queue will be polled every %ld "
+      "seconds "
+      "for new messages after a queue sweep)\n",
+      interval, interval);
+  LogDebugF(
+      "Max Send Theads: %ld threads. (Postoffice Connector will deliver up to %ld messages at a "
+      "time)\n",
+      threads, threads);
+  LogDebugF(
+      "Outbound Poll Delay: %ld milliseconds. (Postoffice Connector will wait for %ld milliseconds "
+      "after each queue sweep.)\n",
+      delay, delay);
+}
+
+void Poller::ResetQueue() {
+  std::int32_t error = 0;
+  const bool won = role_.TryAcquire(error) == 1;
+  platform::FileFinder files(pattern_);
+  while (const auto file = files.Next(false)) {
+    ResetOutgoingCommandFile(directory_.c_str(), file->name.c_str(), serverName_.c_str(),
+                             settings::Get(settings::kQueueResetTime));
+  }
+  if (won) role_.Release();
+}
+
+// A writer that died between two of its steps leaves its unfinished file under a name that no
+// search matches.
+void Poller::RemoveLeftovers() {
+  const std::int64_t now = platform::NowSeconds();
+  for (const std::string& directory : {directory_, directory_ + "\\Messages"}) {
+    platform::FileFinder files(directory + "\\_*.MAI.tmp");
+    while (const auto file = files.Next()) {
+      if (now - file->info.lastWriteTime < kLeftoverSeconds) continue;
+      static_cast<void>(platform::DeleteFile(directory + "\\" + file->name));
+    }
+  }
+}
+
+// One pass of the loop: the wait, the role, the sweep.
+void Poller::Pass() {
+  TimedWait(std::int64_t{settings::Get(settings::kOutgoingPollInterval)} * 1000);
+  turns_ = 0;
+  WriteCounter(settings::kOutboundQueueItemMaxAge, greatestAge_);
+  greatestAge_ = 0;
+  std::int32_t error = 0;
+  if (role_.TryAcquire(error) != 1) {
+    if (DebugLevelAbove(9)) {
+      LogDebug(
+          "Server role was elected as slave server, this server will not processes the queue until "
+          "next election.\n");
+    }
+    return;
+  }
+  WriteCounter(settings::kOutboundQueueLastPoll, platform::NowSeconds());
+  Sweep();
+  WriteCounter(settings::kOutboundQueueLength, turns_);
+  role_.Release();
+}
+
+void Poller::Sweep() {
+  platform::FileFinder files(pattern_);
+  auto file = files.Next();
+  if (!file && DebugLevelAbove(9)) {
+    LogDebugF("Spooling Queue (%s) is empty.\n", pattern_.c_str());
+  }
+  bool sameFileAgain = false;
+  while (file && !Stopping()) {
+    if (!Turn(*file, sameFileAgain)) return;
+    if (!sameFileAgain) file = files.Next();
+  }
+}
+
+// One turn over one file. False ends the sweep; `sameFileAgain` when the thread limit held the file
+// up.
+bool Poller::Turn(const platform::FoundFile& file, bool& sameFileAgain) {
+  ++turns_;
+  greatestAge_ = std::max(greatestAge_, platform::NowSeconds() - file.info.lastWriteTime);
+  const auto limit = static_cast<std::int32_t>(settings::Get(settings::kMaximumPickupThreads));
+  sameFileAgain = settings::ActiveDeliveryThreads().load() >= limit;
+  if (!sameFileAgain) {
+    Claim(file.name);
+    return true;
+  }
+  if (role_.ClusterMode() == ClusterRole::kElectionPassedOn) return false;
+  TimedWait(settings::Get(settings::kOutboundPollDelay));
+  return true;
+}
+
+void Poller::Claim(const std::string& fileName) {
+  message_.Reset();
+  SetText(message_.Connector, kServiceName);
+  SetText(message_.MessageID, fileName);
+  OutgoingClaim claim = OutgoingClaim::Take(directory_, fileName);
+  if (!claim.IsHeld()) {
+    if (DebugLevelAbove(9)) {
+      LogDebugF(
+          "Unable to lock message %s for sending. Another process is currently accessing the "
+          "message "
+          "file.\n",
+          fileName.c_str());
+    }
+    return;
+  }
+  if (DebugLevelAbove(9)) LogDebugF("Message %s locked for delivery.\n", fileName.c_str());
+  // A name longer than a message's is cut in the record and would lead to another file.
+  if (fileName == message_.MessageID && ParseOutgoingCommandText(claim.Text(), message_)) {
+    SetText(message_.Status, kDeliveringState);
+    StartWorker(std::move(claim));
+  } else if (claim.Commit(kDeliveringState, serverName_)) {
+    // Left in Delivering, so that it is told once and not in every sweep.
+    LogDebugF("Message %s has no recipients that can be read. It stays in the queue.\n",
+              fileName.c_str());
+  }
+  TimedWait(settings::Get(settings::kPostDeliveryThreadCreationDelay));
+}
+
+void Poller::StartWorker(OutgoingClaim claim) {
+  auto claimed = std::make_shared<std::unique_ptr<ClaimedMessage>>(
+      std::make_unique<ClaimedMessage>(ClaimedMessage{message_, std::move(claim), serverName_}));
+  settings::ActiveDeliveryThreads().fetch_add(1);
+  const bool started = platform::StartThread(platform::kWorkerStackBytes,
+                                             [claimed] { WorkerThread(std::move(*claimed)); });
+  if (started) return;
+  settings::ActiveDeliveryThreads().fetch_sub(1);
+  LogDebug("Failed to start send thread...\n");
+}
+
+}  // namespace
+
+void PollOutboundQueue() { Poller().Run(); }
+
+}  // namespace corvane

@@ -1,0 +1,134 @@
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "SERVICES/Library/LIBStoreLibrary/StoreLibrary.h"
+#include "platform/Reports.h"
+#include "tests/support/StubProviders.h"
+
+namespace corvane {
+namespace {
+
+constexpr const char* kInserts =
+    "StoreLibrary_Init * 1\nDirect_StoreIndex_InsertItem acme/anna 1\n";
+
+std::int32_t Insert(void* indexItem = nullptr) {
+  return Lib_Direct_StoreIndex_InsertItem("acme", "anna", "\\Inbox", "A.MAI", indexItem);
+}
+
+TEST(StoreLibrary, BindsItsExportsInOrder) {
+  ASSERT_EQ(kStoreExportCount, 61u);
+  EXPECT_STREQ(kStoreExportNames[0], "StoreLibrary_Init");
+  EXPECT_STREQ(
+      kStoreExportNames[static_cast<std::size_t>(StoreExport::Direct_StoreIndex_InsertItem)],
+      "Direct_StoreIndex_InsertItem");
+  EXPECT_STREQ(kStoreExportNames[60], "RemoveMailboxShares");
+}
+
+TEST(StoreLibrary, AMissingLibraryMakesEveryWrapperReturnZero) {
+  test::StubProviders stub("nowhere");
+  EXPECT_EQ(Lib_StoreLibrary_Init(), 0);
+  EXPECT_EQ(Insert(), 0);
+  EXPECT_EQ(Lib_StoreFolder_Lock("abc", 1, std::uint64_t{2}), 0);
+  EXPECT_EQ(Lib_Memory_Allocate(std::uint64_t{8}), nullptr);
+  EXPECT_EQ(Lib_StoreLibrary_UnInit(), 0);
+}
+
+TEST(StoreLibrary, LivesFromInitToUnInit) {
+  test::StubProviders stub;
+  stub.Answer(kInserts);
+  EXPECT_EQ(Lib_StoreLibrary_Init(), 1);
+  EXPECT_EQ(Insert(), 1);
+  EXPECT_EQ(Lib_StoreFolder_Lock("abc", 10, std::uint64_t{100}), 113);
+  void* memory = Lib_Memory_Allocate(std::uint64_t{8});
+  EXPECT_NE(memory, nullptr);
+  EXPECT_EQ(Lib_Memory_Free(memory), 1);
+  EXPECT_EQ(Lib_StoreItem_GetProperty(memory), 0) << "not exported";
+  Lib_StoreLibrary_UnInit();
+  EXPECT_EQ(Insert(), 0) << "freed";
+  EXPECT_EQ(Lib_StoreLibrary_Init(), 1) << "bound anew";
+  EXPECT_EQ(Insert(), 1);
+  Lib_StoreLibrary_UnInit();
+}
+
+TEST(StoreLibrary, AMissingExportSilencesItsOwnWrapperOnly) {
+  test::StubProviders stub("bare");
+  stub.Answer(kInserts);
+  EXPECT_EQ(Lib_StoreLibrary_Init(), 0);
+  EXPECT_EQ(Insert(), 0);
+  EXPECT_EQ(Lib_StoreFolder_Lock("abc", 10, std::uint64_t{100}), 113);
+  Lib_StoreLibrary_UnInit();
+}
+
+struct InsertCase {
+  const char* name;
+  const char* variant;
+  bool withItem;
+  const char* calls;
+};
+
+const InsertCase kInsertCases[] = {
+    {"PlainWithoutAnItem", "full", false, "Direct_StoreIndex_InsertItem \\Inbox A.MAI\n"},
+    {"ExWithAnItem", "full", true,
+     "Direct_StoreIndex_InsertItemEx \\Inbox A.MAI\nDirect_StoreIndex_InsertItem \\Inbox A.MAI\n"},
+    {"PlainWhereExIsMissing", "noinsertex", true, "Direct_StoreIndex_InsertItem \\Inbox A.MAI\n"},
+};
+
+class InsertCases : public ::testing::TestWithParam<InsertCase> {};
+
+TEST_P(InsertCases, TakeTheRightExport) {
+  test::StubProviders stub(GetParam().variant);
+  stub.Answer(kInserts);
+  Lib_StoreLibrary_Init();
+  stub.ForgetCalls();
+  int item = 0;
+  EXPECT_EQ(Insert(GetParam().withItem ? &item : nullptr), 1);
+  EXPECT_EQ(stub.Calls(), GetParam().calls);
+  Lib_StoreLibrary_UnInit();
+}
+INSTANTIATE_TEST_SUITE_P(Table, InsertCases, ::testing::ValuesIn(kInsertCases),
+                         [](const auto& info) { return info.param.name; });
+
+std::string reported;
+void Listen(void*, std::string_view, platform::EventType, std::uint32_t, std::string_view,
+            std::string_view text) {
+  reported += text;
+}
+
+TEST(StoreLibrary, AnExceptionOfTheInsertionIsReportedAndGivesZero) {
+  test::StubProviders stub;
+  stub.Answer("Direct_StoreIndex_InsertItem * throw\n");
+  Lib_StoreLibrary_Init();
+  reported.clear();
+  platform::SetEventListener(Listen, nullptr);
+  EXPECT_EQ(Insert(), 0);
+  platform::SetEventListener(nullptr, nullptr);
+  EXPECT_TRUE(reported.starts_with(
+      "Lib_Direct_StoreIndex_InsertItem handled an exception; session will be dropped.\n"))
+      << reported;
+  Lib_StoreLibrary_UnInit();
+}
+
+TEST(StoreLibrary, EndingUnderCallersIsSafe) {
+  test::StubProviders stub;
+  stub.Answer(kInserts);
+  std::atomic<bool> stop{false};
+  std::vector<std::thread> callers;
+  for (int t = 0; t < 4; ++t) {
+    callers.emplace_back([&] {
+      while (!stop) (void)Insert();
+    });
+  }
+  for (int i = 0; i < 200; ++i) {
+    ASSERT_EQ(Lib_StoreLibrary_Init(), 1);
+    Lib_StoreLibrary_UnInit();
+  }
+  stop = true;
+  for (std::thread& caller : callers) caller.join();
+}
+
+}  // namespace
+}  // namespace corvane

@@ -1,0 +1,164 @@
+// The claim: who may take a message, and what becomes of its command file byte for byte.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "connector/queue/OutgoingClaim.h"
+#include "platform/FileSystem.h"
+#include "platform/WholeFile.h"
+#include "tests/support/FaultWalk.h"
+#include "tests/support/SettingsFixture.h"
+#include "tests/support/TemporaryDirectory.h"
+
+namespace corvane {
+namespace {
+
+using test::ReadBytes;
+using test::WriteBytes;
+
+constexpr const char* kName = "0123456789ABCDEF0123456789ABCDEF.MAI";
+
+class OutgoingClaimTest : public test::SettingsFixture {
+ protected:
+  [[nodiscard]] std::string Path() const { return Directory() / kName; }
+  void Put(std::string_view text) const { WriteBytes(Path(), text); }
+  [[nodiscard]] std::int32_t Lock() const {
+    return LockOutgoingCommandFile(Directory().Path().c_str(), kName, "Delivering", "NODE1");
+  }
+};
+
+struct ClaimCase {
+  const char* name;
+  std::string_view before;
+  std::int32_t result;
+  std::string_view after;
+};
+
+// The virtual clock of the fixture stands at 1,700,000,000.
+const ClaimCase kClaims[] = {
+    {"DueIsTaken", "Server=OLD\r\nStatus=Unsent\r\n", 1, "Server=NODE1\r\nStatus=Delivering\r\n"},
+    {"LastLineNeedsNoEnd", "Recipients=[SF:a/b]\r\nServer=\r\nStatus=Unsent", 1,
+     "Recipients=[SF:a/b]\r\nServer=NODE1\r\nStatus=Delivering"},
+    {"FutureIsLeft", "NextSendTime=1700000001\r\nStatus=Unsent\r\n", 0,
+     "NextSendTime=1700000001\r\nStatus=Unsent\r\n"},
+    {"NowIsDue", "NextSendTime=1700000000\r\nStatus=Unsent\r\n", 1,
+     "NextSendTime=1700000000\r\nStatus=Delivering\r\n"},
+    {"LowerCaseState", "Server=\r\nStatus=unsent\r\n", 1, "Server=NODE1\r\nStatus=Delivering\r\n"},
+    {"LongServerShortens", "Sender=x\r\nServer=A-VERY-LONG-NAME-OF-A-NODE\r\nStatus=Unsent\r\n", 1,
+     "Sender=x\r\nServer=NODE1\r\nStatus=Delivering\r\n"},
+    {"NoServerLineIsAdded", "Sender=x\r\nStatus=Unsent\r\n", 1,
+     "Sender=x\r\nStatus=Delivering\r\n"},
+    {"DeliveringIsLeft", "Server=OTHER\r\nStatus=Delivering\r\n", 0,
+     "Server=OTHER\r\nStatus=Delivering\r\n"},
+    {"OtherWordIsLeft", "Sender=x\r\nStatus=Held\r\n", 0, "Sender=x\r\nStatus=Held\r\n"},
+    {"LeadingStatusStays", "Status=Unsent\r\nServer=\r\n", 1, "Status=Unsent\r\nServer=\r\n"},
+    {"StatusBeforeServer", "Sender=x\r\nStatus=Unsent\r\nServer=OLD\r\n", 1,
+     "Sender=x\r\nStatus=Delivering\r\nServer=NODE1\r\n"},
+    {"KeysInASubjectMeanNothing",
+     "Subject=NextSendTime=4000000000 Status=Held\r\nServer=\r\nStatus=Unsent\r\n", 1,
+     "Subject=NextSendTime=4000000000 Status=Held\r\nServer=NODE1\r\nStatus=Delivering\r\n"},
+    {"TimeBehindBlanksCounts", "  NextSendTime=1700000009\r\nStatus=Unsent\r\n", 0,
+     "  NextSendTime=1700000009\r\nStatus=Unsent\r\n"},
+    {"TimeThatIsNoNumberIsNow", "NextSendTime=soon\r\nStatus=Unsent\r\n", 1,
+     "NextSendTime=soon\r\nStatus=Delivering\r\n"},
+    {"Empty", "", 0, ""},
+    {"NoLineEnds", "Recipients=[SF:a/b]Status=Unsent", 0, "Recipients=[SF:a/b]Status=Unsent"},
+    {"NulBytesStay", std::string_view("Sender=a\0b\r\nServer=\r\nStatus=Unsent\r\n", 35), 1,
+     std::string_view("Sender=a\0b\r\nServer=NODE1\r\nStatus=Delivering\r\n", 44)},
+};
+
+TEST_F(OutgoingClaimTest, TakesWhatIsDueAndChangesNothingElse) {
+  for (const ClaimCase& row : kClaims) {
+    SCOPED_TRACE(row.name);
+    Put(row.before);
+    EXPECT_EQ(Lock(), row.result);
+    EXPECT_EQ(ReadBytes(Path()), row.after);
+  }
+}
+
+TEST_F(OutgoingClaimTest, LongLinesAreKeptWhole) {
+  const std::string recipients = "Recipients=" + std::string(30'000, 'r') + "\r\n";
+  Put(recipients + "Server=\r\nStatus=Unsent\r\n");
+  EXPECT_EQ(Lock(), 1);
+  EXPECT_EQ(ReadBytes(Path()), recipients + "Server=NODE1\r\nStatus=Delivering\r\n");
+}
+
+TEST_F(OutgoingClaimTest, AMissingFileIsNotTaken) { EXPECT_EQ(Lock(), 0); }
+
+TEST_F(OutgoingClaimTest, ExpiryTakesStuckMessagesOnlyWhenItIsOn) {
+  const std::string_view stuck = "NextSendTime=1699980000\r\nServer=DEAD\r\nStatus=Delivering\r\n";
+  Put(stuck);
+  EXPECT_EQ(Lock(), 0);
+  Set("Queued Delivery Expiry Status", 1);
+  EXPECT_EQ(Lock(), 1);
+  EXPECT_EQ(ReadBytes(Path()), stuck);
+  Put("NextSendTime=1699999000\r\nStatus=Delivering\r\n");
+  EXPECT_EQ(Lock(), 0) << "younger than the default threshold of 10800 seconds";
+  Set("Queued Delivery Expiry Threshold", 0);
+  EXPECT_EQ(Lock(), 1);
+}
+
+TEST_F(OutgoingClaimTest, NobodyTakesAnExpiredMessageWhileItsWorkerLives) {
+  Set("Queued Delivery Expiry Status", 1);
+  Put("NextSendTime=1\r\nServer=NODE1\r\nStatus=Delivering\r\n");
+  auto first = OutgoingClaim::Take(Directory().Path(), kName);
+  ASSERT_TRUE(first.IsHeld());
+  ASSERT_TRUE(first.Commit("Delivering", "NODE1"));
+  EXPECT_EQ(Lock(), 0);
+  first.Release();
+  EXPECT_EQ(Lock(), 1);
+}
+
+TEST_F(OutgoingClaimTest, ACommittedClaimKeepsOthersOffAndLetsThemReadAndRemove) {
+  Put("Server=\r\nStatus=Unsent\r\n");
+  auto claim = OutgoingClaim::Take(Directory().Path(), kName);
+  ASSERT_TRUE(claim.IsHeld());
+  EXPECT_EQ(Lock(), 0) << "taken, not yet written";
+  ASSERT_TRUE(claim.Commit("Delivering", "NODE1"));
+  EXPECT_EQ(Lock(), 0);
+  EXPECT_TRUE(platform::ReadWholeFile(Path()).has_value());
+  EXPECT_TRUE(platform::DeleteFile(Path()));
+}
+
+TEST_F(OutgoingClaimTest, ThreadsThatMeetOnAMessageGetItOnce) {
+  for (int round = 0; round < 50; ++round) {
+    Put("Server=\r\nStatus=Unsent\r\n");
+    std::atomic<int> taken{0};
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) threads.emplace_back([&] { taken += Lock(); });
+    for (std::thread& thread : threads) thread.join();
+    ASSERT_EQ(taken.load(), 1);
+  }
+}
+
+// A claim that is cut at any of its file calls leaves the old text or the new one, and is said to
+// be taken only with the new.
+TEST_F(OutgoingClaimTest, ACutClaimLeavesTheOldTextOrTheNew) {
+  const std::string before = "Server=\r\nStatus=Unsent\r\n";
+  const std::string after = "Server=NODE1\r\nStatus=Delivering\r\n";
+  for (const auto action : {platform::FaultAction::kFail, platform::FaultAction::kThrow}) {
+    std::int32_t result = 0;
+    test::WalkFaults(
+        action,
+        [&] {
+          result = 0;
+          Put(before);
+        },
+        [&] { result = Lock(); },
+        [&](std::uint64_t call) {
+          const std::string text = ReadBytes(Path());
+          EXPECT_TRUE(text == before || text == after) << "call " << call << ": " << text;
+          if (result == 1) {
+            EXPECT_EQ(text, after);
+          }
+          Put(before);
+          EXPECT_EQ(Lock(), 1) << "after call " << call << " nothing stands in the way of the next";
+        });
+  }
+}
+
+}  // namespace
+}  // namespace corvane

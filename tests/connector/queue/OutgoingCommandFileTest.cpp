@@ -1,0 +1,122 @@
+// Reading and writing command files.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+#include "connector/queue/OutgoingCommandFile.h"
+#include "platform/File.h"
+#include "tests/support/SettingsFixture.h"
+
+namespace corvane {
+namespace {
+
+constexpr const char* kName = "0123456789ABCDEF0123456789ABCDEF.MAI";
+
+class OutgoingCommandFileTest : public test::SettingsFixture {
+ protected:
+  OutgoingCommandFileTest() {
+    std::filesystem::create_directories(Directory() / "SF/Outgoing/Messages");
+    SetText(message_.Connector, "SF");
+    SetText(message_.MessageID, kName);
+  }
+  [[nodiscard]] std::string Path() const { return Directory() / "SF/Outgoing/" + kName; }
+
+  ConnectorMessage message_;
+};
+
+TEST_F(OutgoingCommandFileTest, ReadsEveryKeyAndCutsAtItsLimit) {
+  const std::string x(3000, 'x');
+  test::WriteBytes(Path(),
+                   "Status=" + x + "\r\nDomainName=" + x + "\r\nSender=" + x + "\r\nClientIP=" + x +
+                       "\r\nSubject=" + x + "\r\nPriority=" + x + "\r\nAccount=" + x +
+                       "\r\nCommandType=" + x +
+                       "\r\n\r\nRecipients=first\r\nRetries=-2\r\nNextSendTime=99999999999\r\n"
+                       "TimeAcquired= 17x\r\nAuthenticationStatus=yes\r\nUnknown=1\r\nretries=9\r\n"
+                       "DSNFlags=a\r\nMessageID=..\\..\\x\r\nRecipients=" +
+                       std::string(30'000, 'r'));
+  ASSERT_EQ(ReadOutgoingCommandFile(message_), 1);
+  EXPECT_EQ(std::string(message_.Status), std::string(15, 'x'));
+  EXPECT_EQ(std::string(message_.DomainName), std::string(255, 'x'));
+  EXPECT_EQ(std::string(message_.Sender), std::string(511, 'x'));
+  EXPECT_EQ(std::string(message_.ClientIP), std::string(63, 'x'));
+  EXPECT_EQ(std::string(message_.Subject), std::string(1023, 'x'));
+  EXPECT_EQ(std::string(message_.Priority), std::string(31, 'x'));
+  EXPECT_EQ(std::string(message_.Account), std::string(127, 'x'));
+  EXPECT_EQ(std::string(message_.CommandType), std::string(31, 'x'));
+  EXPECT_EQ(message_.Recipients, std::string(30'000, 'r')) << "the last of two equal keys, whole";
+  EXPECT_EQ(message_.Retries, -2);
+  EXPECT_EQ(message_.NextSendTime, 2147483647);
+  EXPECT_EQ(message_.TimeAcquired, 17);
+  EXPECT_EQ(message_.AuthenticationStatus, 0);
+  EXPECT_STREQ(message_.DSNFlags, "") << "only with DSN Status 1";
+  EXPECT_STREQ(message_.MessageID, kName) << "the file's own name";
+}
+
+TEST_F(OutgoingCommandFileTest, WritesItsLinesInOrder) {
+  message_.Recipients = "[SF:acme/anna];[SF:acme/sales]";
+  SetText(message_.Sender, "[SMTP:a@b.example]");
+  SetText(message_.Server, "NODE1");
+  SetText(message_.Account, "acme");
+  SetText(message_.ClientIP, "10.0.0.1");
+  SetText(message_.Priority, "Normal");
+  SetText(message_.Status, "Unsent");
+  SetText(message_.Subject, "not written");
+  message_.Retries = 1;
+  message_.NextSendTime = 2;
+  message_.TimeAcquired = 3;
+  message_.AuthenticationStatus = 4;
+  const std::string head =
+      "Recipients=[SF:acme/anna];[SF:acme/sales]\r\nServer=NODE1\r\nSender=[SMTP:a@b.example]\r\n"
+      "Retries=1\r\nNextSendTime=2\r\nTimeAcquired=3\r\nAuthenticationStatus=4\r\n"
+      "MessageID=" +
+      std::string(kName) + "\r\n";
+  const std::string tail =
+      "AccountName=acme\r\nClientIP=10.0.0.1\r\nPriority=Normal\r\nStatus=Unsent\r\n";
+  ASSERT_EQ(WriteOutgoingCommandFile(message_), 1);
+  EXPECT_EQ(test::ReadBytes(Path()), head + tail);
+
+  Set("DSN Status", 1, "CONNECTORS\\SMTP");
+  Set("Campaign Status", 1, "CONNECTORS\\SMTP");
+  SetText(message_.DSNFlags, "NOTIFY=NEVER");
+  SetText(message_.Campaign, "spring\r\nStatus=Held");
+  ASSERT_EQ(WriteOutgoingCommandFile(message_), 1);
+  EXPECT_EQ(test::ReadBytes(Path()),
+            head + "DSNFlags=NOTIFY=NEVER\r\nCampaign=spring  Status=Held\r\n" + tail);
+  ConnectorMessage again;
+  SetText(again.Connector, "SF");
+  SetText(again.MessageID, kName);
+  ASSERT_EQ(ReadOutgoingCommandFile(again), 1);
+  EXPECT_STREQ(again.DSNFlags, "NOTIFY=NEVER");
+  EXPECT_STREQ(again.Account, "") << "AccountName= is not read back";
+}
+
+TEST_F(OutgoingCommandFileTest, WritingWaitsForAHolderTenTimes) {
+  test::WriteBytes(Path(), "x");
+  auto holder = platform::File::Open(Path(), platform::Access::kRead, platform::kShareNone,
+                                     platform::Disposition::kOpenExisting);
+  ASSERT_TRUE(holder);
+  EXPECT_EQ(WriteOutgoingCommandFile(message_), 0);
+  EXPECT_EQ(Clock().Slept(), 9 * 2000);
+  holder.Close();
+  EXPECT_EQ(WriteOutgoingCommandFile(message_), 1);
+}
+
+TEST_F(OutgoingCommandFileTest, TextsThatAreNoCommandFileAreRefused) {
+  for (const std::string& text :
+       {std::string(), std::string("Status=Unsent"), std::string(5, '\0')}) {
+    test::WriteBytes(Path(), text);
+    EXPECT_EQ(ReadOutgoingCommandFile(message_), 0);
+  }
+  std::filesystem::remove(Path());
+  EXPECT_EQ(ReadOutgoingCommandFile(message_), 0);
+}
+
+TEST_F(OutgoingCommandFileTest, DeletingWhatIsGoneSucceedsAtOnce) {
+  EXPECT_EQ(DeleteOutgoingMessageFile(message_), 1);
+  EXPECT_EQ(DeleteOutgoingCommandFile(message_), 1);
+  EXPECT_EQ(Clock().Slept(), 0);
+}
+
+}  // namespace
+}  // namespace corvane

@@ -1,0 +1,123 @@
+// Headers of queued messages: what changes and, above all, what doesn't.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <string>
+
+#include "connector/queue/SetMessageHeader.h"
+#include "tests/support/FaultWalk.h"
+#include "tests/support/SettingsFixture.h"
+
+namespace corvane {
+namespace {
+
+constexpr const char* kName = "0123456789ABCDEF0123456789ABCDEF.MAI";
+
+class SetMessageHeaderTest : public test::SettingsFixture {
+ protected:
+  SetMessageHeaderTest() {
+    std::filesystem::create_directories(Directory() / "SF/Outgoing/Messages");
+    std::filesystem::create_directories(Directory() / "SF/Inbound/Messages");
+    SetText(message_.Connector, "SF");
+    SetText(message_.MessageID, kName);
+  }
+  [[nodiscard]] std::string Path(const char* queue = "Outgoing") const {
+    return Directory() / "SF/" + queue + "/Messages/" + kName;
+  }
+  [[nodiscard]] std::int32_t Replace() const {
+    return SetMessageHeader(message_, "Return-Path", "<a@b>", false, true);
+  }
+
+  ConnectorMessage message_;
+};
+
+struct HeaderCase {
+  const char* name;
+  std::string before;
+  std::string after;
+};
+
+const HeaderCase kCases[] = {
+    {"AddedBeforeTheBlankLine", "A: 1\r\n\r\nbody", "A: 1\r\nReturn-Path: <a@b>\r\n\r\nbody"},
+    {"BlankLineKeepsItsEnd", "A: 1\n\nbody\n", "A: 1\nReturn-Path: <a@b>\r\n\nbody\n"},
+    {"ReplacedInPlace", "A: 1\r\nReturn-Path: <old>\r\nB: 2\r\n\r\nbody",
+     "A: 1\r\nReturn-Path: <a@b>\r\nB: 2\r\n\r\nbody"},
+    {"AnyCaseAndEachOne", "RETURN-PATH: x\r\nreturn-path: y\r\n\r\n",
+     "Return-Path: <a@b>\r\nReturn-Path: <a@b>\r\n\r\n"},
+    {"FoldedRestGoesWithIt", "Return-Path: <old\r\n\tpart>\r\nB: 2\r\n\r\n",
+     "Return-Path: <a@b>\r\nB: 2\r\n\r\n"},
+    {"SameValueInLfFileStays", "Return-Path: <a@b>\nB: 2\n\nx", "Return-Path: <a@b>\nB: 2\n\nx"},
+    {"NotInTheBody", "A: 1\r\n\r\nReturn-Path: <old>\r\n",
+     "A: 1\r\nReturn-Path: <a@b>\r\n\r\nReturn-Path: <old>\r\n"},
+    {"NoBlankLineGetsOne", "A: 1\r\n", "A: 1\r\nReturn-Path: <a@b>\r\n\r\n"},
+    {"LastLineGetsItsEnd", "A: 1", "A: 1\r\nReturn-Path: <a@b>\r\n\r\n"},
+    {"MatchWithoutEndGetsOne", "Return-Path: <a@b>", "Return-Path: <a@b>\r\n"},
+    {"EmptyFile", "", "Return-Path: <a@b>\r\n\r\n"},
+    {"LongLineIsOneLine", "A: " + std::string(4093, 'x') + "Return-Path: <no>\r\n\r\n",
+     "A: " + std::string(4093, 'x') + "Return-Path: <no>\r\nReturn-Path: <a@b>\r\n\r\n"},
+    {"LongMatchGoesWhole", "Return-Path: " + std::string(9000, 'x') + "\r\nB: 2\r\n\r\n",
+     "Return-Path: <a@b>\r\nB: 2\r\n\r\n"},
+};
+
+TEST_F(SetMessageHeaderTest, ChangesTheHeaderAndNothingElse) {
+  for (const HeaderCase& row : kCases) {
+    SCOPED_TRACE(row.name);
+    test::WriteBytes(Path(), row.before);
+    EXPECT_EQ(Replace(), 1);
+    EXPECT_EQ(test::ReadBytes(Path()), row.after);
+  }
+}
+
+// The piece reader's own buffer must not show: headers of every length around its size.
+TEST_F(SetMessageHeaderTest, HoldsAtEveryBufferEdge) {
+  for (std::size_t length = 4080; length < 4110; ++length) {
+    const std::string head = "A: " + std::string(length, 'y') + "\r\n";
+    test::WriteBytes(Path(), head + head + "\r\nbody\r\n");
+    ASSERT_EQ(Replace(), 1);
+    ASSERT_EQ(test::ReadBytes(Path()), head + head + "Return-Path: <a@b>\r\n\r\nbody\r\n");
+  }
+}
+
+TEST_F(SetMessageHeaderTest, AValueThatIsThereRewritesNothing) {
+  test::WriteBytes(Path(), "Return-Path: <a@b>\r\n\r\nbody");
+  struct stat before {};
+  struct stat after {};
+  ASSERT_EQ(stat(Path().c_str(), &before), 0);
+  EXPECT_EQ(Replace(), 1);
+  ASSERT_EQ(stat(Path().c_str(), &after), 0);
+  EXPECT_EQ(before.st_ino, after.st_ino);
+}
+
+TEST_F(SetMessageHeaderTest, PutsFirstWithoutReplaceAndKnowsTheInboundQueue) {
+  test::WriteBytes(Path("Inbound"), "A: 1\r\n\r\n");
+  EXPECT_EQ(SetMessageHeader(message_, "X-Mark", "v", true, false), 1);
+  EXPECT_EQ(test::ReadBytes(Path("Inbound")), "X-Mark: v\r\nA: 1\r\n\r\n");
+  EXPECT_EQ(Replace(), 0) << "there is no file in the outbound queue";
+}
+
+TEST_F(SetMessageHeaderTest, ACutRewriteLeavesTheOldFileOrTheNew) {
+  const std::string body(20'000, 'b');
+  const std::string before = "A: 1\r\n\r\n" + body;
+  const std::string after = "A: 1\r\nReturn-Path: <a@b>\r\n\r\n" + body;
+  for (const auto action : {platform::FaultAction::kFail, platform::FaultAction::kThrow}) {
+    std::int32_t result = 0;
+    test::WalkFaults(
+        action,
+        [&] {
+          result = 0;
+          test::WriteBytes(Path(), before);
+        },
+        [&] { result = Replace(); },
+        [&](std::uint64_t call) {
+          const std::string bytes = test::ReadBytes(Path());
+          EXPECT_TRUE(bytes == before || bytes == after) << "call " << call;
+          if (result == 1) {
+            EXPECT_EQ(bytes, after) << "call " << call;
+          }
+        });
+  }
+}
+
+}  // namespace
+}  // namespace corvane

@@ -1,0 +1,205 @@
+// ConnectorSettingsTest.cpp -- the load at start and the raw calls.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "connector/settings/ConnectorSettings.h"
+#include "connector/settings/ProcessState.h"
+#include "connector/settings/Settings.h"
+#include "connector/settings/SettingsSource.h"
+#include "tests/support/TemporarySettings.h"
+
+namespace corvane::settings {
+namespace {
+
+constexpr const char* kSf = "SOFTWARE\\Wow6432Node\\Corvane\\Corvane\\CONNECTORS\\SF";
+
+class ConnectorSettingsTest : public testing::Test {
+ protected:
+  ConnectorSettingsTest() { ForgetSettings(); }
+  ~ConnectorSettingsTest() override { ForgetSettings(); }
+
+  void Store(const DwordSetting& setting, std::uint32_t value) {
+    ASSERT_TRUE(settings_.Store().SetDword(WholeKey(setting.key), setting.name, value));
+  }
+  void Store(const TextSetting& setting, std::string_view value) {
+    ASSERT_TRUE(settings_.Store().SetString(WholeKey(setting.key), setting.name, value));
+  }
+
+  // Loads and returns what the console showed.
+  std::string Load() {
+    testing::internal::CaptureStdout();
+    LoadConnectorSettings([&](const char* name) {
+      asked_.emplace_back(name);
+      return loadable_;
+    });
+    return testing::internal::GetCapturedStdout();
+  }
+
+  test::TemporarySettings settings_;
+  std::vector<std::string> asked_;
+  bool loadable_ = true;
+};
+
+TEST_F(ConnectorSettingsTest, LoadsEveryStartValueAndClearsTheFlags) {
+  std::uint32_t value = 1000;
+  for (const DwordSetting* setting : AllNumbers()) Store(*setting, ++value);
+  for (const TextSetting* setting : AllTexts()) Store(*setting, setting->name);
+  StopFlag() = 1;
+  StoppedFlag() = 1;
+  Load();
+  value = 1000;
+  for (const DwordSetting* setting : AllNumbers()) EXPECT_EQ(Get(*setting), ++value);
+  for (const TextSetting* setting : AllTexts()) EXPECT_EQ(Get(*setting), setting->name);
+  EXPECT_EQ(StopFlag(), 0);
+  EXPECT_EQ(StoppedFlag(), 0);
+  Store(kOutgoingPollInterval, 5);
+  Store(kRedirectionEnabled, 1);
+  EXPECT_NE(Get(kOutgoingPollInterval), 5U);
+  EXPECT_NE(Get(kRedirectionEnabled), 1U);
+}
+
+TEST_F(ConnectorSettingsTest, TheConsoleTellsOfTheRootAndTheProviders) {
+  const std::vector<std::string> order = {"CVAIPO.DLL", "CVAISM.DLL", "CVAIAM.DLL"};
+  Store(kConnectorRootDirectory, "/connectors");
+  EXPECT_EQ(Load(), "Loaded SMTP Configuration Provider\nLoaded Address Map Provider\n");
+  EXPECT_EQ(asked_, order);
+  ASSERT_TRUE(settings_.Clear());
+  loadable_ = false;
+  EXPECT_EQ(Load(),
+            "Unable to determine OutboundMessageQueue. This is a serious problem.\n"
+            "Unable to Load Postoffice Configuration Provider\n"
+            "Unable to Load Configuration Provider\n"
+            "Unable to Load Address Map Provider\n");
+  EXPECT_EQ(OutboundMessageQueue(), "");
+}
+
+TEST_F(ConnectorSettingsTest, PathsFallBackAsTheyShould) {
+  struct Case {
+    const char* name;
+    const char* rootOfSf;
+    const char* root;
+    const char* queue;
+    const char* mailRoot;
+    const char* mailRootOfSf;
+    const char* mail;
+  };
+  const Case cases[] = {
+      {"only the common root", nullptr, "C:\\Con", "C:\\Con\\SF\\Outgoing", "/mail", nullptr,
+       "/mail"},
+      {"the connector's own root first", "D:\\Sf", "C:\\Con", "D:\\Sf\\SF\\Outgoing", "/mail",
+       "/old", "/mail"},
+      {"an empty one is none", "", "/con/", "/con/SF\\Outgoing", "", "/old", "/old"},
+      {"only the old mail root", "/sf", nullptr, "/sf\\SF\\Outgoing", nullptr, "/old", "/old"},
+      {"nothing at all", nullptr, nullptr, "", nullptr, nullptr, ""},
+  };
+  for (const Case& row : cases) {
+    ASSERT_TRUE(settings_.Clear());
+    if (row.rootOfSf != nullptr) Store(kConnectorRootDirectorySf, row.rootOfSf);
+    if (row.root != nullptr) Store(kConnectorRootDirectory, row.root);
+    if (row.mailRoot != nullptr) Store(kMailRoot, row.mailRoot);
+    if (row.mailRootOfSf != nullptr) Store(kMailRootDirectory, row.mailRootOfSf);
+    Load();
+    EXPECT_EQ(OutboundMessageQueue(), row.queue) << row.name;
+    EXPECT_EQ(ConnectorRootDirectory(), row.root == nullptr ? "" : row.root) << row.name;
+    EXPECT_EQ(MailRoot(), row.mail) << row.name;
+  }
+}
+
+TEST_F(ConnectorSettingsTest, FlagsAndTheIntervalFollowTheirRules) {
+  EXPECT_FALSE(IsAspxWebmail());
+  Store(kApplicationType, "ASPX");
+  Store(kOutgoingPollInterval, 0);
+  Store(kApplicationDirectory, "/opt/corvane/lib");
+  Load();
+  EXPECT_TRUE(IsAspxWebmail());
+  EXPECT_EQ(Get(kOutgoingPollInterval), 1U);
+  EXPECT_EQ(LibraryDirectory(), "/opt/corvane/lib64");
+  Store(kApplicationType, "ASP");
+  Load();
+  EXPECT_FALSE(IsAspxWebmail());
+}
+
+TEST_F(ConnectorSettingsTest, RawNumbersAreReadAsFourBytes) {
+  using platform::SettingValue;
+  struct Case {
+    const char* name;
+    SettingValue stored;
+    std::int32_t result;
+    std::uint32_t value;
+  };
+  const Case cases[] = {
+      {"a number", SettingValue::Dword(0xFFFFFFFF), 1, 0xFFFFFFFF},
+      {"four bytes", SettingValue::Binary(std::string_view("\x01\x02\x00\x80", 4)), 1, 0x80000201},
+      {"three bytes", SettingValue::Binary("abc"), 0, 77},
+      {"five bytes", SettingValue::Binary("abcde"), 0, 77},
+      {"no bytes", SettingValue::Binary(""), 0, 77},
+      {"a text", SettingValue::String("10"), 0, 77},
+  };
+  for (const Case& row : cases) {
+    ASSERT_TRUE(
+        settings_.Store().Apply({{platform::SettingChange::Kind::kSet, kSf, "Value", row.stored}}));
+    std::uint32_t value = 77;
+    EXPECT_EQ(ReadSettingDword(kSf, "value", &value), row.result) << row.name;
+    EXPECT_EQ(value, row.value) << row.name;
+  }
+  std::uint32_t value = 77;
+  for (const char* key : {"", "SOFTWARE\\Nothing", static_cast<const char*>(nullptr)}) {
+    EXPECT_EQ(ReadSettingDword(key, "Value", &value), 0);
+  }
+  EXPECT_EQ(ReadSettingDword(kSf, "Nothing", &value), 0);
+  EXPECT_EQ(value, 77U);
+}
+
+TEST_F(ConnectorSettingsTest, RawTextsFillTheirBuffer) {
+  ASSERT_TRUE(settings_.Store().SetString(kSf, "Text", "0123456789"));
+  ASSERT_TRUE(settings_.Store().SetDword(kSf, "Number", 7));
+  struct Case {
+    const char* key;
+    const char* name;
+    std::size_t size;
+    std::int32_t result;
+    const char* text;
+  };
+  const Case cases[] = {
+      {kSf, "Text", 32, 1, "0123456789"},
+      {kSf, "Text", 11, 1, "0123456789"},
+      {kSf, "Text", 5, 1, "0123"},
+      {"Software\\Corvane\\Corvane\\Connectors\\SF", "TEXT", 32, 1, "0123456789"},
+      {"SOFTWARE\\CORVANE\\CORVANE\\Connectors\\SF", "Text", 32, 1, "0123456789"},
+      {kSf, "Number", 32, 0, ""},
+      {kSf, "Nothing", 32, 0, ""},
+      {"", "Text", 32, 0, ""},
+      {"SOFTWARE\\Elsewhere", "Text", 32, 0, ""},
+  };
+  for (const Case& row : cases) {
+    char buffer[33] = "untouched";
+    EXPECT_EQ(ReadSettingString(row.key, row.name, buffer, row.size), row.result) << row.key;
+    EXPECT_STREQ(buffer, row.text) << row.key;
+  }
+}
+
+TEST_F(ConnectorSettingsTest, RawWritesMakeTheKey) {
+  const char* key = "SOFTWARE\\Wow6432Node\\Corvane\\Corvane\\Connectors\\LS\\Counters";
+  std::uint32_t value = 0;
+  EXPECT_EQ(WriteSettingDword(key, "Service Start", 1'700'000'000), 1);
+  EXPECT_EQ(ReadSettingDword(key, "Service Start", &value), 1);
+  EXPECT_EQ(value, 1'700'000'000U);
+  EXPECT_EQ(WriteSettingDword("", "Service Start", 1), 0);
+  platform::SettingsStore::UsePath("/proc/none/settings.db");
+  EXPECT_EQ(WriteSettingDword(key, "Service Start", 1), 0);
+}
+
+TEST_F(ConnectorSettingsTest, TheLibraryDirectoryHas64Appended) {
+  char buffer[64] = "untouched";
+  EXPECT_EQ(GetLibraryDirectory(buffer, sizeof buffer), 0);
+  EXPECT_STREQ(buffer, "");
+  Store(kApplicationDirectory, "C:\\Corvane\\bin");
+  EXPECT_EQ(GetLibraryDirectory(buffer, sizeof buffer), 1);
+  EXPECT_STREQ(buffer, "C:\\Corvane\\bin64");
+}
+
+}  // namespace
+}  // namespace corvane::settings

@@ -1,0 +1,200 @@
+// SettingsTest.cpp -- when each kind of setting is read, and the rules over several of them.
+#include <gtest/gtest.h>
+
+#include <set>
+#include <thread>
+#include <vector>
+
+#include "connector/settings/KnownSettings.h"
+#include "connector/settings/Settings.h"
+#include "tests/support/TemporarySettings.h"
+
+namespace corvane::settings {
+namespace {
+
+class SettingsTest : public testing::Test {
+ protected:
+  SettingsTest() { ForgetSettings(); }
+  ~SettingsTest() override { ForgetSettings(); }
+
+  void Store(const DwordSetting& setting, std::uint32_t value) {
+    ASSERT_TRUE(settings_.Store().SetDword(WholeKey(setting.key), setting.name, value));
+  }
+  void Store(const TextSetting& setting, std::string_view value) {
+    ASSERT_TRUE(settings_.Store().SetString(WholeKey(setting.key), setting.name, value));
+  }
+
+  test::TemporarySettings settings_;
+};
+
+TEST_F(SettingsTest, EveryDeclarationIsSoundAndItsOwn) {
+  std::set<std::string> seen;
+  for (const Setting* setting : AllSettings()) {
+    std::string place = std::string(WholeKey(setting->key)) + "\\" + setting->name;
+    for (char& c : place) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    EXPECT_TRUE(seen.insert(place).second) << place << " is declared twice";
+    EXPECT_EQ(FindSetting(WholeKey(setting->key), setting->name), setting) << place;
+    EXPECT_NE(KindOfKey(WholeKey(setting->key)), KeyKind::kForeign) << place;
+    EXPECT_TRUE((AsNumber(setting) == nullptr) != (AsText(setting) == nullptr)) << place;
+  }
+  for (const DwordSetting* setting : AllNumbers()) {
+    bool usual = setting->defaultValue >= setting->low && setting->defaultValue <= setting->high;
+    EXPECT_TRUE(usual || setting->defaultValue == kAllBits) << setting->name;
+  }
+  EXPECT_EQ(AllSettings().size(), AllNumbers().size() + AllTexts().size());
+}
+
+TEST_F(SettingsTest, AbsentValuesGiveTheirDefaults) {
+  for (const DwordSetting* setting : AllNumbers()) {
+    EXPECT_EQ(Get(*setting), setting->defaultValue) << setting->name;
+  }
+  for (const TextSetting* setting : AllTexts()) {
+    EXPECT_EQ(Get(*setting), setting->defaultValue) << setting->name;
+  }
+}
+
+TEST_F(SettingsTest, ReadAtEachUseFollowsTheStore) {
+  for (std::uint32_t value : {5u, 0u, 4'000'000'000u}) {
+    Store(kMaximumPickupThreads, value);
+    EXPECT_EQ(Get(kMaximumPickupThreads), value);
+    Store(kClusterMode, value);
+    EXPECT_EQ(Get(kClusterMode), value) << "the poller holds what it reads";
+  }
+  Store(kOverflowMailbox, "OVERFLOW");
+  EXPECT_EQ(Get(kOverflowMailbox), "OVERFLOW");
+  Store(kOverflowMailbox, "");
+  EXPECT_EQ(Get(kOverflowMailbox), "") << "a stored empty text is no absent one";
+  Store(kOverflowMailbox, std::string_view("A\0B", 3));
+  EXPECT_EQ(Get(kOverflowMailbox), "A");
+}
+
+TEST_F(SettingsTest, StartValuesWaitForTheLoad) {
+  Store(kOutgoingPollInterval, 7);
+  Store(kMailRoot, "/mail");
+  EXPECT_EQ(Get(kOutgoingPollInterval), 1U);
+  EXPECT_EQ(Get(kMailRoot), "");
+}
+
+TEST_F(SettingsTest, CachedValuesHoldUnlessTheyEqualTheirMark) {
+  struct Case {
+    const char* name;
+    const DwordSetting& setting;
+    std::uint32_t first;
+    bool held;
+  };
+  const Case cases[] = {
+      {"a plain one", kQueuePrioritization, 1, true},
+      {"a stored 0", kQueuedDeliveryExpiryThreshold, 0, true},
+      {"-1 is the usual mark", kQueuePrioritization, 0xFFFFFFFF, false},
+      {"SPF Header Check holds -1", kSpfHeaderCheck, 0xFFFFFFFF, true},
+      {"SPF Header Check at its mark", kSpfHeaderCheck, 200000, false},
+      {"DSN Status at its mark", kDsnStatus, 10000, false},
+      {"Campaign Status at its mark", kCampaignStatus, 10000, false},
+      {"Campaign Status holds 200000", kCampaignStatus, 200000, true},
+      {"Notify Clients TimeOut at 0", kNotifyClientsTimeOut, 0, false},
+      {"Notify Clients TimeOut holds -1", kNotifyClientsTimeOut, 0xFFFFFFFF, true},
+  };
+  for (const Case& row : cases) {
+    ForgetSettings();
+    Store(row.setting, row.first);
+    EXPECT_EQ(Get(row.setting), row.first) << row.name;
+    Store(row.setting, 17);
+    EXPECT_EQ(Get(row.setting), row.held ? row.first : 17) << row.name;
+  }
+}
+
+TEST_F(SettingsTest, AnAbsentCachedValueHoldsItsDefault) {
+  EXPECT_EQ(Get(kSystemMessagesLimit), 60U);
+  EXPECT_EQ(Get(kXmlVersion), "");
+  Store(kSystemMessagesLimit, 5);
+  Store(kXmlVersion, "4.0");
+  EXPECT_EQ(Get(kSystemMessagesLimit), 60U);
+  EXPECT_EQ(Get(kXmlVersion), "");
+  ForgetSettings();
+  EXPECT_EQ(Get(kSystemMessagesLimit), 5U);
+  EXPECT_EQ(Get(kXmlVersion), "4.0");
+}
+
+TEST_F(SettingsTest, ThreadsThatMeetAtTheFirstUseAgree) {
+  Store(kBackupIndexInterval, 11);
+  std::vector<std::thread> threads;
+  std::atomic<int> wrong{0};
+  for (int i = 0; i < 8; ++i) {
+    threads.emplace_back([&] {
+      for (int turn = 0; turn < 1000; ++turn) wrong += Get(kBackupIndexInterval) == 11 ? 0 : 1;
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(wrong, 0);
+}
+
+TEST_F(SettingsTest, NdrGenerationGoesThroughItsRule) {
+  constexpr int kAbsent = -1;
+  struct Case {
+    int connector;
+    int smtp;
+    std::int32_t flag;
+    std::uint32_t mode;
+  };
+  const Case cases[] = {
+      {kAbsent, kAbsent, 0, 0},
+      {kAbsent, 1, 0, 0},
+      {1, 0, 0, 1},
+      {2, kAbsent, 1, 0},
+      {2, 1, 0, 1},
+      {2, 2, 0, 2},
+      {3, 0, 0, 1},
+      {3, 0, 1, 3},
+      {2, 3, 0, 1},
+      {2, 3, 1, 3},
+      {7, 0, 0, 7},
+  };
+  for (const Case& row : cases) {
+    ASSERT_TRUE(settings_.Clear());
+    if (row.connector != kAbsent)
+      Store(kNoNdrGeneration, static_cast<std::uint32_t>(row.connector));
+    if (row.smtp != kAbsent) Store(kNoNdrGenerationSmtp, static_cast<std::uint32_t>(row.smtp));
+    EXPECT_EQ(NdrGenerationMode(row.flag), row.mode) << row.connector << row.smtp << row.flag;
+  }
+}
+
+TEST_F(SettingsTest, RealtimeTrainingNeedsAllThree) {
+  constexpr int kAbsent = -1;
+  struct Case {
+    int status;
+    int mode;
+    int training;
+    bool on;
+  };
+  const Case cases[] = {{0, 1, 1, true},  {5, 1, 2, true},       {kAbsent, 1, 1, false},
+                        {1, 0, 1, false}, {1, 2, 1, false},      {1, kAbsent, 1, false},
+                        {1, 1, 0, false}, {1, 1, kAbsent, false}};
+  for (const Case& row : cases) {
+    ASSERT_TRUE(settings_.Clear());
+    ForgetSettings();
+    if (row.status != kAbsent)
+      Store(kBayesianFilteringStatus, static_cast<std::uint32_t>(row.status));
+    if (row.mode != kAbsent) Store(kBayesianTrainingMode, static_cast<std::uint32_t>(row.mode));
+    if (row.training != kAbsent) {
+      Store(kBayesianRealtimeTraining, static_cast<std::uint32_t>(row.training));
+    }
+    EXPECT_EQ(RealtimeTrainingEnabled(), row.on) << row.status << row.mode << row.training;
+    ASSERT_TRUE(settings_.Clear());
+    EXPECT_EQ(RealtimeTrainingEnabled(), row.on) << "held";
+  }
+}
+
+TEST_F(SettingsTest, TrainingIsTurnedOffForGood) {
+  Store(kBayesianFilteringStatus, 1);
+  Store(kBayesianTrainingMode, 1);
+  Store(kBayesianRealtimeTraining, 1);
+  EXPECT_TRUE(RealtimeTrainingEnabled());
+  TurnRealtimeTrainingOff();
+  EXPECT_FALSE(RealtimeTrainingEnabled());
+  ForgetSettings();
+  EXPECT_FALSE(RealtimeTrainingEnabled());
+  EXPECT_EQ(Find(kBayesianRealtimeTraining), 0U);
+}
+
+}  // namespace
+}  // namespace corvane::settings

@@ -1,0 +1,309 @@
+// The size that is kept by what changes must at all times be the size that a plain walk finds, and
+// must not cost a listing for a change.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <filesystem>
+#include <functional>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "configuration/MailboxSizes.h"
+#include "platform/Clock.h"
+#include "tests/support/RunProgram.h"
+#include "tests/support/TemporaryDirectory.h"
+
+namespace corvane::configuration {
+namespace {
+
+namespace fs = std::filesystem;
+using test::TemporaryDirectory;
+using test::WriteBytes;
+
+std::uint64_t PlainWalk(const std::string& directory) {
+  std::uint64_t bytes = 0;
+  if (!fs::exists(directory)) return 0;
+  for (const auto& entry : fs::recursive_directory_iterator(directory)) {
+    const std::string name = entry.path().filename();
+    if (entry.is_regular_file() && name[0] != '_' && name[0] != '.') bytes += entry.file_size();
+  }
+  return bytes;
+}
+
+std::string Bytes(std::size_t size) { return std::string(size, 'x'); }
+
+// One random step of what programs do in a mailbox.
+class Mailbox {
+ public:
+  Mailbox(std::string root, unsigned seed) : root_(std::move(root)), random_(seed) {
+    for (const char* folder : {"Inbox", "Sent", "Archive/2025"})
+      fs::create_directories(Path(folder));
+  }
+
+  void Step() {
+    static constexpr void (Mailbox::*kSteps[])() = {
+        &Mailbox::Add,          &Mailbox::Add,       &Mailbox::Link, &Mailbox::Delete,
+        &Mailbox::Move,         &Mailbox::Rewrite,   &Mailbox::Flag, &Mailbox::AddFolder,
+        &Mailbox::RemoveFolder, &Mailbox::MoveFolder};
+    (this->*kSteps[random_() % std::size(kSteps)])();
+  }
+
+ private:
+  [[nodiscard]] fs::path Path(const std::string& name) const { return fs::path(root_) / name; }
+  fs::path NewName() { return AnyFolder() / (std::to_string(next_++) + ".MAI"); }
+
+  std::vector<fs::path> All(bool directories) {
+    std::vector<fs::path> found;
+    for (const auto& entry : fs::recursive_directory_iterator(root_)) {
+      if (entry.is_directory() == directories) found.push_back(entry.path());
+    }
+    return found;
+  }
+  fs::path AnyFolder() {
+    const auto folders = All(true);
+    return folders.empty() ? fs::path(root_) : folders[random_() % folders.size()];
+  }
+  fs::path AnyFile() {
+    const auto files = All(false);
+    return files.empty() ? fs::path() : files[random_() % files.size()];
+  }
+
+  void Add() { WriteBytes(NewName(), Bytes(random_() % 5000)); }
+  // As delivery does: written under a name that doesn't count, then renamed or linked into place.
+  void Link() {
+    const fs::path temporary = AnyFolder() / "_new.tmp";
+    WriteBytes(temporary, Bytes(random_() % 5000));
+    const fs::path target = random_() % 2 == 0 ? NewName() : AnyFile();
+    if (target.empty()) return;
+    fs::rename(temporary, target);
+  }
+  void Delete() {
+    if (const fs::path file = AnyFile(); !file.empty()) fs::remove(file);
+  }
+  void Move() {
+    if (const fs::path file = AnyFile(); !file.empty()) fs::rename(file, NewName());
+  }
+  void Rewrite() {
+    if (const fs::path file = AnyFile(); !file.empty()) WriteBytes(file, Bytes(random_() % 9000));
+  }
+  void Flag() { WriteBytes(AnyFolder() / "_CHANGE.DTY", Bytes(random_() % 90)); }
+  void AddFolder() { fs::create_directories(AnyFolder() / ("_f" + std::to_string(next_++))); }
+  void RemoveFolder() {
+    if (const fs::path folder = AnyFolder(); folder != root_) fs::remove_all(folder);
+  }
+  void MoveFolder() {
+    const fs::path folder = AnyFolder();
+    if (folder != root_) fs::rename(folder, Path("moved" + std::to_string(next_++)));
+  }
+
+  std::string root_;
+  std::mt19937 random_;
+  int next_ = 0;
+};
+
+// Writes in place leave a directory's stamp alone: without watches they show within the hour.
+class SteppingMailbox : public ::testing::TestWithParam<unsigned> {};
+
+TEST_P(SteppingMailbox, SizeIsThatOfAPlainWalkAfterEachStep) {
+  const TemporaryDirectory directory;
+  Mailbox mailbox(directory.Path(), GetParam());
+  MailboxSizes sizes;
+  std::mt19937 random(GetParam());
+  for (int step = 0; step < 1500; ++step) {
+    mailbox.Step();
+    if (random() % 3 == 0) continue;
+    ASSERT_EQ(sizes.BytesOf(directory.Path()), PlainWalk(directory.Path())) << "step " << step;
+  }
+  EXPECT_LT(sizes.Listings(), 1500u);
+}
+INSTANTIATE_TEST_SUITE_P(Seeds, SteppingMailbox, ::testing::Values(1u, 2u, 3u, 4u));
+
+TEST(MailboxSizes, SeesNamesComeAndGoWithoutWatches) {
+  const TemporaryDirectory directory;
+  fs::create_directories(directory / "Inbox/Deep");
+  MailboxSizes sizes(false);
+  for (int i = 0; i < 200; ++i) {
+    const std::string name = directory / ("Inbox/Deep/" + std::to_string(i % 20) + ".MAI");
+    if (fs::exists(name)) {
+      fs::remove(name);
+    } else {
+      WriteBytes(name, Bytes(static_cast<std::size_t>(i)));
+    }
+    ASSERT_EQ(sizes.BytesOf(directory.Path()), PlainWalk(directory.Path())) << i;
+  }
+}
+
+TEST(MailboxSizes, ADeliveryIntoTwentyThousandMessagesListsNothing) {
+  const TemporaryDirectory directory;
+  fs::create_directories(directory / "Inbox");
+  for (int i = 0; i < 20'000; ++i) WriteBytes(directory / ("Inbox/" + std::to_string(i)), "12345");
+  MailboxSizes sizes;
+  ASSERT_EQ(sizes.BytesOf(directory.Path()), 100'000u);
+  const std::uint64_t first = sizes.Listings();
+  EXPECT_EQ(first, 2u) << "the mailbox and its Inbox, once";
+  for (std::uint64_t i = 1; i <= 300; ++i) {
+    WriteBytes(directory / ("Inbox/_" + std::to_string(i)), "1234567");
+    fs::rename(directory / ("Inbox/_" + std::to_string(i)),
+               directory / ("Inbox/n" + std::to_string(i)));
+    ASSERT_EQ(sizes.BytesOf(directory.Path()), 100'000u + 7 * i);
+  }
+  for (std::uint64_t i = 0; i < 300; ++i) {
+    fs::remove(directory / ("Inbox/" + std::to_string(i)));
+    ASSERT_EQ(sizes.BytesOf(directory.Path()), 102'100u - 5 * (i + 1));
+  }
+  EXPECT_EQ(sizes.Listings(), first);
+  EXPECT_LE(sizes.Looks(), 650u) << "about one look for each name that changed";
+}
+
+TEST(MailboxSizes, AnUnchangedMailboxCostsNoListingWithoutWatchesEither) {
+  const TemporaryDirectory directory;
+  fs::create_directories(directory / "Inbox");
+  WriteBytes(directory / "Inbox/a.MAI", "12345");
+  for (const char* folder : {"", "Inbox"}) {
+    fs::last_write_time(directory / folder,
+                        fs::file_time_type::clock::now() - std::chrono::hours(1));
+  }
+  MailboxSizes sizes(false);
+  // The change time can't be set back: measured until it is old enough to be trusted.
+  std::uint64_t listings = 0;
+  do {
+    listings = sizes.Listings();
+    ASSERT_EQ(sizes.BytesOf(directory.Path()), 5u);
+  } while (sizes.Listings() != listings && listings < 1'000'000);
+  for (int i = 0; i < 50; ++i) ASSERT_EQ(sizes.BytesOf(directory.Path()), 5u);
+  EXPECT_EQ(sizes.Listings(), listings);
+}
+
+TEST(MailboxSizes, SeesWhatAnotherProcessDoes) {
+  const TemporaryDirectory directory;
+  fs::create_directories(directory / "Inbox");
+  WriteBytes(directory / "Inbox/old.MAI", Bytes(100));
+  MailboxSizes sizes;
+  ASSERT_EQ(sizes.BytesOf(directory.Path()), 100u);
+  const std::string script = "cd '" + directory.Path() +
+                             "' && printf 12345 > Inbox/new.MAI && rm Inbox/old.MAI && mkdir Sent "
+                             "&& printf 1 > Sent/s.MAI";
+  ASSERT_EQ(test::RunProgram({"/bin/sh", "-c", script}).exitCode, 0);
+  EXPECT_EQ(sizes.BytesOf(directory.Path()), 6u);
+  EXPECT_EQ(sizes.Listings(), 3u) << "the mailbox, its Inbox and the new folder, each once";
+}
+
+// What is beyond the lists of names, and what the kernel drops, is found by listing anew.
+TEST(MailboxSizes, ManyChangesBetweenTwoMeasurementsAreAllSeen) {
+  for (const int files : {1500, 40'000}) {
+    const TemporaryDirectory directory;
+    fs::create_directories(directory / "Inbox");
+    WriteBytes(directory / "Inbox/first.MAI", "1");
+    MailboxSizes sizes;
+    ASSERT_EQ(sizes.BytesOf(directory.Path()), 1u);
+    for (int i = 0; i < files; ++i) WriteBytes(directory / ("Inbox/" + std::to_string(i)), "12");
+    EXPECT_EQ(sizes.BytesOf(directory.Path()), 1u + 2u * static_cast<unsigned>(files));
+    fs::remove(directory / "Inbox/first.MAI");
+    EXPECT_EQ(sizes.BytesOf(directory.Path()), 2u * static_cast<unsigned>(files));
+  }
+}
+
+TEST(MailboxSizes, IsListedAnewAfterAnHour) {
+  platform::VirtualClock clock;
+  platform::Clock* before = platform::SetClock(&clock);
+  const TemporaryDirectory directory;
+  WriteBytes(directory / "a.MAI", "12345");
+  MailboxSizes sizes;
+  ASSERT_EQ(sizes.BytesOf(directory.Path()), 5u);
+  clock.Advance(3'599'999);
+  ASSERT_EQ(sizes.BytesOf(directory.Path()), 5u);
+  EXPECT_EQ(sizes.Listings(), 1u);
+  clock.Advance(1);
+  ASSERT_EQ(sizes.BytesOf(directory.Path()), 5u);
+  EXPECT_EQ(sizes.Listings(), 2u);
+  platform::SetClock(before);
+}
+
+TEST(MailboxSizes, ADirectoryMayComeGoAndBeReplaced) {
+  const TemporaryDirectory directory;
+  const std::string mailbox = directory / "anna";
+  MailboxSizes sizes;
+  EXPECT_EQ(sizes.BytesOf(mailbox), 0u);
+  fs::create_directories(mailbox + "/Inbox");
+  WriteBytes(mailbox + "/Inbox/a.MAI", "12345");
+  EXPECT_EQ(sizes.BytesOf(mailbox), 5u);
+  fs::rename(mailbox, directory / "gone");
+  EXPECT_EQ(sizes.BytesOf(mailbox), 0u);
+  fs::create_directories(mailbox + "/Inbox");
+  WriteBytes(mailbox + "/Inbox/b.MAI", "123");
+  EXPECT_EQ(sizes.BytesOf(mailbox), 3u);
+  fs::remove_all(mailbox + "/Inbox");
+  fs::rename(directory / "gone/Inbox", mailbox + "/Inbox");
+  EXPECT_EQ(sizes.BytesOf(mailbox), 5u);
+  WriteBytes(mailbox + "/Inbox/c.MAI", "1");
+  EXPECT_EQ(sizes.BytesOf(mailbox), 6u);
+}
+
+TEST(MailboxSizes, LinksLeadToFilesAndNeverInCircles) {
+  const TemporaryDirectory directory;
+  fs::create_directories(directory / "Inbox");
+  WriteBytes(directory / "Inbox/a.MAI", "12345");
+  fs::create_symlink(directory.Path(), directory / "Inbox/up");
+  fs::create_symlink(directory / "Inbox/a.MAI", directory / "Inbox/b.MAI");
+  MailboxSizes sizes;
+  EXPECT_EQ(sizes.BytesOf(directory.Path()), 10u);
+}
+
+TEST(MailboxSizes, StaysWithinItsMemoryOverManyMailboxes) {
+  const TemporaryDirectory directory;
+  constexpr int kMailboxes = 100;
+  for (int i = 0; i < kMailboxes; ++i) {
+    fs::create_directories(directory / (std::to_string(i) + "/Inbox"));
+    for (int f = 0; f < 40; ++f) {
+      WriteBytes(directory / (std::to_string(i) + "/Inbox/" + std::to_string(f)), "12345");
+    }
+  }
+  const MeasuringLimits limits{.warmBytes = 40'000, .folders = 80, .watches = 30};
+  MailboxSizes sizes(true, limits);
+  std::mt19937 random(5);
+  for (int step = 0; step < 3000; ++step) {
+    const std::string mailbox = directory / std::to_string(random() % kMailboxes);
+    if (random() % 2 == 0) {
+      WriteBytes(mailbox + "/Inbox/_new", Bytes(random() % 9));
+      fs::rename(mailbox + "/Inbox/_new", mailbox + "/Inbox/" + std::to_string(random() % 60));
+    }
+    ASSERT_EQ(sizes.BytesOf(mailbox), PlainWalk(mailbox)) << step;
+    ASSERT_LE(sizes.MemoryBytes(), limits.warmBytes + 5000) << step;
+  }
+}
+
+TEST(MailboxSizes, ManyThreadsMeasureWhileOthersDeliver) {
+  const TemporaryDirectory directory;
+  for (int i = 0; i < 3; ++i) fs::create_directories(directory / (std::to_string(i) + "/Inbox"));
+  MailboxSizes sizes(true, {.warmBytes = 30'000, .folders = 12'000, .watches = 4});
+  std::atomic<bool> stop{false};
+  std::vector<std::thread> measuring;
+  for (int t = 0; t < 4; ++t) {
+    measuring.emplace_back([&, t] {
+      for (int i = t; !stop; ++i) (void)sizes.BytesOf(directory / std::to_string(i % 3));
+    });
+  }
+  std::vector<std::thread> delivering;
+  for (int t = 0; t < 3; ++t) {
+    delivering.emplace_back([&, t] {
+      const std::string inbox = directory / (std::to_string(t) + "/Inbox/");
+      for (int i = 0; i < 700; ++i) {
+        WriteBytes(inbox + "_tmp", Bytes(static_cast<std::size_t>(i)));
+        fs::rename(inbox + "_tmp", inbox + std::to_string(i % 300));
+        if (i % 5 == 0) fs::remove(inbox + std::to_string(i % 37));
+      }
+    });
+  }
+  for (std::thread& thread : delivering) thread.join();
+  stop = true;
+  for (std::thread& thread : measuring) thread.join();
+  for (int i = 0; i < 3; ++i) {
+    const std::string mailbox = directory / std::to_string(i);
+    EXPECT_EQ(sizes.BytesOf(mailbox), PlainWalk(mailbox));
+  }
+}
+
+}  // namespace
+}  // namespace corvane::configuration

@@ -1,0 +1,123 @@
+// The shipped notification library against a real socket of a service.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <string>
+
+#include "SERVICES/Library/LIBRPCNotify/RemoteNotification.h"
+#include "platform/Machine.h"
+#include "platform/SettingsStore.h"
+#include "tests/support/BuildPlaces.h"
+#include "tests/support/TemporaryDirectory.h"
+
+namespace corvane {
+namespace {
+
+// A service that listens under its protocol word.
+class Service {
+ public:
+  explicit Service(const std::string& path) : socket_(socket(AF_UNIX, SOCK_DGRAM, 0)) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    path.copy(address.sun_path, sizeof address.sun_path - 1);
+    EXPECT_EQ(bind(socket_, reinterpret_cast<sockaddr*>(&address), sizeof address), 0) << path;
+    fcntl(socket_, F_SETFL, O_NONBLOCK);
+  }
+  ~Service() { close(socket_); }
+  // The next signal; "nothing" when none waits.
+  std::string Next() {
+    std::string text(300'000, '\0');
+    const ssize_t length = recv(socket_, text.data(), text.size(), 0);
+    return length < 0 ? "nothing" : text.substr(0, static_cast<std::size_t>(length));
+  }
+
+ private:
+  int socket_;
+};
+
+// One store for the whole program: the library keeps the one that it has found.
+class NotifyRemoteTest : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    static const test::TemporaryDirectory directory;
+    setenv("CORVANE_SETTINGS", (directory / "settings.db").c_str(), 1);
+    platform::SettingsStore::UsePath(directory / "settings.db");
+    Set(".", "Application Directory", test::ShippedLibraries());
+    ASSERT_EQ(BindRemoteNotification(), 1);
+  }
+  NotifyRemoteTest() { Set("Providers", "Run Directory", run_.Path()); }
+
+  static void Set(const std::string& key, const char* name, const std::string& value) {
+    const std::string product = "SOFTWARE\\Wow6432Node\\Corvane\\Corvane";
+    ASSERT_TRUE(platform::SettingsStore::Default().SetString(
+        key == "." ? product : product + "\\" + key, name, value));
+  }
+
+  test::TemporaryDirectory run_;
+};
+
+TEST_F(NotifyRemoteTest, ASignalReachesTheServiceOfItsProtocolWord) {
+  Service mta(run_ / "MTA.sock");
+  Service imap(run_ / "IMAP.sock");
+  EXPECT_EQ(NotifyRemote("", "MTA", "[CV_ACTION]\tTRAIN-HAM\t/mail/a.MAI"), 0);
+  EXPECT_EQ(NotifyRemote(platform::ComputerName().c_str(), "IMAP", "hello\r\n\r\n"), 0);
+  EXPECT_EQ(mta.Next(), "[CV_ACTION]\tTRAIN-HAM\t/mail/a.MAI");
+  EXPECT_EQ(mta.Next(), "nothing");
+  EXPECT_EQ(imap.Next(), "hello\r\n\r\n");
+  EXPECT_EQ(NotifyRemote("", "mta", "any case"), 0);
+  EXPECT_EQ(mta.Next(), "any case");
+}
+
+struct RefusedCase {
+  const char* name;
+  const char* server;
+  const char* protocol;
+  std::int32_t answer;
+};
+
+const RefusedCase kRefused[] = {
+    {"NoServiceOfThatName", "", "POP3", 2},
+    {"AnotherMachine", "SOME-OTHER-MACHINE", "MTA", 64},
+    {"NoWord", "", "", 123},
+    {"AWordThatLeavesTheDirectory", "", "../MTA", 123},
+};
+
+TEST_F(NotifyRemoteTest, WhatNobodyTakesFails) {
+  Service mta(run_ / "MTA.sock");
+  for (const RefusedCase& refused : kRefused) {
+    EXPECT_EQ(NotifyRemote(refused.server, refused.protocol, "text"), refused.answer)
+        << refused.name;
+  }
+  EXPECT_EQ(mta.Next(), "nothing");
+}
+
+TEST_F(NotifyRemoteTest, ASocketThatNobodyHoldsAnyMoreFails) {
+  { Service gone(run_ / "MTA.sock"); }
+  EXPECT_EQ(NotifyRemote("", "MTA", "text"), 2);
+}
+
+TEST_F(NotifyRemoteTest, AFullQueueFailsAtOnce) {
+  Service mta(run_ / "MTA.sock");
+  std::int32_t answer = 0;
+  int sent = 0;
+  for (; answer == 0 && sent < 1'000'000; ++sent) answer = NotifyRemote("", "MTA", "text");
+  EXPECT_EQ(answer, 32);
+  EXPECT_GT(sent, 1);
+  EXPECT_EQ(mta.Next(), "text");
+  EXPECT_EQ(NotifyRemote("", "MTA", "text"), 0) << "room again";
+}
+
+TEST_F(NotifyRemoteTest, ATextThatIsNoDatagramFails) {
+  Service mta(run_ / "MTA.sock");
+  const std::string large(200'000, 'x');
+  EXPECT_EQ(NotifyRemote("", "MTA", large.c_str()), 0);
+  EXPECT_EQ(mta.Next(), large);
+  EXPECT_NE(NotifyRemote("", "MTA", std::string(10'000'000, 'x').c_str()), 0);
+}
+
+}  // namespace
+}  // namespace corvane

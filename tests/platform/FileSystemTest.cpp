@@ -1,0 +1,261 @@
+// Files and directories by their paths.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <ctime>
+#include <filesystem>
+#include <thread>
+#include <vector>
+
+#include "platform/DirectoryFlush.h"
+#include "platform/Error.h"
+#include "platform/FileSystem.h"
+#include "platform/WholeFile.h"
+#include "tests/support/TemporaryDirectory.h"
+
+namespace corvane::platform {
+namespace {
+
+using test::ReadBytes;
+using test::TemporaryDirectory;
+using test::WriteBytes;
+
+TEST(FileSystem, CopiesKeepBytesAndTime) {
+  const TemporaryDirectory root;
+  for (const std::size_t size : {0U, 1U, 4096U, 5'000'003U}) {
+    std::string bytes(size, '\0');
+    for (std::size_t i = 0; i < size; ++i) bytes[i] = static_cast<char>(i * 7 % 251);
+    WriteBytes(root / "from", bytes);
+    ASSERT_TRUE(SetLastWriteTime(root / "from", 1'000'000'000, 123'456'789));
+    ASSERT_TRUE(CopyFile(root / "from", root / "to", true, size % 2 != 0));
+    EXPECT_EQ(ReadBytes(root / "to"), bytes);
+    const std::optional<FileInfo> info = GetFileInfo(root / "to");
+    ASSERT_TRUE(info);
+    EXPECT_EQ(info->lastWriteTime, 1'000'000'000);
+    EXPECT_EQ(info->lastWriteNanoseconds, 123'456'789);
+    EXPECT_EQ(info->size, size);
+  }
+  EXPECT_FALSE(CopyFile(root / "from", root / "to", false, false));
+  EXPECT_EQ(LastError(), kErrorFileExists);
+  EXPECT_FALSE(CopyFile(root / "none", root / "to", true, false));
+  EXPECT_EQ(LastError(), kErrorFileNotFound);
+  EXPECT_FALSE(CopyFile(root / "from", root / "none\\to", true, false));
+  EXPECT_EQ(LastError(), kErrorPathNotFound);
+}
+
+struct MoveCase {
+  const char* name;
+  const char* from;
+  const char* to;
+  bool replace;
+  std::int32_t error;
+};
+const MoveCase kMoves[] = {
+    {"ToNew", "a", "new", false, 0},
+    {"OntoFile", "a", "b", false, kErrorAlreadyExists},
+    {"OverFile", "a", "b", true, 0},
+    {"OverOwnOtherName", "a", "link", true, 0},
+    {"OverItself", "a", "a", true, 0},
+    {"FromNothing", "none", "b", true, kErrorFileNotFound},
+    {"FromNowhere", "none\\x", "b", true, kErrorPathNotFound},
+    {"ToNowhere", "a", "none\\x", true, kErrorPathNotFound},
+    {"OverDirectory", "a", "dir", true, kErrorAccessDenied},
+    {"DirectoryToNew", "dir", "new", false, 0},
+    {"DirectoryOntoDirectory", "dir", "dir2", false, kErrorAlreadyExists},
+    {"ToOtherCase", "a", "A", false, 0},
+};
+
+TEST(FileSystem, MovesTakeTheNameOrLeaveAll) {
+  for (const MoveCase& c : kMoves) {
+    const TemporaryDirectory root;
+    WriteBytes(root / "a", "a");
+    WriteBytes(root / "b", "b");
+    std::filesystem::create_hard_link(root / "a", root / "link");
+    std::filesystem::create_directories(root / "dir");
+    std::filesystem::create_directories(root / "dir2");
+    SetLastError(0);
+    EXPECT_EQ(MoveFile(root / c.from, root / c.to, c.replace), c.error == 0) << c.name;
+    EXPECT_EQ(LastError(), c.error) << c.name;
+    const bool gone = c.error == 0 && std::string_view(c.from) != c.to;
+    EXPECT_EQ(std::filesystem::exists(root / c.from), !gone && c.from[0] != 'n') << c.name;
+    if (gone && c.from[0] == 'a') {
+      EXPECT_EQ(ReadBytes(root / c.to), "a") << c.name;
+    }
+    if (c.error != 0) {
+      EXPECT_EQ(ReadBytes(root / "b"), "b") << c.name;
+    }
+  }
+}
+
+TEST(FileSystem, LinksGiveAFileASecondName) {
+  const TemporaryDirectory root;
+  WriteBytes(root / "a", "a");
+  WriteBytes(root / "b", "b");
+  EXPECT_TRUE(LinkFile(root / "a", root / "new", true));
+  EXPECT_TRUE(LinkFile(root / "a", root / "b", false));
+  EXPECT_TRUE(LinkFile(root / "a", root / "b", false));
+  EXPECT_EQ(std::filesystem::hard_link_count(root / "a"), 3U);
+  EXPECT_FALSE(LinkFile(root / "a", root / "none\\x", false));
+  EXPECT_EQ(LastError(), kErrorPathNotFound);
+  EXPECT_FALSE(LinkFile(root / "none", root / "b", false));
+  EXPECT_EQ(LastError(), kErrorFileNotFound);
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(root.Path()), {}), 3);
+}
+
+TEST(FileSystem, DeletesFilesAndNothingElse) {
+  const TemporaryDirectory root;
+  WriteBytes(root / "a", "a");
+  EXPECT_TRUE(CreateDirectory(root / "dir"));
+  EXPECT_TRUE(DeleteFile(root / "a"));
+  EXPECT_FALSE(DeleteFile(root / "a"));
+  EXPECT_EQ(LastError(), kErrorFileNotFound);
+  EXPECT_FALSE(DeleteFile(root / "dir"));
+  EXPECT_EQ(LastError(), kErrorAccessDenied);
+}
+
+TEST(FileSystem, DirectoriesComeAndGo) {
+  const TemporaryDirectory root;
+  EXPECT_FALSE(CreateDirectory(root / "a\\b"));
+  EXPECT_EQ(LastError(), kErrorPathNotFound);
+  EXPECT_TRUE(CreateDirectories(root / "a\\b\\\\c\\"));
+  EXPECT_TRUE(CreateDirectories(root / "a\\b\\c"));
+  EXPECT_FALSE(CreateDirectory(root / "a\\b"));
+  EXPECT_EQ(LastError(), kErrorAlreadyExists);
+  WriteBytes(root / "a/file", "");
+  EXPECT_FALSE(CreateDirectories(root / "a\\file\\x"));
+  EXPECT_FALSE(CreateDirectories(root / "a\\file"));
+  EXPECT_EQ(LastError(), kErrorAlreadyExists);
+  EXPECT_TRUE(DirectoryExists(root / "A\\B"));
+  EXPECT_FALSE(DirectoryExists(root / "a\\file"));
+  EXPECT_FALSE(RemoveDirectory(root / "a"));
+  EXPECT_EQ(LastError(), kErrorDirectoryNotEmpty);
+  EXPECT_TRUE(RemoveDirectory(root / "a\\b\\c"));
+  EXPECT_TRUE(RemoveTree(root / "a"));
+  EXPECT_FALSE(FileExists(root / "a"));
+}
+
+TEST(FileSystem, SeveralMayMakeTheSameDirectories) {
+  const TemporaryDirectory root;
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 6; ++i) {
+    threads.emplace_back([&] {
+      for (int round = 0; round < 50; ++round) {
+        EXPECT_TRUE(CreateDirectories(root / ("r" + std::to_string(round) + "\\RULES\\deep\\er")));
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+}
+
+TEST(FileSystem, ExistsIsFalseForFourErrorsOnly) {
+  const TemporaryDirectory root;
+  WriteBytes(root / "a", "");
+  EXPECT_TRUE(FileExists(root / "a"));
+  EXPECT_TRUE(FileExists(root.Path()));
+  EXPECT_FALSE(FileExists(root / "b"));
+  EXPECT_FALSE(FileExists(root / "b\\c"));
+  EXPECT_FALSE(FileExists(root / std::string_view("a\0", 2)));
+  EXPECT_FALSE(FileExists(""));
+  EXPECT_TRUE(FileExists(root / std::string(300, 'x')));
+}
+
+struct FindCase {
+  const char* pattern;
+  std::vector<std::string> names;
+  std::int32_t error;
+};
+
+TEST(FileSystem, FinderGivesWhatMatches) {
+  const TemporaryDirectory root;
+  for (const char* name : {"1.MAI", "2.mai", "_3.MAI", "4.MAI.tmp", "Notes", ".hidden"}) {
+    WriteBytes(root / name, name);
+  }
+  std::filesystem::create_directory(root / "Sub");
+  const FindCase cases[] = {
+      {"*.MAI", {"1.MAI", "2.mai", "_3.MAI"}, kErrorNoMoreFiles},
+      {"*",
+       {".hidden", "1.MAI", "2.mai", "4.MAI.tmp", "Notes", "Sub", "_3.MAI"},
+       kErrorNoMoreFiles},
+      {"*.VCF", {}, kErrorFileNotFound},
+      {"none\\*", {}, kErrorPathNotFound},
+      {"NOTES", {"Notes"}, kErrorNoMoreFiles},
+      {"notez", {}, kErrorFileNotFound},
+      {"sub\\*", {}, kErrorFileNotFound},
+  };
+  for (const FindCase& c : cases) {
+    std::vector<std::string> names;
+    FileFinder finder(root / c.pattern);
+    while (const auto found = finder.Next()) {
+      names.push_back(found->name);
+      EXPECT_EQ(found->info.directory, found->name == "Sub");
+      EXPECT_TRUE(found->info.directory || found->info.size == found->name.size());
+    }
+    EXPECT_EQ(LastError(), c.error) << c.pattern;
+    std::sort(names.begin(), names.end());
+    EXPECT_EQ(names, c.names) << c.pattern;
+  }
+}
+
+TEST(FileSystem, CreationTimeIsTheSystemsOrTheOneSet) {
+  const TemporaryDirectory root;
+  const std::int64_t before = std::time(nullptr) - 2;
+  WriteBytes(root / "a", "");
+  ASSERT_TRUE(SetLastWriteTime(root / "a", 1'000'000));
+  const std::optional<FileInfo> info = GetFileInfo(root / "a");
+  ASSERT_TRUE(info);
+  EXPECT_EQ(info->lastWriteTime, 1'000'000);
+  EXPECT_GE(info->creationTime, before);
+  EXPECT_EQ(GetCreationTime(root / "a"), info->creationTime);
+  if (!SetCreationTime(root / "A", 1'234'567)) GTEST_SKIP() << "no attributes on this file system";
+  EXPECT_EQ(GetCreationTime(root / "a"), 1'234'567);
+}
+
+TEST(FileSystem, DosTimesGoThereAndBack) {
+  setenv("TZ", "UTC", 1);
+  tzset();
+  struct Case {
+    std::int64_t seconds;
+    std::uint16_t date, time;
+    std::int64_t back;
+  };
+  const Case cases[] = {
+      {315'532'800, 0x0021, 0x0000, 315'532'800},      // 1980-01-01 00:00:00
+      {1'700'000'001, 0x576E, 0xB1AA, 1'700'000'000},  // 2023-11-14 22:13:21
+      {951'827'771, 0x285D, 0x6485, 951'827'770},      // 2000-02-29 12:36:11
+  };
+  for (const Case& c : cases) {
+    const DosDateTime words = ToDosDateTime(c.seconds);
+    EXPECT_EQ(words.date, c.date) << c.seconds;
+    EXPECT_EQ(words.time, c.time) << c.seconds;
+    EXPECT_EQ(FromDosDateTime(words), c.back);
+  }
+  EXPECT_EQ(ToDosDateTime(0).date, 0);
+}
+
+TEST(FileSystem, ThoseWhoMeetShareAFlush) {
+  const TemporaryDirectory root;
+  constexpr int kThreads = 8;
+  constexpr int kRounds = 50;
+  const std::uint64_t before = DirectoryFlushes();
+  std::vector<std::thread> threads;
+  for (int thread = 0; thread < kThreads; ++thread) {
+    threads.emplace_back([&, thread] {
+      for (int round = 0; round < kRounds; ++round) {
+        const std::string name = std::to_string(thread) + "-" + std::to_string(round) + ".MAI";
+        ASSERT_TRUE(WriteWholeFile(root / name, "x", false, Durability::kNone));
+        ASSERT_TRUE(FlushDirectory(root.Path()));
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  const std::uint64_t made = DirectoryFlushes() - before;
+  EXPECT_LT(made, kThreads * kRounds);
+  EXPECT_GE(made, kRounds);
+  EXPECT_FALSE(FlushDirectory(root / "none"));
+  EXPECT_EQ(LastError(), kErrorFileNotFound);
+}
+
+}  // namespace
+}  // namespace corvane::platform

@@ -1,0 +1,162 @@
+// Open files: dispositions, reading, writing, whole reads.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+
+#include "platform/Error.h"
+#include "platform/File.h"
+#include "platform/FileSystem.h"
+#include "tests/support/TemporaryDirectory.h"
+
+namespace corvane::platform {
+namespace {
+
+using namespace std::string_literals;
+using test::ReadBytes;
+using test::TemporaryDirectory;
+using test::WriteBytes;
+
+TEST(File, DispositionsMakeEmptyOrLeave) {
+  struct Case {
+    Disposition disposition;
+    bool there;
+    std::int32_t error;
+    std::string_view after;
+  };
+  const Case cases[] = {
+      {Disposition::kOpenExisting, true, 0, "old"},
+      {Disposition::kOpenExisting, false, kErrorFileNotFound, ""},
+      {Disposition::kCreateNew, true, kErrorFileExists, "old"},
+      {Disposition::kCreateNew, false, 0, ""},
+      {Disposition::kCreateAlways, true, 0, ""},
+      {Disposition::kCreateAlways, false, 0, ""},
+      {Disposition::kOpenAlways, true, 0, "old"},
+      {Disposition::kOpenAlways, false, 0, ""},
+      {Disposition::kTruncateExisting, true, 0, ""},
+      {Disposition::kTruncateExisting, false, kErrorFileNotFound, ""},
+  };
+  for (const Case& c : cases) {
+    const TemporaryDirectory root;
+    const std::string path = root / "f";
+    if (c.there) WriteBytes(path, "old");
+    SetLastError(0);
+    const File file = File::Open(path, Access::kReadWrite, kShareNone, c.disposition);
+    EXPECT_EQ(file.IsOpen(), c.error == 0);
+    EXPECT_EQ(LastError(), c.error);
+    EXPECT_EQ(ReadBytes(path), c.after);
+    EXPECT_EQ(std::filesystem::exists(path), c.there || c.error == 0);
+  }
+}
+
+TEST(File, NothingIsEmptiedBeforeTheClaimIsHeld) {
+  const TemporaryDirectory root;
+  const std::string path = root / "f";
+  WriteBytes(path, "old");
+  const File holder = File::Open(path, Access::kRead, kShareRead, Disposition::kOpenExisting);
+  for (const Disposition disposition :
+       {Disposition::kCreateAlways, Disposition::kTruncateExisting}) {
+    EXPECT_FALSE(File::Open(path, Access::kWrite, kShareNone, disposition));
+    EXPECT_EQ(LastError(), kErrorSharingViolation);
+    EXPECT_EQ(ReadBytes(path), "old");
+  }
+}
+
+TEST(File, OpeningWhatCannotBeOpenedTellsWhy) {
+  const TemporaryDirectory root;
+  std::filesystem::create_directory(root / "dir");
+  WriteBytes(root / "file", "");
+  struct Case {
+    std::string path;
+    std::int32_t error;
+  };
+  const Case cases[] = {
+      {root / "dir", kErrorAccessDenied},
+      {root / "file\\x", kErrorPathNotFound},
+      {root / "none\\x", kErrorPathNotFound},
+      {root / ("a\0b"s), kErrorInvalidName},
+      {root / std::string(256, 'x'), kErrorFilenameTooLong},
+      {"", kErrorPathNotFound},
+  };
+  for (const Case& c : cases) {
+    for (int disposition = 0; disposition < 5; ++disposition) {
+      const bool createNew = static_cast<Disposition>(disposition) == Disposition::kCreateNew;
+      SetLastError(0);
+      EXPECT_FALSE(
+          File::Open(c.path, Access::kReadWrite, kShareAll, static_cast<Disposition>(disposition)));
+      const bool exists = createNew && c.error == kErrorAccessDenied;
+      EXPECT_EQ(LastError(), exists ? kErrorFileExists : c.error) << c.path << " " << disposition;
+    }
+    SetLastError(0);
+    EXPECT_FALSE(File::Open(c.path, Access::kRead, kShareAll, Disposition::kOpenExisting));
+    EXPECT_EQ(LastError(), c.error) << c.path;
+  }
+}
+
+TEST(File, AccessIsWhatWasAskedFor) {
+  const TemporaryDirectory root;
+  WriteBytes(root / "f", "old");
+  char byte = 0;
+  File reader = File::Open(root / "f", Access::kRead, kShareAll, Disposition::kOpenExisting);
+  EXPECT_FALSE(reader.Write("x"));
+  EXPECT_EQ(LastError(), kErrorAccessDenied);
+  EXPECT_FALSE(reader.SetEndOfFile());
+  File writer = File::Open(root / "f", Access::kWrite, kShareAll, Disposition::kOpenExisting);
+  EXPECT_EQ(writer.Read(&byte, 1), -1);
+  EXPECT_EQ(LastError(), kErrorAccessDenied);
+  EXPECT_FALSE(writer.ReadAll());
+  File none;
+  EXPECT_FALSE(none.Write("x"));
+  EXPECT_EQ(LastError(), kErrorInvalidHandle);
+}
+
+TEST(File, WholeReadsEndWhereTheFileEnds) {
+  const TemporaryDirectory root;
+  for (const std::size_t size : {0U, 1U, 8191U, 8192U, 8193U, 16384U, 1'000'000U}) {
+    const std::string bytes(size, 'x');
+    WriteBytes(root / "f", bytes);
+    File file = File::Open(root / "f", Access::kRead, kShareAll, Disposition::kOpenExisting);
+    ASSERT_TRUE(file.Seek(size / 2));
+    EXPECT_EQ(file.ReadAll(), bytes);
+    EXPECT_EQ(file.ReadAll(size), bytes);
+    if (size == 0) continue;
+    EXPECT_FALSE(file.ReadAll(size - 1));
+    EXPECT_EQ(LastError(), kErrorNotEnoughMemory);
+  }
+}
+
+TEST(File, IsRewrittenInPlace) {
+  const TemporaryDirectory root;
+  WriteBytes(root / "f", "0123456789");
+  File file = File::Open(root / "f", Access::kReadWrite, kShareNone, Disposition::kOpenExisting);
+  EXPECT_TRUE(file.Seek(2));
+  EXPECT_TRUE(file.Write("ab"));
+  EXPECT_EQ(file.Position(), 4);
+  char bytes[3] = {};
+  EXPECT_EQ(file.Read(bytes, 2), 2);
+  EXPECT_STREQ(bytes, "45");
+  EXPECT_TRUE(file.SetEndOfFile());
+  EXPECT_TRUE(file.Flush());
+  ASSERT_TRUE(file.Info());
+  EXPECT_EQ(file.Info()->size, 6U);
+  EXPECT_FALSE(file.Info()->directory);
+  EXPECT_TRUE(file.Close());
+  EXPECT_EQ(ReadBytes(root / "f"), "01ab45");
+}
+
+TEST(File, AMovedFileKeepsItsClaim) {
+  const TemporaryDirectory root;
+  const auto open = [&] {
+    return File::Open(root / "f", Access::kReadWrite, kShareNone, Disposition::kOpenAlways);
+  };
+  File first = open();
+  File second = std::move(first);
+  EXPECT_FALSE(open());
+  second = File();
+  second = open();
+  EXPECT_TRUE(second);
+  EXPECT_FALSE(open());
+}
+
+}  // namespace
+}  // namespace corvane::platform

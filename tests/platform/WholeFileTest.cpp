@@ -1,0 +1,395 @@
+// Files that appear at once: what readers see, what stops leave, full and read-only disks.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <filesystem>
+#include <set>
+#include <thread>
+
+#include "platform/Error.h"
+#include "platform/FaultInjection.h"
+#include "platform/FileSystem.h"
+#include "platform/NewFile.h"
+#include "platform/WholeFile.h"
+#include "tests/support/ChildProcess.h"
+#include "tests/support/TemporaryDirectory.h"
+
+namespace corvane::platform {
+namespace {
+
+using test::ReadBytes;
+using test::TemporaryDirectory;
+using test::WriteBytes;
+
+std::set<std::string> NamesIn(const std::string& path) {
+  std::set<std::string> names;
+  for (const auto& entry : std::filesystem::directory_iterator(path)) {
+    names.insert(entry.path().filename().string());
+  }
+  return names;
+}
+
+// Both kinds of file systems: with nameless files and without.
+class WholeFiles : public testing::TestWithParam<bool> {
+ protected:
+  void SetUp() override { UseNamelessFiles(GetParam()); }
+  void TearDown() override {
+    DisarmFault();
+    UseNamelessFiles(true);
+  }
+  const TemporaryDirectory root_;
+  const std::string path_ = root_ / "0.MAI";
+};
+
+TEST_P(WholeFiles, AppearAtCommitOnly) {
+  {
+    WholeFile whole = WholeFile::Create(path_);
+    ASSERT_TRUE(whole.Write("half"));
+    EXPECT_FALSE(FileExists(path_));
+  }
+  EXPECT_TRUE(NamesIn(root_.Path()).empty());
+  WholeFile whole = WholeFile::Create(path_);
+  ASSERT_TRUE(whole);
+  std::string expected;
+  for (int i = 0; i < 3000; ++i) {
+    const std::string piece = "line " + std::to_string(i) + "\r\n";
+    expected += piece;
+    ASSERT_TRUE(whole.Write(piece));
+  }
+  expected.append(100'000, 'x');
+  ASSERT_TRUE(whole.Write(std::string(100'000, 'x')));
+  whole.SetLastWriteTime(1'000'000'000, 5);
+  EXPECT_TRUE(whole.Commit(false, Durability::kDataAndName));
+  EXPECT_EQ(ReadBytes(path_), expected);
+  EXPECT_EQ(GetFileInfo(path_)->lastWriteTime, 1'000'000'000);
+  EXPECT_EQ(GetFileInfo(path_)->lastWriteNanoseconds, 5);
+  EXPECT_FALSE(WriteWholeFile(path_, "new", false));
+  EXPECT_EQ(LastError(), kErrorFileExists);
+  EXPECT_TRUE(WriteWholeFile(path_, "new"));
+  EXPECT_EQ(ReadBytes(path_), "new");
+  EXPECT_EQ(NamesIn(root_.Path()), std::set<std::string>{"0.MAI"});
+}
+
+TEST_P(WholeFiles, TakePiecesOfOthers) {
+  WriteBytes(root_ / "source", "0123456789");
+  const File source =
+      File::Open(root_ / "source", Access::kRead, kShareAll, Disposition::kOpenExisting);
+  WholeFile whole = WholeFile::Create(path_);
+  EXPECT_TRUE(whole.Write("<"));
+  EXPECT_TRUE(whole.CopyFrom(source, 2, 3));
+  EXPECT_TRUE(whole.Write("|"));
+  EXPECT_TRUE(whole.CopyFrom(source, 7));
+  EXPECT_TRUE(whole.CopyFrom(source, 10));
+  EXPECT_TRUE(whole.CopyFrom(source, 50));
+  EXPECT_TRUE(whole.CopyFrom(source, 8, 50));
+  EXPECT_TRUE(whole.Write(">"));
+  EXPECT_TRUE(whole.Commit(false, Durability::kData));
+  EXPECT_EQ(ReadBytes(path_), "<234|78989>");
+}
+
+TEST_P(WholeFiles, ReplaceALeftover) {
+  WriteBytes(root_ / "_0.MAI.tmp", "left by a crash");
+  EXPECT_TRUE(WriteWholeFile(path_, "1"));
+  WriteBytes(root_ / "_0.MAI.tmp", "left by a crash");
+  EXPECT_TRUE(WriteWholeFile(path_, "2"));
+  EXPECT_EQ(ReadBytes(path_), "2");
+  EXPECT_EQ(NamesIn(root_.Path()), std::set<std::string>{"0.MAI"});
+}
+
+TEST_P(WholeFiles, ServeNamesOfAnyLength) {
+  const std::string name(255, 'n');
+  EXPECT_TRUE(WriteWholeFile(root_ / name, "1"));
+  EXPECT_TRUE(WriteWholeFile(root_ / name, "2"));
+  EXPECT_EQ(ReadBytes(root_ / name), "2");
+}
+
+TEST_P(WholeFiles, ReadersSeeOldOrNew) {
+  constexpr std::size_t kSize = 50'000;
+  ASSERT_TRUE(WriteWholeFile(path_, std::string(kSize, 'a')));
+  std::atomic<bool> stop{false};
+  std::thread writer([&] {
+    for (int i = 0; i < 300; ++i) {
+      const std::string bytes(kSize, static_cast<char>('a' + i % 26));
+      EXPECT_TRUE(WriteWholeFile(path_, bytes, true, Durability::kNone));
+    }
+    stop = true;
+  });
+  while (!stop) {
+    const std::string bytes = ReadBytes(path_);
+    ASSERT_EQ(bytes.size(), kSize);
+    ASSERT_EQ(bytes.find_first_not_of(bytes[0]), std::string::npos);
+  }
+  writer.join();
+}
+
+TEST_P(WholeFiles, SeveralWritersLeaveOneWhole) {
+  std::atomic<int> written{0};
+  const auto write = [&](char letter) {
+    for (int i = 0; i < 200; ++i) {
+      if (WriteWholeFile(path_, std::string(20'000, letter), true, Durability::kNone)) {
+        ++written;
+        const std::string bytes = ReadBytes(path_);
+        ASSERT_EQ(bytes.size(), 20'000U);
+        ASSERT_EQ(bytes.find_first_not_of(bytes[0]), std::string::npos);
+      } else {
+        ASSERT_EQ(LastError(), kErrorSharingViolation);
+      }
+    }
+  };
+  std::thread other(write, 'b');
+  write('a');
+  other.join();
+  EXPECT_GT(written, 0);
+  EXPECT_EQ(NamesIn(root_.Path()), std::set<std::string>{"0.MAI"});
+}
+
+TEST_P(WholeFiles, StateChangesHandsUnderItsClaim) {
+  WriteBytes(path_, "old");
+  File held = File::Open(path_, Access::kReadWrite, kShareNone, Disposition::kOpenExisting);
+  for (int i = 0; i < 3; ++i) {
+    WholeFile whole = WholeFile::Create(path_);
+    ASSERT_TRUE(whole.Write(std::to_string(i)));
+    held = whole.CommitOver(held, kShareNone, Durability::kDataAndName);
+    ASSERT_TRUE(held);
+    EXPECT_EQ(ReadBytes(path_), std::to_string(i));
+    EXPECT_EQ(held.ReadAll(), std::to_string(i));
+    EXPECT_FALSE(ReadWholeFile(path_));
+    EXPECT_EQ(LastError(), kErrorSharingViolation);
+  }
+  WholeFile whole = WholeFile::Create(path_);
+  const File shared = whole.CommitOver(held, kShareRead, Durability::kNone);
+  EXPECT_TRUE(shared);
+  EXPECT_FALSE(held);
+  EXPECT_EQ(ReadWholeFile(path_), "");
+  EXPECT_EQ(NamesIn(root_.Path()), std::set<std::string>{"0.MAI"});
+}
+
+TEST_P(WholeFiles, NobodyGetsBetweenTwoStates) {
+  WriteBytes(path_, "0");
+  std::atomic<bool> stop{false};
+  std::atomic<int> intruders{0};
+  File held = File::Open(path_, Access::kReadWrite, kShareNone, Disposition::kOpenExisting);
+  std::thread intruder([&] {
+    while (!stop) {
+      const File file = File::Open(path_, Access::kRead, kShareAll, Disposition::kOpenExisting);
+      if (file) ++intruders;
+    }
+  });
+  for (int i = 0; i < 300; ++i) {
+    WholeFile whole = WholeFile::Create(path_);
+    ASSERT_TRUE(whole.Write(std::to_string(i)));
+    held = whole.CommitOver(held, kShareNone, Durability::kNone);
+    ASSERT_TRUE(held);
+  }
+  stop = true;
+  intruder.join();
+  EXPECT_EQ(intruders, 0);
+}
+
+struct Operation {
+  const char* name;
+  bool (*apply)(const TemporaryDirectory& root);
+  std::set<std::string> contents;  // that 0.MAI may have after a stop
+  bool existed = true;
+};
+
+bool Rewrite(const TemporaryDirectory& root) {
+  File held =
+      File::Open(root / "0.MAI", Access::kReadWrite, kShareNone, Disposition::kOpenExisting);
+  if (!held) return false;
+  WholeFile whole = WholeFile::Create(root / "0.MAI");
+  return whole && whole.Write("new") &&
+         whole.CommitOver(held, kShareNone, Durability::kDataAndName).IsOpen();
+}
+
+const Operation kOperations[] = {
+    {"Write",
+     [](const auto& root) { return WriteWholeFile(root / "0.MAI", "new"); },
+     {"old", "new"}},
+    {"WriteNew",
+     [](const auto& root) { return WriteWholeFile(root / "0.MAI", "new"); },
+     {"new"},
+     false},
+    {"Copy",
+     [](const auto& root) { return CopyFile(root / "source", root / "0.MAI", true, true); },
+     {"old", "new"}},
+    {"CopyNew",
+     [](const auto& root) { return CopyFile(root / "source", root / "0.MAI", true, true); },
+     {"new"},
+     false},
+    {"Link",
+     [](const auto& root) { return LinkFile(root / "source", root / "0.MAI", true); },
+     {"old", "new"}},
+    {"CommitOver", Rewrite, {"old", "new"}},
+};
+
+void Prepare(const TemporaryDirectory& root, const Operation& operation) {
+  for (const std::string& name : NamesIn(root.Path())) unlink((root / name).c_str());
+  WriteBytes(root / "source", "new");
+  if (operation.existed) WriteBytes(root / "0.MAI", "old");
+}
+
+void ExpectWhole(const TemporaryDirectory& root, const Operation& operation) {
+  if (FileExists(root / "0.MAI")) {
+    EXPECT_EQ(operation.contents.count(ReadBytes(root / "0.MAI")), 1U) << operation.name;
+  } else {
+    EXPECT_FALSE(operation.existed) << operation.name;
+  }
+  std::set<std::string> names = NamesIn(root.Path());
+  for (const char* known : {"0.MAI", "source", "_0.MAI.tmp"}) names.erase(known);
+  EXPECT_TRUE(names.empty()) << operation.name << " left " << *names.begin();
+}
+
+// Breaks each operation at each of its calls in turn; `run` returns false when nothing broke.
+template <typename Break>
+void BreakEverywhere(const TemporaryDirectory& root, Break breakAt) {
+  for (const Operation& operation : kOperations) {
+    Prepare(root, operation);
+    ArmFault({.number = UINT64_MAX});
+    ASSERT_TRUE(operation.apply(root)) << operation.name;
+    const std::uint64_t calls = CountedFileCalls();
+    ASSERT_GE(calls, 3U) << operation.name;
+    for (std::uint64_t number = 1; number <= calls; ++number) {
+      SCOPED_TRACE(operation.name + std::string(", call ") + std::to_string(number));
+      Prepare(root, operation);
+      breakAt(operation, number);
+      DisarmFault();
+      ExpectWhole(root, operation);
+      ASSERT_TRUE(operation.apply(root));
+      EXPECT_EQ(ReadBytes(root / "0.MAI"), "new");
+    }
+  }
+}
+
+TEST_P(WholeFiles, AFailedCallLeavesOldOrNew) {
+  BreakEverywhere(root_, [&](const Operation& operation, std::uint64_t number) {
+    ArmFault({.number = number, .error = kErrorDiskFull});
+    EXPECT_FALSE(operation.apply(root_));
+    EXPECT_EQ(LastError(), kErrorDiskFull);
+    EXPECT_FALSE(FileExists(root_ / "_0.MAI.tmp"));
+  });
+}
+
+TEST_P(WholeFiles, AStopLeavesOldOrNew) {
+  BreakEverywhere(root_, [&](const Operation& operation, std::uint64_t number) {
+    ArmFault({.number = number, .action = FaultAction::kThrow});
+    EXPECT_THROW((void)operation.apply(root_), FaultStop);
+  });
+}
+
+TEST_P(WholeFiles, AKilledProcessLeavesOldOrNew) {
+  BreakEverywhere(root_, [&](const Operation& operation, std::uint64_t number) {
+    EXPECT_EQ(test::RunInChild([&] {
+                ArmFault({.number = number, .action = FaultAction::kKill});
+                return operation.apply(root_) ? 0 : 1;
+              }),
+              -1);
+  });
+}
+
+INSTANTIATE_TEST_SUITE_P(Both, WholeFiles, testing::Bool(),
+                         [](const auto& info) { return info.param ? "Nameless" : "Named"; });
+
+// A small disk of a test's own.
+class SmallDisk {
+ public:
+  SmallDisk() : mounted_(mount("none", root_.Path().c_str(), "tmpfs", 0, "size=65536") == 0) {}
+  ~SmallDisk() {
+    if (mounted_) umount2(root_.Path().c_str(), MNT_DETACH);
+  }
+  SmallDisk(const SmallDisk&) = delete;
+  SmallDisk& operator=(const SmallDisk&) = delete;
+  [[nodiscard]] bool Mounted() const { return mounted_; }
+  [[nodiscard]] bool MakeReadOnly() const {
+    return mount("none", root_.Path().c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr) == 0;
+  }
+  [[nodiscard]] std::string operator/(std::string_view name) const { return root_ / name; }
+  [[nodiscard]] const std::string& Path() const { return root_.Path(); }
+
+ private:
+  TemporaryDirectory root_;
+  bool mounted_;
+};
+
+TEST(Disk, WhenFullLeavesTheOldFile) {
+  const SmallDisk disk;
+  if (!disk.Mounted()) GTEST_SKIP() << "may not mount a small disk";
+  ASSERT_TRUE(WriteWholeFile(disk / "0.MAI", "old"));
+  const std::string big(100'000, 'x');
+  EXPECT_FALSE(WriteWholeFile(disk / "0.MAI", big));
+  EXPECT_EQ(LastError(), kErrorDiskFull);
+  const TemporaryDirectory other;
+  WriteBytes(other / "big", big);
+  EXPECT_FALSE(CopyFile(other / "big", disk / "0.MAI", true, true));
+  EXPECT_EQ(LastError(), kErrorDiskFull);
+  EXPECT_FALSE(MoveFile(other / "big", disk / "0.MAI", true));
+  EXPECT_EQ(LastError(), kErrorDiskFull);
+  EXPECT_EQ(ReadBytes(other / "big"), big);
+  EXPECT_EQ(ReadBytes(disk / "0.MAI"), "old");
+  EXPECT_EQ(NamesIn(disk.Path()), std::set<std::string>{"0.MAI"});
+  EXPECT_TRUE(WriteWholeFile(disk / "1.MAI", std::string(20'000, 'y')));
+}
+
+TEST(Disk, FilesMoveBetweenTwo) {
+  const SmallDisk disk;
+  if (!disk.Mounted()) GTEST_SKIP() << "may not mount a small disk";
+  const TemporaryDirectory other;
+  WriteBytes(other / "a", "a");
+  ASSERT_TRUE(SetLastWriteTime(other / "a", 1'000'000));
+  EXPECT_FALSE(LinkFile(other / "a", disk / "a", false));
+  EXPECT_EQ(LastError(), kErrorNotSameDevice);
+  EXPECT_TRUE(MoveFile(other / "a", disk / "a"));
+  EXPECT_FALSE(FileExists(other / "a"));
+  EXPECT_EQ(ReadBytes(disk / "a"), "a");
+  EXPECT_EQ(GetFileInfo(disk / "a")->lastWriteTime, 1'000'000);
+  WriteBytes(other / "b", "b");
+  EXPECT_FALSE(MoveFile(other / "b", disk / "a"));
+  EXPECT_EQ(LastError(), kErrorAlreadyExists);
+}
+
+TEST(Disk, WhenReadOnlySaysSo) {
+  const SmallDisk disk;
+  if (!disk.Mounted()) GTEST_SKIP() << "may not mount a small disk";
+  WriteBytes(disk / "0.MAI", "old");
+  ASSERT_TRUE(disk.MakeReadOnly());
+  EXPECT_FALSE(WriteWholeFile(disk / "0.MAI", "new"));
+  EXPECT_EQ(LastError(), kErrorWriteProtect);
+  EXPECT_FALSE(DeleteFile(disk / "0.MAI"));
+  EXPECT_EQ(LastError(), kErrorWriteProtect);
+  EXPECT_FALSE(
+      File::Open(disk / "0.MAI", Access::kReadWrite, kShareNone, Disposition::kOpenExisting));
+  EXPECT_EQ(LastError(), kErrorWriteProtect);
+  EXPECT_FALSE(CreateDirectory(disk / "d"));
+  EXPECT_EQ(LastError(), kErrorWriteProtect);
+  File reader = File::Open(disk / "0.MAI", Access::kRead, kShareNone, Disposition::kOpenExisting);
+  EXPECT_EQ(reader.ReadAll(), "old");
+}
+
+TEST(Disk, WhatMayNotBeWrittenIsDenied) {
+  const TemporaryDirectory root;
+  WriteBytes(root / "0.MAI", "old");
+  ASSERT_EQ(chmod((root / "0.MAI").c_str(), 0444), 0);
+  ASSERT_EQ(chmod(root.Path().c_str(), 0555), 0);
+  const int wrong = test::RunUnprivileged([&] {
+    int count = 0;
+    const auto denied = [&](bool done) { count += done || LastError() != kErrorAccessDenied; };
+    denied(WriteWholeFile(root / "0.MAI", "new"));
+    denied(DeleteFile(root / "0.MAI"));
+    denied(CreateDirectory(root / "d"));
+    denied(MoveFile(root / "0.MAI", root / "1.MAI"));
+    denied(
+        File::Open(root / "0.MAI", Access::kWrite, kShareAll, Disposition::kOpenExisting).IsOpen());
+    denied(
+        File::Open(root / "1.MAI", Access::kWrite, kShareNone, Disposition::kCreateNew).IsOpen());
+    return count + (ReadWholeFile(root / "0.MAI") == "old" ? 0 : 1);
+  });
+  EXPECT_EQ(wrong, 0);
+  EXPECT_EQ(chmod(root.Path().c_str(), 0755), 0);
+}
+
+}  // namespace
+}  // namespace corvane::platform

@@ -1,0 +1,37 @@
+// FaultWalk.h -- runs a piece of work once for each place where the file layer can break.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "platform/Error.h"
+#include "platform/FaultInjection.h"
+
+namespace corvane::test {
+
+// Runs `prepare`, then `work` with its n-th file call failing for a full disk, or stopped there as
+// by a death of the process, then `check` with whether the work came to its end; for n = 1, 2 ...
+// until n is past the last call. The last round runs unbroken.
+inline void WalkFaults(platform::FaultAction action, const std::function<void()>& prepare,
+                       const std::function<void()>& work,
+                       const std::function<void(std::uint64_t call)>& check) {
+  for (std::uint64_t call = 1;; ++call) {
+    ASSERT_LT(call, 100U) << "the walk has no end";
+    prepare();
+    platform::ArmFault({.number = call, .action = action, .error = platform::kErrorDiskFull});
+    try {
+      work();
+    } catch (const platform::FaultStop&) {
+    }
+    const bool unbroken = platform::CountedFileCalls() < call;
+    platform::DisarmFault();
+    check(call);
+    if (unbroken) {
+      ASSERT_GT(call, 1U) << "the work made no file call";
+      return;
+    }
+  }
+}
+
+}  // namespace corvane::test

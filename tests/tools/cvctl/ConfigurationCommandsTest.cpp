@@ -1,0 +1,266 @@
+// The tool's commands on an installation of its own, run as programs: exit codes, what they print,
+// what the next command sees.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "tests/support/BuildPlaces.h"
+#include "tests/support/RunProgram.h"
+#include "tests/support/TemporaryDirectory.h"
+
+namespace corvane {
+namespace {
+
+namespace fs = std::filesystem;
+using nlohmann::json;
+using Words = std::vector<std::string>;
+
+class Cvctl : public ::testing::Test {
+ protected:
+  Cvctl() {
+    const auto init = Run({"init", Home()});
+    EXPECT_EQ(init.exitCode, 0) << init.errors;
+  }
+
+  [[nodiscard]] std::string Home() const { return directory_ / "home"; }
+  test::ProgramResult Run(Words words) const {
+    words.insert(words.begin(), test::ProgramFile("cvctl"));
+    return test::RunProgram(words, {{"CORVANE_SETTINGS", Home() + "/settings.db"}});
+  }
+  void Do(const Words& words) const {
+    const auto result = Run(words);
+    ASSERT_EQ(result.exitCode, 0) << result.errors;
+    EXPECT_EQ(result.errors, "");
+  }
+  json Json(Words words) const {
+    words.emplace_back("--json");
+    const auto result = Run(words);
+    EXPECT_EQ(result.exitCode, 0) << result.errors;
+    return json::parse(result.output, nullptr, false);
+  }
+  void FillStore() const {
+    Do({"postoffice", "add", "acme"});
+    Do({"mailbox", "add", "acme/anna", "--quota", "500"});
+    Do({"group", "add", "acme/sales"});
+  }
+
+  test::TemporaryDirectory directory_;
+};
+
+TEST_F(Cvctl, InitMakesAWholeInstallationOnce) {
+  EXPECT_TRUE(fs::is_directory(Home() + "/connectors/SF/Outgoing/Messages"));
+  EXPECT_TRUE(fs::is_directory(Home() + "/connectors/SF/Inbound/Messages"));
+  for (const char* library : {"CVAIPO", "CVAISM", "CVAIAM", "CVAISO", "CVAISP", "CVAINFY"}) {
+    EXPECT_TRUE(fs::is_regular_file(Home() + "/lib64/" + library + ".so")) << library;
+  }
+  EXPECT_TRUE(Json({"postoffice", "list"})["postoffices"].empty()) << "an empty store";
+  const auto again = Run({"init", Home()});
+  EXPECT_EQ(again.exitCode, 2);
+  EXPECT_NE(again.errors.find("already holds an installation"), std::string::npos);
+  const auto other = Run({"init", directory_ / "it's here"});
+  EXPECT_EQ(other.exitCode, 0);
+  const auto shell =
+      test::RunProgram({"/bin/sh", "-c", other.output + "printf %s \"$CORVANE_SETTINGS\""});
+  EXPECT_EQ(shell.output, directory_ / "it's here/settings.db");
+}
+
+TEST_F(Cvctl, AFileWhereTheDirectoryShouldBeIsRefused) {
+  test::WriteBytes(directory_ / "file", "");
+  EXPECT_EQ(Run({"init", directory_ / "file"}).exitCode, 2);
+}
+
+TEST_F(Cvctl, PostofficesComeChangeAndGo) {
+  Do({"postoffice", "add", "acme"});
+  Do({"postoffice", "add", "closed", "--disabled"});
+  EXPECT_EQ(Json({"postoffice", "list"}),
+            json::parse(R"({"postoffices": [{"name": "acme", "enabled": true},
+                                            {"name": "closed", "enabled": false}]})"));
+  Do({"postoffice", "set", "closed", "--enabled"});
+  EXPECT_EQ(Json({"postoffice", "show", "CLOSED"}),
+            json::parse(R"({"name": "closed", "enabled": true, "mailboxes": 0, "groups": 0})"));
+  Do({"postoffice", "remove", "closed"});
+  EXPECT_EQ(Run({"postoffice", "show", "closed"}).exitCode, 1);
+}
+
+TEST_F(Cvctl, MailboxesComeWithTheirDirectoryAndLeaveTheirMail) {
+  Do({"postoffice", "add", "acme"});
+  Do({"mailbox", "add", "acme/anna", "--quota", "500", "--redirect", "acme/bob;x@y.test",
+      "--redirect-mode", "2", "--disabled"});
+  const std::string inbox = Home() + "/mail/acme/MAILROOT/anna/Inbox";
+  ASSERT_TRUE(fs::is_directory(inbox));
+  test::WriteBytes(inbox + "/1.MAI", std::string(1500, 'x'));
+  json anna = json::parse(R"({"postoffice": "acme", "mailbox": "anna", "enabled": false,
+                              "quotaKb": 500, "redirect": "[SF:acme/bob];[SMTP:x@y.test]",
+                              "redirectMode": 2})");
+  EXPECT_EQ(Json({"mailbox", "list"})["mailboxes"], json::array({anna}));
+  anna["sizeKb"] = 2;
+  anna["directory"] = Home() + "/mail/acme/MAILROOT/anna";
+  EXPECT_EQ(Json({"mailbox", "show", "acme/anna"}), anna);
+  Do({"mailbox", "set", "acme/anna", "--enabled", "--quota", "none", "--redirect-mode", "0"});
+  anna["enabled"] = true;
+  anna["quotaKb"] = nullptr;
+  anna["redirectMode"] = 0;
+  EXPECT_EQ(Json({"mailbox", "show", "acme/anna"}), anna);
+  Do({"mailbox", "remove", "acme/anna"});
+  EXPECT_TRUE(fs::exists(inbox + "/1.MAI"));
+  EXPECT_EQ(Run({"mailbox", "show", "acme/anna"}).exitCode, 1);
+}
+
+TEST_F(Cvctl, GroupsHaveMembersInOrder) {
+  FillStore();
+  for (const char* item : {"acme/zoe", "[LS:acme/list]", "m@x.test"}) {
+    Do({"group", "member", "add", "acme/sales", item});
+  }
+  Do({"group", "member", "remove", "acme/sales", "[LS:acme/list]"});
+  Do({"group", "set", "acme/sales", "--disabled"});
+  EXPECT_EQ(Json({"group", "show", "acme/sales"}),
+            json::parse(R"({"postoffice": "acme", "group": "sales", "enabled": false,
+                            "members": ["[SF:acme/zoe]", "[SMTP:m@x.test]"]})"));
+  EXPECT_EQ(Json({"group", "list", "acme"})["groups"].size(), 1u);
+  Do({"group", "remove", "acme/sales"});
+  EXPECT_EQ(Run({"group", "show", "acme/sales"}).exitCode, 1);
+}
+
+TEST_F(Cvctl, DomainsMapsAndOptions) {
+  FillStore();
+  Do({"domain", "add", "acme.test"});
+  EXPECT_EQ(Json({"domain", "list"}), json::parse(R"({"domains": ["acme.test"]})"));
+  Do({"domain", "remove", "ACME.test"});
+  EXPECT_TRUE(Json({"domain", "list"})["domains"].empty());
+  Do({"map", "add", "anna@acme.test", "acme/anna"});
+  EXPECT_EQ(Json({"map", "list"}),
+            json::parse(R"({"maps": [{"address": "anna@acme.test", "item": "[SF:acme/anna]"}]})"));
+  Do({"map", "remove", "anna@acme.test"});
+  EXPECT_TRUE(Json({"map", "list"})["maps"].empty());
+  Do({"option", "set", "acme/anna", "DisplayName", "Anna \"B\""});
+  Do({"option", "set", "acme/anna", "displayname", "Anna C"});
+  Do({"option", "set", "acme", "PostofficeRoot", "/elsewhere"});
+  EXPECT_EQ(Run({"option", "get", "acme/anna", "DisplayName"}).output, "Anna C\n");
+  EXPECT_EQ(Json({"option", "list", "acme/anna"}),
+            json::parse(R"({"key": "acme/anna", "options": {"DisplayName": "Anna C"}})"));
+  EXPECT_EQ(Json({"option", "get", "acme", "PostofficeRoot"})["value"], "/elsewhere");
+  Do({"option", "delete", "acme/anna", "DisplayName"});
+  EXPECT_EQ(Run({"option", "get", "acme/anna", "DisplayName"}).exitCode, 1);
+}
+
+TEST_F(Cvctl, WhatGoesTakesAllThatHangsOnIt) {
+  FillStore();
+  Do({"map", "add", "anna@acme.test", "acme/anna"});
+  Do({"option", "set", "acme/anna", "DisplayName", "Anna"});
+  Do({"option", "set", "acme", "PostofficeRoot", "/elsewhere"});
+  Do({"group", "member", "add", "acme/sales", "acme/anna"});
+  EXPECT_EQ(Run({"postoffice", "remove", "acme"}).exitCode, 2);
+  EXPECT_EQ(Json({"mailbox", "list"})["mailboxes"].size(), 1u) << "nothing went";
+  Do({"postoffice", "remove", "acme", "--force"});
+  Do({"postoffice", "add", "acme"});
+  Do({"mailbox", "add", "acme/anna"});
+  Do({"group", "add", "acme/sales"});
+  EXPECT_TRUE(Json({"option", "list", "acme/anna"})["options"].empty());
+  EXPECT_TRUE(Json({"option", "list", "acme"})["options"].empty());
+  EXPECT_TRUE(Json({"map", "list"})["maps"].empty());
+  EXPECT_TRUE(Json({"group", "show", "acme/sales"})["members"].empty());
+}
+
+struct RefusedCase {
+  const char* name;
+  Words words;
+  int exitCode;
+  const char* says;
+};
+
+const RefusedCase kRefused[] = {
+    {"NoCommand", {}, 2, "help"},
+    {"UnknownCommand", {"postoffice", "paint"}, 2, "help"},
+    {"PostofficeTwice", {"postoffice", "add", "ACME"}, 2, "already"},
+    {"PostofficeWithASeparator", {"postoffice", "add", "a\\b"}, 2, "separators"},
+    {"PostofficeParent", {"postoffice", "add", ".."}, 2, "can't be"},
+    {"PostofficeWithABracket", {"postoffice", "add", "a]b"}, 2, "brackets"},
+    {"PostofficeTooLong", {"postoffice", "add", std::string(128, 'p')}, 2, "127"},
+    {"PostofficeSetNothing", {"postoffice", "set", "acme"}, 2, "--enabled"},
+    {"PostofficeSetBoth", {"postoffice", "set", "acme", "--enabled", "--disabled"}, 2, "--"},
+    {"PostofficeRemoveUnknown", {"postoffice", "remove", "nobody"}, 1, "no postoffice nobody"},
+    {"MailboxTwice", {"mailbox", "add", "acme/Anna"}, 2, "already"},
+    {"MailboxWithoutPostoffice", {"mailbox", "add", "anna"}, 2, "POSTOFFICE/MAILBOX"},
+    {"MailboxOfUnknownPostoffice", {"mailbox", "add", "nobody/x"}, 1, "no postoffice nobody"},
+    {"MailboxTooLong", {"mailbox", "add", "acme/" + std::string(64, 'm')}, 2, "63"},
+    {"MailboxThatLeavesItsPlace", {"mailbox", "add", "acme/../x"}, 2, "can't be"},
+    {"MailboxNamedAsAGroup", {"mailbox", "add", "acme/SALES"}, 2, "taken"},
+    {"GroupNamedAsAMailbox", {"group", "add", "acme/anna"}, 2, "taken"},
+    {"QuotaNoNumber", {"mailbox", "set", "acme/anna", "--quota", "12x"}, 2, "quota"},
+    {"QuotaTooLarge", {"mailbox", "set", "acme/anna", "--quota", "4294967295"}, 2, "quota"},
+    {"RedirectWithoutMode", {"mailbox", "set", "acme/anna", "--redirect", "acme/x"}, 2, "mode"},
+    {"ModeWithoutRedirect", {"mailbox", "set", "acme/anna", "--redirect-mode", "1"}, 2, "items"},
+    {"ModeOutOfRange", {"mailbox", "set", "acme/anna", "--redirect-mode", "3"}, 2, "mode"},
+    {"RedirectTooLong",
+     {"mailbox", "set", "acme/anna", "--redirect", "a@" + std::string(600, 'x'), "--redirect-mode",
+      "1"},
+     2,
+     "too long"},
+    {"MailboxSetNothing", {"mailbox", "set", "acme/anna"}, 2, "nothing to set"},
+    {"MailboxSetUnknown", {"mailbox", "set", "acme/x", "--quota", "1"}, 1, "no mailbox acme/x"},
+    {"MailboxListOfUnknown", {"mailbox", "list", "nobody"}, 1, "no postoffice nobody"},
+    {"MemberOfUnknownGroup", {"group", "member", "add", "acme/x", "acme/anna"}, 1, "no group"},
+    {"MemberNoItem", {"group", "member", "add", "acme/sales", "anna"}, 2, "POSTOFFICE/MAILBOX"},
+    {"MemberTwoItems",
+     {"group", "member", "add", "acme/sales", "[SF:a/b];[SF:a/c]"},
+     2,
+     "can't be"},
+    {"MemberTooLong",
+     {"group", "member", "add", "acme/sales", "m@" + std::string(255, 'x')},
+     2,
+     "255"},
+    {"MemberNotThere", {"group", "member", "remove", "acme/sales", "acme/x"}, 1, "no member"},
+    {"DomainWithABlank", {"domain", "add", "a b"}, 2, "no mail address"},
+    {"DomainUnknown", {"domain", "remove", "x.test"}, 1, "no domain"},
+    {"MapOfNoAddress", {"map", "add", "anna", "acme/anna"}, 2, "no"},
+    {"MapToNoLocalItem", {"map", "add", "a@b.test", "c@d.test"}, 2, "local item"},
+    {"OptionOfUnknownMailbox", {"option", "set", "acme/x", "A", "1"}, 1, "no mailbox acme/x"},
+    {"OptionTooLong", {"option", "set", "acme", "A", std::string(1024, 'v')}, 2, "1023"},
+    {"OptionUnknown", {"option", "delete", "acme", "A"}, 1, "no option"},
+};
+
+// One installation for the whole table: a refused command changes nothing.
+TEST_F(Cvctl, RefusedCommandsSayWhyInOneLineAndChangeNothing) {
+  FillStore();
+  const json before = {Json({"postoffice", "list"}), Json({"mailbox", "list"}),
+                       Json({"group", "show", "acme/sales"}), Json({"map", "list"})};
+  for (const RefusedCase& refused : kRefused) {
+    const auto result = Run(refused.words);
+    EXPECT_EQ(result.exitCode, refused.exitCode) << refused.name << ": " << result.errors;
+    EXPECT_NE(result.errors.find(refused.says), std::string::npos)
+        << refused.name << ": " << result.errors;
+    EXPECT_EQ(std::count(result.errors.begin(), result.errors.end(), '\n'), 1) << refused.name;
+    EXPECT_EQ(result.output, "") << refused.name;
+  }
+  const json after = {Json({"postoffice", "list"}), Json({"mailbox", "list"}),
+                      Json({"group", "show", "acme/sales"}), Json({"map", "list"})};
+  EXPECT_EQ(before, after);
+  EXPECT_FALSE(fs::exists(Home() + "/mail/acme/x"));
+}
+
+TEST_F(Cvctl, AStoreThatIsMissingOrDamagedIsToldOf) {
+  fs::remove(Home() + "/config/configuration.db");
+  auto result = Run({"postoffice", "list"});
+  EXPECT_EQ(result.exitCode, 3);
+  EXPECT_NE(result.errors.find("cvctl postoffice add"), std::string::npos) << result.errors;
+  Do({"postoffice", "add", "acme"});
+  EXPECT_EQ(Json({"postoffice", "list"})["postoffices"].size(), 1u) << "made by the first change";
+  test::WriteBytes(Home() + "/config/configuration.db", std::string(5000, 'x'));
+  for (const char* command : {"list", "add"}) {
+    Words words = {"postoffice", command};
+    if (words.back() == "add") words.emplace_back("other");
+    result = Run(words);
+    EXPECT_EQ(result.exitCode, 3) << command;
+    EXPECT_NE(result.errors.find("can't open the configuration store"), std::string::npos);
+  }
+  result = test::RunProgram({test::ProgramFile("cvctl"), "postoffice", "list"},
+                            {{"CORVANE_SETTINGS", directory_ / "none.db"}});
+  EXPECT_EQ(result.exitCode, 3);
+  EXPECT_NE(result.errors.find("cvctl init"), std::string::npos) << result.errors;
+}
+
+}  // namespace
+}  // namespace corvane

@@ -1,0 +1,168 @@
+// SettingsCommandsTest.cpp -- cvctl settings as administrators and scripts use it: output, exit
+// codes, and one line on standard error that says what to do.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <nlohmann/json.hpp>
+
+#include "connector/settings/RegistryText.h"
+#include "tests/support/RunProgram.h"
+#include "tests/support/TemporaryDirectory.h"
+
+namespace corvane {
+namespace {
+
+class SettingsCommandsTest : public testing::Test {
+ protected:
+  test::ProgramResult Run(std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), {CORVANE_CVCTL, "settings"});
+    return test::RunProgram(arguments, {{"CORVANE_SETTINGS", store_}});
+  }
+  std::string Get(const std::string& key, const std::string& name) {
+    return Run({"get", key, name}).output;
+  }
+
+  test::TemporaryDirectory directory_;
+  std::string store_ = directory_ / "settings.db";
+};
+
+TEST_F(SettingsCommandsTest, ValuesAreSetReadAndDeletedByEverySpellingOfAKey) {
+  EXPECT_EQ(Run({"get", ".", "Mail Root"}).exitCode, 1);
+  EXPECT_FALSE(std::filesystem::exists(store_));
+  ASSERT_EQ(Run({"set", ".", "Mail Root", "/srv/mail"}).exitCode, 0);
+  EXPECT_EQ(Get("HKLM\\SOFTWARE\\Wow6432Node\\Corvane\\Corvane", "mail root"), "/srv/mail\n");
+  EXPECT_EQ(Get("HKEY_LOCAL_MACHINE\\SOFTWARE\\Corvane\\Corvane", "Mail Root"), "/srv/mail\n");
+  EXPECT_EQ(Get("software/corvane/corvane", "Mail Root"), "/srv/mail\n");
+  ASSERT_EQ(Run({"delete", ".", "MAIL ROOT"}).exitCode, 0);
+  test::ProgramResult absent = Run({"get", ".", "Mail Root"});
+  EXPECT_EQ(absent.exitCode, 1);
+  EXPECT_EQ(absent.output + absent.errors, "");
+  EXPECT_EQ(Run({"delete", ".", "Mail Root"}).exitCode, 1);
+}
+
+TEST_F(SettingsCommandsTest, TypesComeFromTheTableOrTheCommandLine) {
+  struct Case {
+    std::vector<std::string> set;
+    const char* shown;
+  };
+  const Case cases[] = {
+      {{"CONNECTORS\\SF", "Maximum Pickup Threads", "20"}, "20\n"},
+      {{"CONNECTORS\\SF", "Maximum Pickup Threads", "0x10"}, "16\n"},
+      {{".", "Notify Clients TimeOut", "-1"}, "4294967295\n"},
+      {{"CONNECTORS\\SF", "Overflow Mailbox", "20"}, "20\n"},
+      {{"CONNECTORS\\SF", "Overflow Mailbox", ""}, "\n"},
+      {{"A\\B", "Any", "7", "--dword"}, "7\n"},
+      {{"A\\B", "Any", "7", "--string"}, "7\n"},
+      {{"A\\B", "Any", "00 ff,1A", "--binary"}, "00ff1a\n"},
+  };
+  for (const Case& row : cases) {
+    std::vector<std::string> arguments = row.set;
+    arguments.insert(arguments.begin(), "set");
+    test::ProgramResult result = Run(arguments);
+    EXPECT_EQ(result.exitCode, 0) << row.set[1] << result.errors;
+    EXPECT_EQ(Get(row.set[0], row.set[1]), row.shown);
+  }
+}
+
+TEST_F(SettingsCommandsTest, WrongUseIsOneHelpfulLineAndExit2) {
+  test::WriteBytes(directory_ / "bad.reg", "REGEDIT4\n[HKLM\\A]\n\"a\"=dword:1\n\"b\"=nonsense\n");
+  struct Case {
+    std::vector<std::string> arguments;
+    const char* words;
+  };
+  const Case cases[] = {
+      {{"set", ".", "Cluster Status", "many"}, "no 32-bit number"},
+      {{"set", ".", "Cluster Status", "4294967296"}, "no 32-bit number"},
+      {{"set", ".", "Cluster Status", ""}, "no 32-bit number"},
+      {{"set", "CONNECTORS\\SF", "Maximum Pickup Thread", "5"},
+       "did you mean 'Maximum Pickup Threads'"},
+      {{"set", ".", "Maximum Pickup Threads", "5"}, "belongs under CONNECTORS\\SF"},
+      {{"set", ".", "X", "1", "--dword", "--string"}, "--help"},
+      {{"set", ".", "X", "0", "--binary"}, "two hexadecimal digits"},
+      {{"set", ".", "X"}, "--help"},
+      {{"import", directory_ / "none.reg"}, "none.reg"},
+      {{"import", directory_ / "bad.reg"}, "line 4"},
+      {{}, "--help"},
+      {{"paint"}, "--help"},
+  };
+  for (const Case& row : cases) {
+    test::ProgramResult result = Run(row.arguments);
+    EXPECT_EQ(result.exitCode, 2) << row.words;
+    EXPECT_EQ(result.output, "") << row.words;
+    EXPECT_NE(result.errors.find(row.words), std::string::npos) << result.errors;
+    EXPECT_EQ(std::count(result.errors.begin(), result.errors.end(), '\n'), 1) << result.errors;
+  }
+  EXPECT_FALSE(std::filesystem::exists(store_)) << "nothing was changed";
+}
+
+TEST_F(SettingsCommandsTest, AnUnusableStoreIsExit3AMissingOne1) {
+  EXPECT_EQ(Run({"export"}).exitCode, 1);
+  EXPECT_EQ(Run({"delete", "CONNECTORS"}).exitCode, 1);
+  EXPECT_EQ(Run({"list"}).exitCode, 0);
+  test::WriteBytes(store_, std::string(5000, 'x'));
+  for (const char* command : {"get", "set", "list", "export", "delete"}) {
+    std::vector<std::string> arguments = {command};
+    std::string_view name = command;
+    if (name == "get" || name == "set" || name == "delete") {
+      arguments.insert(arguments.end(), {".", "Mail Root"});
+    }
+    if (name == "set") arguments.push_back("/mail");
+    test::ProgramResult result = Run(arguments);
+    EXPECT_EQ(result.exitCode, 3) << command;
+    EXPECT_NE(result.errors.find("settings.db"), std::string::npos) << result.errors;
+  }
+}
+
+TEST_F(SettingsCommandsTest, AWideExportOfAnInstallationIsImportedAndExportedAgain) {
+  const std::string text =
+      "Windows Registry Editor Version 5.00\r\n\r\n"
+      "[HKEY_LOCAL_MACHINE\\SOFTWARE\\Corvane\\Corvane]\r\n"
+      "\"Mail Root\"=\"C:\\\\Mail \xc3\xa4\"\r\n\"Update Statistics\"=dword:00000001\r\n\r\n"
+      "[HKEY_LOCAL_MACHINE\\SOFTWARE\\Corvane\\Corvane\\Connectors\\SF]\r\n"
+      "\"Maximum Pickup Threads\"=dword:0000000c\r\n\r\n"
+      "[HKEY_LOCAL_MACHINE\\SOFTWARE\\Other]\r\n@=\"kept\"\r\n";
+  test::WriteBytes(directory_ / "in.reg", "\xff\xfe" + *settings::Utf16FromUtf8(text));
+  ASSERT_EQ(Run({"import", directory_ / "in.reg"}).exitCode, 0);
+  EXPECT_EQ(Get(".", "Mail Root"), "C:\\Mail \xc3\xa4\n");
+  EXPECT_EQ(Get("CONNECTORS\\SF", "Maximum Pickup Threads"), "12\n");
+  EXPECT_EQ(Get("HKLM\\SOFTWARE\\Other", ""), "kept\n");
+  std::string all = Run({"export"}).output;
+  ASSERT_EQ(Run({"export", ".", directory_ / "out.reg"}).exitCode, 0);
+  EXPECT_EQ(test::ReadBytes(directory_ / "out.reg").find("Other"), std::string::npos);
+  test::WriteBytes(directory_ / "all.reg", all);
+  ASSERT_EQ(Run({"delete", "HKLM\\SOFTWARE"}).exitCode, 0);
+  EXPECT_EQ(Run({"get", ".", "Mail Root"}).exitCode, 1);
+  ASSERT_EQ(Run({"import", directory_ / "all.reg"}).exitCode, 0);
+  EXPECT_EQ(Run({"export"}).output, all);
+}
+
+TEST_F(SettingsCommandsTest, TheListShowsWhatIsSetWhatIsUsualAndWhatIsUnknown) {
+  ASSERT_EQ(Run({"set", "CONNECTORS\\SF", "Maximum Pickup Threads", "20"}).exitCode, 0);
+  ASSERT_EQ(Run({"set", "CONNECTORS\\SF", "Maximum Threads", "3", "--dword"}).exitCode, 0);
+  ASSERT_EQ(Run({"set", "HKLM\\SOFTWARE\\Other", "Name", "x", "--string"}).exitCode, 0);
+  auto find = [](const nlohmann::json& list, const char* name) {
+    auto found = std::find_if(list.begin(), list.end(),
+                              [&](const auto& item) { return item["name"] == name; });
+    return found == list.end() ? nlohmann::json() : *found;
+  };
+  auto list = nlohmann::json::parse(Run({"list", "--json"}).output);
+  nlohmann::json threads = find(list, "Maximum Pickup Threads");
+  EXPECT_EQ(threads["key"], "CONNECTORS\\SF");
+  EXPECT_EQ(threads["value"], 20);
+  EXPECT_EQ(threads["default"], 10);
+  EXPECT_EQ(threads["takesEffect"], "at once");
+  EXPECT_EQ(find(list, "Mail Root")["value"], nullptr);
+  EXPECT_EQ(find(list, "Maximum Threads")["known"], false);
+  EXPECT_TRUE(find(list, "Name").is_null());
+  EXPECT_FALSE(
+      find(nlohmann::json::parse(Run({"list", "--all", "--json"}).output), "Name").is_null());
+  auto audit = nlohmann::json::parse(Run({"list", "auditing", "--json"}).output);
+  EXPECT_EQ(audit.size(), 4U);
+  std::string table = Run({"list"}).output;
+  EXPECT_NE(table.find("? Maximum Threads"), std::string::npos);
+  EXPECT_NE(table.find("most messages in delivery at a time"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace corvane

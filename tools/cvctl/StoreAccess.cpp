@@ -1,0 +1,75 @@
+#include "cvctl/StoreAccess.h"
+
+#include "configuration/ConfiguredStore.h"
+#include "cvctl/Command.h"
+#include "platform/FileSystem.h"
+
+namespace corvane::cvctl {
+namespace {
+
+using configuration::Answer;
+using configuration::EditResult;
+using platform::DatabaseMode;
+
+std::string StorePath() {
+  std::string path = configuration::ConfiguredStorePath();
+  if (!path.empty()) return path;
+  throw Failure(kTrouble,
+                "the settings name no configuration store: make an installation with 'cvctl init "
+                "DIR', or set 'Configuration Directory' with 'cvctl settings set'");
+}
+
+platform::Database Open(DatabaseMode mode) {
+  const std::string path = StorePath();
+  std::string why;
+  platform::Database store = configuration::OpenConfiguration(path, mode, &why);
+  if (store) return store;
+  std::string advice = "check the file and its rights";
+  if (!platform::FileExists(path)) {
+    advice = mode == DatabaseMode::kReadOnly ? "make it with 'cvctl postoffice add'"
+                                             : "make its directory, or run 'cvctl init DIR'";
+  }
+  throw Failure(kTrouble, "can't open the configuration store: " + why + "; " + advice);
+}
+
+[[noreturn]] void FailByStore(const platform::Database& store) {
+  throw Failure(kTrouble, "the configuration store failed: " + store.ErrorText() +
+                              "; nothing was changed, check the file and try again");
+}
+
+}  // namespace
+
+platform::Database OpenForReading() { return Open(DatabaseMode::kReadOnly); }
+platform::Database OpenForChanges() { return Open(DatabaseMode::kCreate); }
+
+void ExpectDone(EditResult result, const platform::Database& store, const std::string& thing,
+                const std::string& owner) {
+  switch (result) {
+    case EditResult::kDone:
+      return;
+    case EditResult::kExists:
+      throw Failure(kUsage, thing + " is there already; change it with 'set', or remove it first");
+    case EditResult::kTaken:
+      throw Failure(kUsage, "the name of " + thing +
+                                " is taken: a mailbox and a group can't share one; choose another");
+    case EditResult::kMissing:
+      throw Failure(kNotFound, "there is no " + thing + "; see 'list' for what there is");
+    case EditResult::kNoOwner:
+      throw Failure(kNotFound, "there is no " + owner + "; add it first");
+    case EditResult::kInUse:
+      throw Failure(kUsage, thing +
+                                " still has mailboxes or groups; remove them first, or all of "
+                                "it with --force (mail on disk stays)");
+    case EditResult::kFailed:
+      FailByStore(store);
+  }
+}
+
+void ExpectFound(Answer answer, const platform::Database& store, const std::string& thing) {
+  if (answer == Answer::kUnreachable) FailByStore(store);
+  if (answer == Answer::kUnknown) {
+    throw Failure(kNotFound, "there is no " + thing + "; see 'list' for what there is");
+  }
+}
+
+}  // namespace corvane::cvctl

@@ -1,0 +1,26 @@
+// StoreAccess.h -- the configuration store as commands use it: open or a clear failure.
+#pragma once
+
+#include <string>
+
+#include "configuration/ConfigurationStore.h"
+#include "configuration/Edits.h"
+#include "platform/Database.h"
+
+namespace corvane::cvctl {
+
+// The store that the settings name, for reading or for changes; a change makes a store that isn't
+// there yet. Throws Failure.
+[[nodiscard]] platform::Database OpenForReading();
+[[nodiscard]] platform::Database OpenForChanges();
+
+// Throws Failure unless the change was done. `thing` is what it was about, as in "mailbox
+// acme/anna"; `owner` what that belongs to, as in "postoffice acme".
+void ExpectDone(configuration::EditResult result, const platform::Database& store,
+                const std::string& thing, const std::string& owner = "");
+
+// Throws Failure unless the look-up found something.
+void ExpectFound(configuration::Answer answer, const platform::Database& store,
+                 const std::string& thing);
+
+}  // namespace corvane::cvctl
