@@ -85,6 +85,7 @@ class WordDecoder {
   }
 
   void AddUnlabelled(std::string_view text) {
+    if (EqualsIgnoringCase(target_, "utf-8")) return UnlabelledToUtf8(text, bytes_);
     utf8_.clear();
     UnlabelledToUtf8(text, utf8_);
     RecodeText("utf-8", utf8_, piece_, target_);
@@ -98,6 +99,8 @@ class WordDecoder {
       bytes_ += payload_;
       return;
     }
+    // Wrong padding at the end of a word is common and does no harm.
+    if (word.encoding == 'B') payload_.resize(payload_.find_last_not_of("= ") + 1);
     bool decoded = word.encoding == 'B' ? DecodeBase64(payload_, content_)
                                         : DecodeQuotedPrintable(payload_, content_);
     if (!decoded) {

@@ -65,7 +65,8 @@ std::string Fold(std::string_view value, bool onlyAtBlanks) {
     // The blank of the fold stands for the one at the cut.
     value.remove_prefix(IsBlankOrTab(value[cut]) ? cut + 1 : cut);
   }
-  return result.append(value);
+  result += value;
+  return result;
 }
 
 std::string WrittenValue(const MessageHeader& header) {

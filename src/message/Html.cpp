@@ -58,7 +58,8 @@ void DropLineEndsBeforeBreaks(std::string& text) {
     bool breaks = StartsWithIgnoringCase(tag, "<p") || StartsWithIgnoringCase(tag, "<br");
     if (breaks) DropLineEnd(result);
   }
-  text = result.append(text, copied);
+  result.append(text, copied);
+  text = std::move(result);
 }
 
 // `tag` runs from its '<' up to and with its '>'.
@@ -84,7 +85,8 @@ void DropTags(std::string& text, std::string_view lineEnd) {
     copied = end + 1;
     if (IsLineBreak(std::string_view(text).substr(at, copied - at))) result.append(lineEnd);
   }
-  text = result.append(text, copied);
+  result.append(text, copied);
+  text = std::move(result);
 }
 
 }  // namespace

@@ -31,7 +31,8 @@ constexpr std::string_view kHtml = "text/html";
     result.append(text.substr(copied, at - copied)).append("\r\n");
     copied = at + 1;
   }
-  return result.append(text.substr(copied));
+  result.append(text.substr(copied));
+  return result;
 }
 
 // The body decoded, and recoded when a target and the part's charset are known.

@@ -15,13 +15,30 @@
 namespace corvane {
 namespace {
 
+// The lines of a folded value put together. The white space of a fold goes, but inside a quoted
+// string it is one blank: a boundary or a file name with a blank may be folded there.
+std::string JoinLines(std::string_view raw) {
+  std::string joined;
+  bool quoted = false;
+  for (std::size_t at = 0; at < raw.size();) {
+    std::size_t end = std::min(FindByte(raw, '\n', at), raw.size());
+    std::string_view line = raw.substr(at, end - at);
+    if (line.ends_with('\r')) line.remove_suffix(1);
+    bool folded = at > 0 && !line.empty() && IsBlankOrTab(line[0]);
+    while (folded && !line.empty() && IsBlankOrTab(line[0])) line.remove_prefix(1);
+    if (folded && quoted) joined.push_back(' ');
+    joined += line;
+    quoted = quoted != (std::count(line.begin(), line.end(), '"') % 2 != 0);
+    at = end + 1;
+  }
+  return joined;
+}
+
 // The joined value of a header; a piece of the buffer when it isn't folded.
 Text HeaderValue(const Text& buffer, std::string_view headerText, std::string_view name) {
   std::string_view raw = FindRawHeader(headerText, name);
   if (FindByte(raw, '\n') == raw.npos) return buffer.Piece(raw);
-  std::string joined;
-  FindHeaderInText(headerText, name, joined);
-  return joined;
+  return JoinLines(raw);
 }
 
 // A piece of `value` without copying it.

@@ -22,6 +22,7 @@ const WordCase kWords[] = {
     {"CharacterSpreadOverTwoWords", "=?utf-8?Q?=C3?==?utf-8?Q?=A9?=", "\xC3\xA9"},
     {"LowerCaseEncoding", "=?UTF-8?b?w6k=?=", "\xC3\xA9"},
     {"Base64WithoutPadding", "=?utf-8?B?w6k?=", "\xC3\xA9"},
+    {"Base64WithTooMuchPadding", "=?gb18030?B?suLK1A===?=", "\xE6\xB5\x8B\xE8\xAF\x95"},
     {"OtherEncodingIsQ", "=?utf-8?X?=C3=A9?=", "\xC3\xA9"},
     {"OtherCharset", "=?koi8-r?B?79TXxdQ=?=", "\xD0\x9E\xD1\x82\xD0\xB2\xD0\xB5\xD1\x82"},
     {"JapaneseWithEscapes", "=?iso-2022-jp?B?GyRCJUYbKEI=?=", "\xE3\x83\x86"},

@@ -10,7 +10,7 @@
 namespace corvane::test {
 namespace {
 
-std::filesystem::path TestFolder() { return std::filesystem::path(__FILE__).parent_path(); }
+std::filesystem::path TestFolder() { return CORVANE_MESSAGE_TESTS; }
 
 }  // namespace
 
