@@ -65,7 +65,8 @@ class Builder {
 
   void WriteAlternative(const MimePart& part) {
     WriteMarker(kAlternate);
-    std::string_view encoding = part.TransferEncoding.empty() ? "7Bit" : part.TransferEncoding;
+    std::string_view encoding = part.TransferEncoding;
+    if (encoding.empty()) encoding = "7Bit";
     out_.append("Content-Type: ").append(part.ContentType).append("; charset=\"utf-8\"");
     out_.append(message_.LineEnd);
     out_.append("Content-Transfer-Encoding: ").append(encoding);

@@ -1,8 +1,8 @@
 // PartParser.cpp -- splits a message into its parts.
 //
 // One cursor runs through the text and never goes back; the levels of nesting stand on a stack of
-// ours. A marker counts where it begins a line and only white space or two hyphens follow its
-// boundary, so that a boundary which another one begins with isn't taken for it.
+// ours. A marker counts where it begins a line, whatever follows its boundary: mail whose inner
+// level was never closed is ended by an outer boundary that begins like the inner one.
 #include "message/Ascii.h"
 #include "message/MimeMessage.h"
 
@@ -107,11 +107,7 @@ class PartParser {
   }
 
   [[nodiscard]] bool IsMarkerAt(std::size_t at, std::string_view boundary) const {
-    if (text_.substr(at, 2) != "--") return false;
-    std::string_view rest = text_.substr(at + 2);
-    if (!rest.starts_with(boundary)) return false;
-    rest.remove_prefix(boundary.size());
-    return rest.empty() || IsWhiteSpace(rest[0]) || rest.starts_with("--");
+    return text_.substr(at, 2) == "--" && text_.substr(at + 2).starts_with(boundary);
   }
 
   // The line end before a marker belongs to it.

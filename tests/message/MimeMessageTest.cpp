@@ -55,8 +55,7 @@ const PartsCase kParts[] = {
      "[text/plain=one --b]"},
     {"WhiteSpaceBehindMarkers", "M\n\n--b \t\n\none\n--b \n\ntwo\n--b-- ", true,
      "[text/plain=one][text/plain=two]"},
-    {"LongerBoundaryIsAnotherOne", "M\n\n--b\n\none\n--b1\nstill\n--b--", true,
-     "[text/plain=one\n--b1\nstill]"},
+    {"BoundaryIsTakenByItsBeginning", "M\n\n--b\n\none\n--bb--\n", false, "[text/plain=one]"},
     {"NoClosingMarker", "M\n\n--b\n\none\n--b\n\ntwo\n", false, "[text/plain=one]"},
     {"SeparatorInPlaceOfTheClosing", "M\n\n--b\n\none\n--b\n", false, "[text/plain=one]"},
     {"NoMarkerAtAll", "M\n\ntext\n", false, ""},
@@ -325,6 +324,14 @@ TEST(MimeMessage, BuildsAlternativesAndAttachments) {
       "--_ABC_MIXED--\r\n");
   ASSERT_TRUE(message.ParseParts(false));
   EXPECT_EQ(message.PartList.size(), 3U);
+}
+
+TEST(MimeMessage, BuildNamesTheEncodingOfPlainBodies) {
+  MimeMessage message;
+  message.TextPart.Body = "text";
+  message.Build();
+  EXPECT_NE(message.RawText.View().find("Content-Transfer-Encoding: 7Bit\r\n\r\ntext\r\n"),
+            std::string_view::npos);
 }
 
 TEST(MimeMessage, BuildWithoutPartsIsHeadersAlone) {
