@@ -4,6 +4,7 @@
 
 #include "message/Ascii.h"
 #include "message/Html.h"
+#include "message/LineEnds.h"
 #include "message/Recode.h"
 #include "platform/File.h"
 
@@ -18,21 +19,6 @@ constexpr std::string_view kHtml = "text/html";
                                              platform::Disposition::kOpenExisting);
   if (!file) return std::nullopt;
   return file.ReadAll();
-}
-
-// Every LF that no CR stands before gets one.
-[[nodiscard]] std::string WithCrLf(std::string_view text) {
-  std::string result;
-  result.reserve(text.size() +
-                 static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')));
-  std::size_t copied = 0;
-  for (std::size_t at = FindByte(text, '\n'); at != text.npos; at = FindByte(text, '\n', at + 1)) {
-    if (at > 0 && text[at - 1] == '\r') continue;
-    result.append(text.substr(copied, at - copied)).append("\r\n");
-    copied = at + 1;
-  }
-  result.append(text.substr(copied));
-  return result;
 }
 
 // The body decoded, and recoded when a target and the part's charset are known.

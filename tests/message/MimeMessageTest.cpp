@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "message/HeaderText.h"
+#include "message/LineEnds.h"
 #include "message/MimeMessage.h"
 #include "message/TranscodeBody.h"
 #include "tests/message/MessageTestSupport.h"
@@ -220,6 +221,19 @@ TEST(MimeMessage, Separators) {
   message.ParseHeaders(headers, true);
   EXPECT_FALSE(message.HeaderEnd.has_value());
   EXPECT_EQ(headers.FirstValue("b"), "2");
+}
+
+TEST(WithCrLf, MatchesAPlainLoop) {
+  for (unsigned seed = 1; seed < 400; ++seed) {
+    std::string text = test::RandomBytes(seed, seed % 70);
+    for (char& c : text) c = "a\r\n\n\x8A\x0B"[static_cast<unsigned char>(c) % 6];
+    std::string expected;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+      if (text[i] == '\n' && (i == 0 || text[i - 1] != '\r')) expected.push_back('\r');
+      expected.push_back(text[i]);
+    }
+    ASSERT_EQ(WithCrLf(text), expected) << seed;
+  }
 }
 
 TEST(MimeMessage, LoadsFiles) {
