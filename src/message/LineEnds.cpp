@@ -23,7 +23,8 @@ constexpr std::size_t kWord = 8;
   std::size_t count = 0;
   std::size_t at = 0;
   for (; at + kWord <= text.size(); at += kWord) {
-    count += static_cast<std::size_t>(std::popcount(LineFeedsAt(text.data() + at)));
+    // The multiplication adds the eight bytes up in the uppermost.
+    count += ((LineFeedsAt(text.data() + at) >> 7) * 0x0101010101010101U) >> 56;
   }
   for (; at < text.size(); ++at) count += text[at] == '\n' ? 1 : 0;
   return count;
