@@ -224,7 +224,7 @@ bool FillFromLibrary(const PageRow& row, SingleBytePage::Characters& characters)
   for (std::size_t i = 0; i < 256; ++i) {
     char byte = static_cast<char>(i);
     std::u16string character;
-    converter->ToUtf16({&byte, 1}, character);
+    converter->ToUtf16({&byte, 1}, [&](std::u16string_view piece) { character += piece; });
     if (character.size() == 1) characters[i] = character[0];
   }
   return true;
@@ -271,7 +271,24 @@ bool IsBigEndian(int page) { return page == kPageUtf16BigEndian || page == kPage
 bool LibraryToUtf16(std::size_t row, std::string_view bytes, std::u16string& result) {
   LibraryConverter* converter = GetConverter(row);
   if (converter == nullptr) return false;
-  converter->ToUtf16(bytes, result);
+  converter->ToUtf16(bytes, [&](std::u16string_view piece) { result += piece; });
+  return true;
+}
+
+// Through pieces, so that no UTF-16 form of the whole text is needed.
+bool LibraryToUtf8(std::size_t row, std::string_view bytes, std::string& result) {
+  LibraryConverter* converter = GetConverter(row);
+  if (converter == nullptr) return false;
+  result.reserve(result.size() + bytes.size() + bytes.size() / 2);
+  std::u16string pending;  // the first half of a character whose second half is to come
+  converter->ToUtf16(bytes, [&](std::u16string_view piece) {
+    pending += piece;
+    bool half = !pending.empty() && (pending.back() & 0xFC00) == 0xD800;
+    std::size_t whole = pending.size() - (half ? 1 : 0);
+    Utf16ToUtf8(std::u16string_view(pending).substr(0, whole), result);
+    pending.erase(0, whole);
+  });
+  Utf16ToUtf8(pending, result);
   return true;
 }
 
@@ -350,6 +367,8 @@ bool CodePageToUtf8(int codePage, std::string_view bytes, std::string& result) {
     result.append(bytes);
     return true;
   }
+  Keeper keeper = row == kPageCount ? Keeper::kNobody : kPages[row].keeper;
+  if (keeper == Keeper::kIcu || keeper == Keeper::kIconv) return LibraryToUtf8(row, bytes, result);
   std::u16string wide;
   if (!CodePageToUtf16(codePage, bytes, wide)) return false;
   Utf16ToUtf8(wide, result);

@@ -100,11 +100,16 @@ MessageHeader HeaderList::Make(const Entry& entry) const {
 
 MessageHeader HeaderList::At(std::size_t position) const { return Make(entries_[position]); }
 
-std::optional<MessageHeader> HeaderList::FindFirst(std::string_view name) const {
+const HeaderList::Entry* HeaderList::FindEntry(std::string_view name) const {
   for (const Entry& entry : entries_) {
-    if (HasName(entry, name)) return Make(entry);
+    if (HasName(entry, name)) return &entry;
   }
-  return std::nullopt;
+  return nullptr;
+}
+
+std::optional<MessageHeader> HeaderList::FindFirst(std::string_view name) const {
+  const Entry* entry = FindEntry(name);
+  return entry == nullptr ? std::nullopt : std::optional(Make(*entry));
 }
 
 std::optional<MessageHeader> HeaderList::FindLast(std::string_view name) const {
@@ -114,13 +119,25 @@ std::optional<MessageHeader> HeaderList::FindLast(std::string_view name) const {
   return std::nullopt;
 }
 
+std::string HeaderList::ValueOf(const Entry& entry) const {
+  return entry.isOwn != 0 ? GetValue(own_[entry.begin]) : DecodeEncodedWordsToUtf8(RawValue(entry));
+}
+
 std::string HeaderList::FirstValue(std::string_view name) const {
-  for (const Entry& entry : entries_) {
-    if (!HasName(entry, name)) continue;
-    return entry.isOwn != 0 ? GetValue(own_[entry.begin])
-                            : DecodeEncodedWordsToUtf8(RawValue(entry));
-  }
-  return {};
+  const Entry* entry = FindEntry(name);
+  return entry == nullptr ? std::string() : ValueOf(*entry);
+}
+
+std::string HeaderList::FirstRawValue(std::string_view name) const {
+  const Entry* entry = FindEntry(name);
+  if (entry == nullptr) return {};
+  return entry->isOwn != 0 ? GetValue(own_[entry->begin]) : RawValue(*entry);
+}
+
+std::string HeaderList::ValueAt(std::size_t position) const { return ValueOf(entries_[position]); }
+
+std::string HeaderList::NameAt(std::size_t position) const {
+  return Unfold(NameOf(entries_[position]));
 }
 
 void HeaderList::Set(std::string_view name, std::string_view utf8Value) {

@@ -54,6 +54,13 @@ class HeaderList {
   [[nodiscard]] std::optional<MessageHeader> FindLast(std::string_view name) const;
   // GetValue of FindFirst, in one step; empty when there is no such header.
   [[nodiscard]] std::string FirstValue(std::string_view name) const;
+  // GetValue of At, in one step.
+  [[nodiscard]] std::string ValueAt(std::size_t position) const;
+  // The name at a position, as it stands.
+  [[nodiscard]] std::string NameAt(std::size_t position) const;
+  // The first header's value as the file's bytes, unfolded, with its encoded words in it; a value
+  // that Set gave is UTF-8.
+  [[nodiscard]] std::string FirstRawValue(std::string_view name) const;
 
   // Gives the first header of that name this value, or adds a header at the end.
   void Set(std::string_view name, std::string_view utf8Value);
@@ -77,7 +84,9 @@ class HeaderList {
   void AddEntry(std::size_t begin, std::size_t end);
   [[nodiscard]] bool HasName(const Entry& entry, std::string_view name) const;
   [[nodiscard]] std::string_view NameOf(const Entry& entry) const;
+  [[nodiscard]] const Entry* FindEntry(std::string_view name) const;
   [[nodiscard]] std::string RawValue(const Entry& entry) const;
+  [[nodiscard]] std::string ValueOf(const Entry& entry) const;
   [[nodiscard]] MessageHeader Make(const Entry& entry) const;
 
   Text text_;

@@ -60,16 +60,19 @@ class IconvConverter : public LibraryConverter {
 
   [[nodiscard]] bool IsOpen() const { return decode_.IsOpen() && encode_.IsOpen(); }
 
-  void ToUtf16(std::string_view bytes, std::u16string& result) override {
-    auto write = [&](std::string_view piece) {
+  void ToUtf16(std::string_view bytes, const WideSink& write) override {
+    std::u16string wide;
+    auto widen = [&](std::string_view piece) {
+      wide.clear();
       for (std::size_t i = 0; i + 1 < piece.size(); i += 2) {
         auto low = static_cast<unsigned char>(piece[i]);
         auto high = static_cast<unsigned char>(piece[i + 1]);
-        result.push_back(static_cast<char16_t>(low | high << 8));
+        wide.push_back(static_cast<char16_t>(low | high << 8));
       }
+      write(wide);
     };
-    decode_.Convert(bytes.data(), bytes.size(), write, [&](std::string_view) {
-      result.push_back(u'\xFFFD');
+    decode_.Convert(bytes.data(), bytes.size(), widen, [&](std::string_view) {
+      write(u"\xFFFD");
       return std::size_t{1};
     });
   }

@@ -31,7 +31,7 @@ class IcuConverter : public LibraryConverter {
     ucnv_setSubstString(converter_.get(), u"?", 1, &error);
   }
 
-  void ToUtf16(std::string_view bytes, std::u16string& result) override {
+  void ToUtf16(std::string_view bytes, const WideSink& write) override {
     ucnv_reset(converter_.get());
     const char* source = bytes.data();
     const char* end = source + bytes.size();
@@ -42,7 +42,7 @@ class IcuConverter : public LibraryConverter {
       UChar* target = buffer.data();
       ucnv_toUnicode(converter_.get(), &target, buffer.data() + buffer.size(), &source, end,
                      nullptr, 1, &error);
-      result.append(buffer.data(), target);
+      write({buffer.data(), static_cast<std::size_t>(target - buffer.data())});
     }
   }
 

@@ -4,6 +4,7 @@
 // charset lacks become '?'.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -13,8 +14,11 @@ namespace corvane {
 class LibraryConverter {
  public:
   virtual ~LibraryConverter() = default;
-  // Both append to `result` and start from the charset's first state.
-  virtual void ToUtf16(std::string_view bytes, std::u16string& result) = 0;
+  // Takes text in pieces, which may part the halves of a character.
+  using WideSink = std::function<void(std::u16string_view)>;
+
+  // Both start from the charset's first state; FromUtf16 appends.
+  virtual void ToUtf16(std::string_view bytes, const WideSink& write) = 0;
   virtual void FromUtf16(std::u16string_view text, std::string& result) = 0;
 };
 

@@ -132,7 +132,6 @@ void Utf8ToUtf16(std::string_view text, std::u16string& result) {
 }
 
 void Utf16ToUtf8(std::u16string_view text, std::string& result) {
-  result.reserve(result.size() + text.size());
   for (std::size_t at = 0; at < text.size();) AppendUtf8(ReadUtf16(text, at), result);
 }
 

@@ -1,5 +1,6 @@
 #include "cvctl/MessageView.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <string_view>
 #include <utility>
@@ -9,22 +10,20 @@
 #include "message/CodePages.h"
 #include "message/EncodedWords.h"
 #include "message/MessageDate.h"
+#include "message/Unicode.h"
 
 namespace corvane::cvctl {
 namespace {
 
 // The first header of that name; words that only a blank keeps apart come together.
 std::string JoinedValue(const HeaderList& headers, std::string_view name) {
-  std::optional<MessageHeader> header = headers.FindFirst(name);
-  if (!header) return {};
-  std::string raw;
-  for (char16_t unit : header->Value) raw.push_back(static_cast<char>(unit));
-  return DecodeEncodedWordsToUtf8(JoinEncodedWords(raw));
+  std::string raw = headers.FirstRawValue(name);
+  raw = JoinEncodedWords(raw);
+  return DecodeEncodedWordsToUtf8(raw);
 }
 
 std::string Date(std::string_view text) {
   std::string result;
-  // Read like the date of a header line, which ends with a blank.
   ParseMessageDate(text, result);
   return result;
 }
@@ -35,29 +34,55 @@ std::string Quoted(std::string_view text) {
   return nlohmann::json(text).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 
+// The length of the next piece of UTF-8 text, which ends between two characters.
+std::size_t PieceLength(std::string_view text) {
+  constexpr std::size_t kPiece = 65536;
+  std::size_t length = std::min(text.size(), kPiece);
+  auto continues = [&] { return (static_cast<unsigned char>(text[length]) & 0xC0) == 0x80; };
+  while (length < text.size() && continues() && length > kPiece - 4) --length;
+  return length;
+}
+
+// A long text as a JSON string, piece by piece.
+void PrintQuoted(std::string_view text) {
+  Print("\"");
+  while (!text.empty()) {
+    std::size_t length = PieceLength(text);
+    std::string quoted = Quoted(text.substr(0, length));
+    Print(std::string_view(quoted).substr(1, quoted.size() - 2));
+    text.remove_prefix(length);
+  }
+  Print("\"");
+}
+
 // Writes the members of one JSON object.
 class ObjectWriter {
  public:
   explicit ObjectWriter(std::string_view opening) { Print(opening); }
-  void Member(std::string_view name, std::string_view text) { Raw(name, Quoted(text)); }
-  void Member(std::string_view name, std::size_t number) { Raw(name, std::to_string(number)); }
-  void Raw(std::string_view name, std::string_view json) {
-    Print(std::exchange(separator_, ", "));
-    Print(Quoted(name));
-    Print(": ");
-    Print(json);
+  void Member(std::string_view name, std::string_view text) {
+    Name(name);
+    PrintQuoted(text);
+  }
+  void Member(std::string_view name, std::size_t number) {
+    Name(name);
+    Print(std::to_string(number));
   }
 
  private:
+  void Name(std::string_view name) {
+    Print(std::exchange(separator_, ", "));
+    Print(Quoted(name));
+    Print(": ");
+  }
+
   std::string_view separator_ = "";
 };
 
 void PrintHeaders(const HeaderList& headers) {
   for (std::size_t i = 0; i < headers.Size(); ++i) {
-    MessageHeader header = headers.At(i);
     ObjectWriter object(i == 0 ? "\n    {" : ",\n    {");
-    object.Member("name", header.Name);
-    object.Member("value", HeaderList::GetValue(header));
+    object.Member("name", headers.NameAt(i));
+    object.Member("value", headers.ValueAt(i));
     Print("}");
   }
 }
@@ -83,6 +108,7 @@ void PrintPart(const MimePart& part) {
 
 // A body of which the part doesn't say the charset, or says one that nobody knows, as UTF-8.
 std::string AsUtf8(std::string body) {
+  if (IsValidUtf8(body)) return body;
   std::string result;
   UnlabelledToUtf8(body, result);
   return result;
@@ -165,9 +191,9 @@ void PrintMessageJson(MimeMessage& message) {
   Print("],\n  \"structureComplete\": ");
   Print(complete ? "true" : "false");
   Print(",\n  \"text\": ");
-  Print(Quoted(TextBody(message)));
+  PrintQuoted(TextBody(message));
   Print(",\n  \"html\": ");
-  Print(Quoted(HtmlBody(message)));
+  PrintQuoted(HtmlBody(message));
   Print("\n}\n");
 }
 
