@@ -226,7 +226,7 @@ Result RunConnector(const Options& options, const std::vector<std::string>& mess
     const int null = open("/dev/null", O_WRONLY);
     dup2(null, 1);
     if (strace) {
-      execlp("strace", "strace", "-f", "-c", "-o", summary.c_str(), options.connector.c_str(),
+      execlp("strace", "strace", "-D", "-f", "-c", "-o", summary.c_str(), options.connector.c_str(),
              "-debug", nullptr);
     } else {
       execl(options.connector.c_str(), options.connector.c_str(), "-debug", nullptr);
@@ -243,6 +243,10 @@ Result RunConnector(const Options& options, const std::vector<std::string>& mess
   result.cpuPerThousand =
       (Seconds(usage.ru_utime) + Seconds(usage.ru_stime)) * 1000 / options.messages;
   result.peakKb = usage.ru_maxrss;
+  // The tracer stands beside the connector and writes its summary when that has ended.
+  for (int i = 0; strace && i < 100 && CountCalls(summary) == 0; ++i) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  }
   if (strace) result.callsPerMessage = CountCalls(summary) / options.messages;
   return result;
 }
@@ -361,6 +365,7 @@ Options ParseOptions(int argc, char** argv) {
 
 int main(int argc, char** argv) {
   try {
+    std::setvbuf(stdout, nullptr, _IOLBF, 0);
     const Options options = ParseOptions(argc, argv);
     const std::vector<std::string> messages = LoadMessages();
     for (int durability : {1, 0}) RunMode(options, messages, durability);

@@ -15,10 +15,11 @@ constexpr std::int32_t kInForce = 1;
 
 std::int32_t GetAddress(corvane::AddressMapRecord& record) {
   std::string address;
-  const Answer answer = corvane::configuration::AskStore([&](corvane::platform::Database& store) {
-    return corvane::configuration::FindAddress(store, corvane::TextOf(record.DestinationAddress),
-                                               address);
-  });
+  const Answer answer =
+      corvane::configuration::AskStorePatiently([&](corvane::platform::Database& store) {
+        return corvane::configuration::FindAddress(
+            store, corvane::TextOf(record.DestinationAddress), address);
+      });
   if (answer != Answer::kFound) return 0;
   corvane::SetText(record.SourceAddress, address);
   record.Status = kInForce;

@@ -14,6 +14,9 @@ namespace corvane::configuration {
 namespace {
 
 constexpr std::int32_t kUnreachable = static_cast<std::int32_t>(Answer::kUnreachable);
+// -1 would say that the postoffice is disabled, and its mail be dropped; 0, and it be bounced. Any
+// other number sends the caller on to GroupGet, whose -1 keeps the mail in the queue.
+constexpr std::int32_t kPostofficeUnreachable = -2;
 constexpr std::uint32_t kNoLimit = 0xFFFFFFFF;
 
 // Never destroyed: threads may still ask while the process ends.
@@ -34,6 +37,7 @@ std::int32_t GetPostoffice(PostofficeRecord& record) {
   const Answer answer = AskStore([&](platform::Database& store) {
     return FindPostoffice(store, TextOf(record.Postoffice), found);
   });
+  if (answer == Answer::kUnreachable) return kPostofficeUnreachable;
   if (answer == Answer::kFound) record.Status = found.status;
   return static_cast<std::int32_t>(answer);
 }
@@ -41,7 +45,7 @@ std::int32_t GetPostoffice(PostofficeRecord& record) {
 std::int32_t GetMailbox(MailboxRecord& record) {
   MailboxEntry found;
   std::string customRoot;
-  const Answer answer = AskStore([&](platform::Database& store) {
+  const Answer answer = AskStorePatiently([&](platform::Database& store) {
     const Answer mailbox =
         FindMailbox(store, TextOf(record.Postoffice), TextOf(record.Mailbox), found);
     if (mailbox != Answer::kFound || !AllowsCustomRoots()) return mailbox;
@@ -49,6 +53,10 @@ std::int32_t GetMailbox(MailboxRecord& record) {
                                    found.postoffice, kPostofficeRootOption, customRoot);
     return root == Answer::kUnreachable ? root : mailbox;
   });
+  if (answer == Answer::kUnreachable) {
+    record.Status = kMailboxStoreUnreachable;
+    return -1;
+  }
   if (answer != Answer::kFound) return 0;
   SetText(record.RedirectAddress, found.redirect);
   record.RedirectStatus = found.redirectStatus;
@@ -78,7 +86,7 @@ std::int32_t NextMember(GroupMemberRecord& record, std::int64_t* last) {
   const std::string_view postoffice = TextOf(record.Postoffice);
   const std::string_view group = TextOf(record.GroupName);
   MemberEntry found;
-  const Answer answer = AskStore([&](platform::Database& store) {
+  const Answer answer = AskStorePatiently([&](platform::Database& store) {
     return FindMember(store, postoffice, group, *last, found);
   });
   if (answer == Answer::kFound) {
@@ -99,7 +107,7 @@ extern "C" {
 
 [[gnu::visibility("default")]] std::int32_t PostofficeGet(corvane::PostofficeRecord* record) {
   if (record == nullptr) return 0;
-  return GuardExport("PostofficeGet", corvane::configuration::kUnreachable,
+  return GuardExport("PostofficeGet", corvane::configuration::kPostofficeUnreachable,
                      [&] { return corvane::configuration::GetPostoffice(*record); });
 }
 

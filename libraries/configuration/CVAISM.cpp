@@ -10,9 +10,10 @@ namespace {
 using corvane::configuration::Answer;
 
 std::int32_t IsServed(const corvane::DomainRecord& record) {
-  const Answer answer = corvane::configuration::AskStore([&](corvane::platform::Database& store) {
-    return corvane::configuration::FindDomain(store, corvane::TextOf(record.Domain));
-  });
+  const Answer answer =
+      corvane::configuration::AskStorePatiently([&](corvane::platform::Database& store) {
+        return corvane::configuration::FindDomain(store, corvane::TextOf(record.Domain));
+      });
   return answer == Answer::kFound ? 1 : 0;
 }
 

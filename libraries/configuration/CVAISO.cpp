@@ -19,9 +19,10 @@ std::int32_t ReadOption(std::int32_t kind, const char* key, const char* name, ch
   if (key == nullptr || name == nullptr || buffer == nullptr || size <= 0) return 0;
   buffer[0] = '\0';
   std::string value;
-  const Answer answer = corvane::configuration::AskStore([&](corvane::platform::Database& store) {
-    return corvane::configuration::FindOption(store, kind, key, name, value);
-  });
+  const Answer answer =
+      corvane::configuration::AskStorePatiently([&](corvane::platform::Database& store) {
+        return corvane::configuration::FindOption(store, kind, key, name, value);
+      });
   if (answer != Answer::kFound) return 0;
   corvane::CopyText(buffer, static_cast<std::size_t>(size), value);
   return 1;

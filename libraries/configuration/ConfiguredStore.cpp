@@ -1,6 +1,7 @@
 #include "configuration/ConfiguredStore.h"
 
 #include "connector/settings/Settings.h"
+#include "platform/Clock.h"
 #include "platform/Path.h"
 
 namespace corvane::configuration {
@@ -35,6 +36,14 @@ std::string MailboxDirectory(const std::string& postoffice, const std::string& m
 
 bool AllowsCustomRoots() {
   return settings::Find(settings::kAllowCustomPostofficePaths).value_or(0) == 1;
+}
+
+bool WaitForStore(std::int64_t& waitedMilliseconds) {
+  constexpr std::int64_t kStepMilliseconds = 250;
+  if (waitedMilliseconds >= settings::Get(settings::kConfigurationStoreWait)) return false;
+  platform::SleepFor(kStepMilliseconds);
+  waitedMilliseconds += kStepMilliseconds;
+  return true;
 }
 
 ConfigurationStore& TheStore() {

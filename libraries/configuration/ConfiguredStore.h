@@ -2,8 +2,8 @@
 // it.
 #pragma once
 
+#include <cstdint>
 #include <string>
-#include <utility>
 
 #include "configuration/ConfigurationStore.h"
 
@@ -27,10 +27,23 @@ inline constexpr const char* kPostofficeRootOption = "PostofficeRoot";
 // The store of this library. Never destroyed: threads may still ask while the process ends.
 [[nodiscard]] ConfigurationStore& TheStore();
 
-// TheStore().Ask at the configured path.
+// TheStore().Ask at the configured path, for calls that can say that the store is out of reach.
 template <typename Query>
 [[nodiscard]] Answer AskStore(Query&& query) {
-  return TheStore().Ask(ConfiguredStorePath(), std::forward<Query>(query));
+  return TheStore().Ask(ConfiguredStorePath(), query);
+}
+
+// Waits a little, unless `waitedMilliseconds` has come to "Configuration Store Wait"; moves it on.
+[[nodiscard]] bool WaitForStore(std::int64_t& waitedMilliseconds);
+
+// The same for calls whose only other answer is "not there", on which mail is bounced or a member
+// of a group passed over: a store that is out of reach for a moment is waited for.
+template <typename Query>
+[[nodiscard]] Answer AskStorePatiently(Query&& query) {
+  Answer answer = AskStore(query);
+  std::int64_t waited = 0;
+  while (answer == Answer::kUnreachable && WaitForStore(waited)) answer = AskStore(query);
+  return answer;
 }
 
 }  // namespace corvane::configuration

@@ -53,9 +53,9 @@ bool RemoveTree(std::string_view path);
 // whoever comes while one is under way waits for the next, and that one serves all who came.
 [[nodiscard]] bool FlushDirectory(std::string_view path);
 
-// Makes everything of the file system that holds `path` durable. Cheaper than many flushes, and as
-// dear as what others have written there.
-[[nodiscard]] bool FlushFileSystem(std::string_view path);
+// Makes everything of the file systems that hold `directories` durable, each one once. Cheaper than
+// many flushes, and as dear as what others have written there.
+[[nodiscard]] bool FlushFileSystems(const std::vector<std::string>& directories);
 
 [[nodiscard]] bool SetLastWriteTime(std::string_view path, std::int64_t seconds,
                                     std::int32_t nanoseconds = 0);

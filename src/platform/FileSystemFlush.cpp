@@ -1,8 +1,10 @@
 // FileSystemFlush.cpp -- one flush for everything that a file system holds.
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <set>
 
 #include "platform/Error.h"
 #include "platform/FaultInjection.h"
@@ -11,14 +13,26 @@
 #include "platform/SystemCalls.h"
 
 namespace corvane::platform {
+namespace {
 
-bool FlushFileSystem(std::string_view path) {
-  return Succeeded(OnExistingPath(path, [](const std::string& at) {
-    const sys::Descriptor descriptor(sys::Open(at, O_RDONLY));
-    if (!descriptor.IsOpen()) return ErrorFromErrno(errno);
-    if (fault::Meet(FileCall::kFlush)) return ErrorFromErrno(errno);
-    return syncfs(descriptor.Get()) == 0 ? 0 : ErrorFromErrno(errno);
-  }));
+std::int32_t FlushOnce(const std::string& path, std::set<dev_t>* flushed) {
+  const sys::Descriptor descriptor(sys::Open(path, O_RDONLY));
+  struct stat state = {};
+  if (!descriptor.IsOpen() || fstat(descriptor.Get(), &state) != 0) return ErrorFromErrno(errno);
+  if (!flushed->insert(state.st_dev).second) return 0;
+  if (fault::Meet(FileCall::kFlush) || syncfs(descriptor.Get()) != 0) return ErrorFromErrno(errno);
+  return 0;
+}
+
+}  // namespace
+
+bool FlushFileSystems(const std::vector<std::string>& directories) {
+  std::set<dev_t> flushed;
+  for (const std::string& directory : directories) {
+    const auto flush = [&](const std::string& at) { return FlushOnce(at, &flushed); };
+    if (!Succeeded(OnExistingPath(directory, flush))) return false;
+  }
+  return true;
 }
 
 }  // namespace corvane::platform

@@ -5,13 +5,14 @@
 //
 // A name is found in any case. The exact spelling is tried first and costs nothing extra. On a
 // miss:
-//   - a system file (_CHANGE.DTY, _index.xml, AUTORESPOND.CFG, FILTER.TAB, RULES ...) has one
-//   spelling on disk, in a table;
-//   - a message file (*.MAI in any case, with or without a letter or '_' before it) is exact and
-//   never searched for;
+//   - a system file (_CHANGE.DTY, _index.xml, _<n>.NEW ...) has one spelling on disk, in a table;
+//   - a message file (*.MAI in any case) and a request marker (*.upd) are exact and never searched
+//     for;
 //   - any other name is looked for among the names of its directory. The listing is kept, without
-//   its message files,
-//     until the directory changes; a spelling once found is remembered and only checked.
+//     its message files, until the directory changes; a spelling once found is remembered and only
+//     checked. Names that the product gives to directories and to files that don't lie among
+//     messages (RULES, FILTER.TAB, AUTORESPOND.CFG ...) are looked for in this way too, and made
+//     as the table spells them.
 // So a look-up costs the same in a folder of ten messages and of a hundred thousand.
 #pragma once
 

@@ -25,6 +25,7 @@ namespace {
 constexpr const char* kPathVariable = "CORVANE_SETTINGS";
 constexpr const char* kUsualPath = "/var/lib/corvane/settings.db";
 constexpr std::int64_t kLookMilliseconds = 200;
+constexpr std::int64_t kNeverLooked = INT64_MIN / 2;
 constexpr int kBusyMilliseconds = 5000;
 
 // An open file and its sign of change.
@@ -73,9 +74,9 @@ struct SettingsStore::State {
 
   const std::uint64_t number = NextStoreNumber();
   const std::string path;
-  std::atomic<std::uint64_t> publication{0};      // grows with each published View
-  std::atomic<std::int64_t> lastLook{INT64_MIN};  // when the path itself was last looked at
-  std::mutex mutex;                               // guards all below
+  std::atomic<std::uint64_t> publication{0};         // grows with each published View
+  std::atomic<std::int64_t> lastLook{kNeverLooked};  // when the path itself was last looked at
+  std::mutex mutex;                                  // guards all below
   ViewPointer current = std::make_shared<const View>();
   std::shared_ptr<Connection> connection;
   std::string errorText;  // empty while the store can be read

@@ -70,7 +70,10 @@ bool WholeFile::State::Copy(int source, std::uint64_t offset, std::uint64_t size
     const std::int64_t copied =
         sys::Copy(source, static_cast<std::int64_t>(offset), file.Get(), wanted);
     if (copied < 0) return Fail();
-    if (copied == 0) break;  // shortened meanwhile
+    if (copied == 0) {  // shortened meanwhile, or a file system that ends early: never a whole file
+      errno = EIO;
+      return Fail();
+    }
     offset += static_cast<std::uint64_t>(copied);
   }
   return true;

@@ -108,7 +108,6 @@ TEST(BadInputTest, WithoutAConfigurationStoreMessagesStay) {
   const Installation installation;
   installation.AddMailboxes("box", 1);
   installation.PutRaw(NameOf(1), CommandFor(NameOf(1), "[SF:acme/box0]"), kMessage);
-  installation.Set("CONNECTORS\\SF", "Disabled Postoffice Bounce Mode", "0");
   for (const auto& entry : fs::recursive_directory_iterator(installation.Path(""))) {
     if (entry.path().filename() == "configuration.db")
       fs::rename(entry.path(), installation.Path("aside.db"));

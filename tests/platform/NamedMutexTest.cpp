@@ -109,6 +109,7 @@ TEST_F(NamedMutexTest, ProcessesThatStartTogetherExcludeEachOther) {
     EXPECT_EQ(status, 0);
   }
   EXPECT_EQ(*count, 4 * kTurns);
+  (void)NamedMutex::Create("counted");  // and its file goes
   munmap(memory, 4096);
 }
 
@@ -187,7 +188,10 @@ TEST_F(NamedMutexTest, LastHandleThatGoesGivesItsLockBack) {
   auto second = NamedMutex::Open("gone");
   const auto lockElsewhere = [] {
     const pid_t process = fork();
-    if (process == 0) _exit(NamedMutex::Create("gone")->Lock(0) == LockOutcome::kLocked ? 1 : 2);
+    if (process == 0) {
+      const LockOutcome outcome = NamedMutex::Create("gone")->Lock(0);
+      _exit(outcome == LockOutcome::kLocked ? 1 : 2);
+    }
     int status = 0;
     waitpid(process, &status, 0);
     return WEXITSTATUS(status);

@@ -254,9 +254,12 @@ TEST_F(SettingsStoreTest, ReadOnlyStoresAreReadAndFollowed) {
     EXPECT_EQ(LastError(), kErrorAccessDenied) << store_.ErrorText();
     EXPECT_EQ(store_.GetDword(kKey, "Value"), 1U);
   }
-  ASSERT_TRUE(SettingsStore(path_).SetDword(kKey, "Value", 3));
-  test::AsNobody nobody;
-  EXPECT_EQ(store_.GetDword(kKey, "Value"), 3U);
+  SettingsStore writer(path_);
+  for (std::uint32_t number = 3; number < 6; ++number) {
+    ASSERT_TRUE(writer.SetDword(kKey, "Value", number));
+    test::AsNobody nobody;
+    EXPECT_EQ(store_.GetDword(kKey, "Value"), number);
+  }
 }
 
 TEST_F(SettingsStoreTest, ReadersNeverSeeHalfAChange) {

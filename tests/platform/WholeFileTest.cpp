@@ -15,13 +15,16 @@
 #include "platform/FileSystem.h"
 #include "platform/NewFile.h"
 #include "platform/WholeFile.h"
+#include "tests/support/AsNobody.h"
 #include "tests/support/ChildProcess.h"
+#include "tests/support/SmallDisk.h"
 #include "tests/support/TemporaryDirectory.h"
 
 namespace corvane::platform {
 namespace {
 
 using test::ReadBytes;
+using test::SmallDisk;
 using test::TemporaryDirectory;
 using test::WriteBytes;
 
@@ -294,78 +297,58 @@ TEST_P(WholeFiles, AKilledProcessLeavesOldOrNew) {
 INSTANTIATE_TEST_SUITE_P(Both, WholeFiles, testing::Bool(),
                          [](const auto& info) { return info.param ? "Nameless" : "Named"; });
 
-// A small disk of a test's own.
-class SmallDisk {
- public:
-  SmallDisk() : mounted_(mount("none", root_.Path().c_str(), "tmpfs", 0, "size=65536") == 0) {}
-  ~SmallDisk() {
-    if (mounted_) umount2(root_.Path().c_str(), MNT_DETACH);
-  }
-  SmallDisk(const SmallDisk&) = delete;
-  SmallDisk& operator=(const SmallDisk&) = delete;
-  [[nodiscard]] bool Mounted() const { return mounted_; }
-  [[nodiscard]] bool MakeReadOnly() const {
-    return mount("none", root_.Path().c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr) == 0;
-  }
-  [[nodiscard]] std::string operator/(std::string_view name) const { return root_ / name; }
-  [[nodiscard]] const std::string& Path() const { return root_.Path(); }
-
- private:
-  TemporaryDirectory root_;
-  bool mounted_;
-};
-
 TEST(Disk, WhenFullLeavesTheOldFile) {
-  const SmallDisk disk;
-  if (!disk.Mounted()) GTEST_SKIP() << "may not mount a small disk";
-  ASSERT_TRUE(WriteWholeFile(disk / "0.MAI", "old"));
+  const SmallDisk disk(65536);
+  if (!disk.IsMounted()) GTEST_SKIP() << "may not mount a small disk";
+  ASSERT_TRUE(WriteWholeFile(disk.Path() + "/0.MAI", "old"));
   const std::string big(100'000, 'x');
-  EXPECT_FALSE(WriteWholeFile(disk / "0.MAI", big));
+  EXPECT_FALSE(WriteWholeFile(disk.Path() + "/0.MAI", big));
   EXPECT_EQ(LastError(), kErrorDiskFull);
   const TemporaryDirectory other;
   WriteBytes(other / "big", big);
-  EXPECT_FALSE(CopyFile(other / "big", disk / "0.MAI", true, true));
+  EXPECT_FALSE(CopyFile(other / "big", disk.Path() + "/0.MAI", true, true));
   EXPECT_EQ(LastError(), kErrorDiskFull);
-  EXPECT_FALSE(MoveFile(other / "big", disk / "0.MAI", true));
+  EXPECT_FALSE(MoveFile(other / "big", disk.Path() + "/0.MAI", true));
   EXPECT_EQ(LastError(), kErrorDiskFull);
   EXPECT_EQ(ReadBytes(other / "big"), big);
-  EXPECT_EQ(ReadBytes(disk / "0.MAI"), "old");
+  EXPECT_EQ(ReadBytes(disk.Path() + "/0.MAI"), "old");
   EXPECT_EQ(NamesIn(disk.Path()), std::set<std::string>{"0.MAI"});
-  EXPECT_TRUE(WriteWholeFile(disk / "1.MAI", std::string(20'000, 'y')));
+  EXPECT_TRUE(WriteWholeFile(disk.Path() + "/1.MAI", std::string(20'000, 'y')));
 }
 
 TEST(Disk, FilesMoveBetweenTwo) {
-  const SmallDisk disk;
-  if (!disk.Mounted()) GTEST_SKIP() << "may not mount a small disk";
+  const SmallDisk disk(65536);
+  if (!disk.IsMounted()) GTEST_SKIP() << "may not mount a small disk";
   const TemporaryDirectory other;
   WriteBytes(other / "a", "a");
   ASSERT_TRUE(SetLastWriteTime(other / "a", 1'000'000));
-  EXPECT_FALSE(LinkFile(other / "a", disk / "a", false));
+  EXPECT_FALSE(LinkFile(other / "a", disk.Path() + "/a", false));
   EXPECT_EQ(LastError(), kErrorNotSameDevice);
-  EXPECT_TRUE(MoveFile(other / "a", disk / "a"));
+  EXPECT_TRUE(MoveFile(other / "a", disk.Path() + "/a"));
   EXPECT_FALSE(FileExists(other / "a"));
-  EXPECT_EQ(ReadBytes(disk / "a"), "a");
-  EXPECT_EQ(GetFileInfo(disk / "a")->lastWriteTime, 1'000'000);
+  EXPECT_EQ(ReadBytes(disk.Path() + "/a"), "a");
+  EXPECT_EQ(GetFileInfo(disk.Path() + "/a")->lastWriteTime, 1'000'000);
   WriteBytes(other / "b", "b");
-  EXPECT_FALSE(MoveFile(other / "b", disk / "a"));
+  EXPECT_FALSE(MoveFile(other / "b", disk.Path() + "/a"));
   EXPECT_EQ(LastError(), kErrorAlreadyExists);
 }
 
 TEST(Disk, WhenReadOnlySaysSo) {
-  const SmallDisk disk;
-  if (!disk.Mounted()) GTEST_SKIP() << "may not mount a small disk";
-  WriteBytes(disk / "0.MAI", "old");
-  ASSERT_TRUE(disk.MakeReadOnly());
-  EXPECT_FALSE(WriteWholeFile(disk / "0.MAI", "new"));
+  const SmallDisk disk(65536);
+  if (!disk.IsMounted()) GTEST_SKIP() << "may not mount a small disk";
+  WriteBytes(disk.Path() + "/0.MAI", "old");
+  ASSERT_EQ(mount("none", disk.Path().c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr), 0);
+  EXPECT_FALSE(WriteWholeFile(disk.Path() + "/0.MAI", "new"));
   EXPECT_EQ(LastError(), kErrorWriteProtect);
-  EXPECT_FALSE(DeleteFile(disk / "0.MAI"));
+  EXPECT_FALSE(DeleteFile(disk.Path() + "/0.MAI"));
   EXPECT_EQ(LastError(), kErrorWriteProtect);
-  EXPECT_FALSE(
-      File::Open(disk / "0.MAI", Access::kReadWrite, kShareNone, Disposition::kOpenExisting));
+  EXPECT_FALSE(File::Open(disk.Path() + "/0.MAI", Access::kReadWrite, kShareNone,
+                          Disposition::kOpenExisting));
   EXPECT_EQ(LastError(), kErrorWriteProtect);
-  EXPECT_FALSE(CreateDirectory(disk / "d"));
+  EXPECT_FALSE(CreateDirectory(disk.Path() + "/d"));
   EXPECT_EQ(LastError(), kErrorWriteProtect);
-  File reader = File::Open(disk / "0.MAI", Access::kRead, kShareNone, Disposition::kOpenExisting);
+  File reader =
+      File::Open(disk.Path() + "/0.MAI", Access::kRead, kShareNone, Disposition::kOpenExisting);
   EXPECT_EQ(reader.ReadAll(), "old");
 }
 
@@ -374,20 +357,23 @@ TEST(Disk, WhatMayNotBeWrittenIsDenied) {
   WriteBytes(root / "0.MAI", "old");
   ASSERT_EQ(chmod((root / "0.MAI").c_str(), 0444), 0);
   ASSERT_EQ(chmod(root.Path().c_str(), 0555), 0);
-  const int wrong = test::RunUnprivileged([&] {
-    int count = 0;
-    const auto denied = [&](bool done) { count += done || LastError() != kErrorAccessDenied; };
-    denied(WriteWholeFile(root / "0.MAI", "new"));
-    denied(DeleteFile(root / "0.MAI"));
-    denied(CreateDirectory(root / "d"));
-    denied(MoveFile(root / "0.MAI", root / "1.MAI"));
-    denied(
-        File::Open(root / "0.MAI", Access::kWrite, kShareAll, Disposition::kOpenExisting).IsOpen());
-    denied(
-        File::Open(root / "1.MAI", Access::kWrite, kShareNone, Disposition::kCreateNew).IsOpen());
-    return count + (ReadWholeFile(root / "0.MAI") == "old" ? 0 : 1);
-  });
-  EXPECT_EQ(wrong, 0);
+  {
+    const test::AsNobody nobody;
+    const auto expectDenied = [](bool done, const char* what) {
+      EXPECT_FALSE(done) << what;
+      EXPECT_EQ(LastError(), kErrorAccessDenied) << what;
+    };
+    const auto open = [&](const char* name, Disposition disposition) {
+      return File::Open(root / name, Access::kWrite, kShareAll, disposition).IsOpen();
+    };
+    expectDenied(WriteWholeFile(root / "0.MAI", "new"), "write");
+    expectDenied(DeleteFile(root / "0.MAI"), "delete");
+    expectDenied(CreateDirectory(root / "d"), "directory");
+    expectDenied(MoveFile(root / "0.MAI", root / "1.MAI"), "move");
+    expectDenied(open("0.MAI", Disposition::kOpenExisting), "open");
+    expectDenied(open("1.MAI", Disposition::kCreateNew), "create");
+    EXPECT_EQ(ReadWholeFile(root / "0.MAI"), "old");
+  }
   EXPECT_EQ(chmod(root.Path().c_str(), 0755), 0);
 }
 

@@ -11,8 +11,6 @@
 namespace corvane::test {
 namespace {
 
-constexpr unsigned kNobody = 65534;
-
 void Answer(int questions, int answers, const std::function<int(int)>& answer) {
   int question = 0;
   while (read(questions, &question, sizeof question) == sizeof question) {
@@ -72,13 +70,6 @@ int RunInChild(const std::function<int()>& work) {
   int status = 0;
   waitpid(process, &status, 0);
   return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
-
-int RunUnprivileged(const std::function<int()>& work) {
-  return RunInChild([&] {
-    if (geteuid() == 0 && (setgid(kNobody) != 0 || setuid(kNobody) != 0)) return 255;
-    return work();
-  });
 }
 
 }  // namespace corvane::test

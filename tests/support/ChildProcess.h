@@ -30,7 +30,4 @@ class ChildProcess {
 // Runs `work` in a child and returns its result (0 to 255), or -1 when it was killed.
 [[nodiscard]] int RunInChild(const std::function<int()>& work);
 
-// Runs `work` in a child that is not the superuser, so that permissions count.
-[[nodiscard]] int RunUnprivileged(const std::function<int()>& work);
-
 }  // namespace corvane::test

@@ -82,6 +82,7 @@ void CopyStandardInput(platform::WholeFile& target) {
   while (const std::size_t got = std::fread(piece.data(), 1, piece.size(), stdin)) {
     if (!target.Write({piece.data(), got})) FailWith("the message can't be written to the queue");
   }
+  if (std::ferror(stdin) != 0) throw Failure(kUsage, "standard input can't be read to its end");
 }
 
 void WriteMessageFile(const std::string& file, const std::string& path) {

@@ -23,13 +23,14 @@ bool WriteTextLine(platform::WholeFile& target, std::string_view line) {
 
 }  // namespace
 
-void CopyWithReceivedLine(const ConnectorMessage& message, const ConnectorMessage& newMessage) {
+std::int32_t CopyWithReceivedLine(const ConnectorMessage& message,
+                                  const ConnectorMessage& newMessage) {
   auto source = platform::TextFile::Open(OutgoingMessagePath(message.Connector, message.MessageID),
                                          platform::TextMode::kRead);
-  if (!source) return;
+  if (!source) return 0;
   auto target =
       platform::WholeFile::Create(InboundMessagePath(newMessage.Connector, newMessage.MessageID));
-  if (!target) return;
+  if (!target) return 0;
   bool written = target.Write("Received: with Corvane Postoffice Connector; " +
                               HeaderDate(platform::NowSeconds()) + "\r\n");
   while (written) {
@@ -37,8 +38,8 @@ void CopyWithReceivedLine(const ConnectorMessage& message, const ConnectorMessag
     if (!line) break;
     written = WriteTextLine(target, *line);
   }
-  if (!written || source.Failed()) return;
-  static_cast<void>(target.Commit(true, DeliveryDurability(platform::Durability::kDataAndName)));
+  if (!written || source.Failed()) return 0;
+  return target.Commit(true, DeliveryDurability(platform::Durability::kDataAndName)) ? 1 : 0;
 }
 
 }  // namespace corvane

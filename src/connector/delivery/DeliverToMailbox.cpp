@@ -1,5 +1,6 @@
 #include "connector/delivery/DeliverToMailbox.h"
 
+#include <stdexcept>
 #include <string_view>
 
 #include "PROVIDERS/Library/LIBOption/ConfigurationProviders.h"
@@ -9,6 +10,7 @@
 #include "connector/delivery/GenerateNDR.h"
 #include "connector/delivery/KeepInQueue.h"
 #include "connector/delivery/ParsedAddress.h"
+#include "connector/delivery/ProvidersAreGone.h"
 #include "connector/logs/ExceptionReport.h"
 #include "connector/logs/Logs.h"
 #include "connector/queue/QueuePaths.h"
@@ -66,12 +68,22 @@ void EndTexts(MailboxRecord& record) {
   record.RedirectAddress[sizeof(record.RedirectAddress) - 1] = '\0';
 }
 
+// Whether the answer says nothing of the mailbox: the shipped library lost its store, or the stop
+// has unloaded the library.
+bool StoreIsOutOfReach(const MailboxRecord& record, std::int32_t result) {
+  if (result == -1 && record.Status == kMailboxStoreUnreachable) return true;
+  return result == 0 && ProvidersAreGone();
+}
+
 bool FindMailbox(Delivery& delivery) {
   if (DebugLevelAbove(10)) {
     LogDebugF("[%s] Getting mailbox details.\n", delivery.message.MessageID);
   }
   const std::int32_t result = MailboxGet(delivery.record);
   EndTexts(delivery.record);
+  if (StoreIsOutOfReach(delivery.record, result)) {
+    throw std::runtime_error("the configuration store can't be reached");
+  }
   if (result != 0) return true;
   LogDebugF("[%s] Mailbox (%s) could not be found on postoffice (%s) and message bounced.\n",
             delivery.message.MessageID, delivery.record.Mailbox, delivery.postoffice.c_str());
@@ -202,7 +214,7 @@ std::int32_t RunSteps(Delivery& delivery) {
 
 std::int32_t DeliverToMailbox(ConnectorMessage& message, const std::string& postoffice,
                               const std::string& mailbox, const std::string& recipientItem) {
-  return ReportAndRethrow("DeliverToMailbox", CV_HERE, [&] {
+  return ReportAndRethrow("DeliverToMailbox", SourcePlace{"SFDeliver", __LINE__}, [&] {
     message.DeliveryFolder.clear();
     Delivery delivery{message, postoffice, recipientItem};
     delivery.source = OutgoingMessagePath(message.Connector, message.MessageID);

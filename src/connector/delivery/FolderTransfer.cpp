@@ -13,16 +13,18 @@ namespace {
 
 // From this many files of one walk on, one flush of the whole file system is cheaper than one each.
 constexpr std::size_t kFlushAllFrom = 8;
+constexpr std::size_t kMostPending = 512;
 
 bool FlushData(const std::string& path) {
   auto file = platform::File::Open(path, platform::Access::kRead, platform::kShareAll,
                                    platform::Disposition::kOpenExisting);
-  // A client may have removed or moved the message already; somebody who holds it has read it.
-  if (!file) {
-    const std::int32_t error = platform::LastError();
-    return error == platform::kErrorFileNotFound || error == platform::kErrorSharingViolation;
-  }
-  return file.Flush();
+  if (file) return file.Flush();
+  // A client has moved or removed the message already, or holds it: its bytes are still on this
+  // file system.
+  const std::int32_t error = platform::LastError();
+  if (error != platform::kErrorFileNotFound && error != platform::kErrorSharingViolation)
+    return false;
+  return platform::FlushFileSystems({std::string(platform::ParentPath(path))});
 }
 
 bool FlushEach(const std::vector<PendingFlush>& files) {
@@ -38,10 +40,18 @@ bool FlushEach(const std::vector<PendingFlush>& files) {
 }
 
 bool FlushAll(const std::vector<PendingFlush>& files) {
-  for (const PendingFlush& file : files) {
-    if (!platform::FlushFileSystem(platform::ParentPath(file.path))) return false;
-  }
-  return true;
+  std::vector<std::string> directories;
+  for (const PendingFlush& file : files) directories.emplace_back(platform::ParentPath(file.path));
+  return platform::FlushFileSystems(directories);
+}
+
+}  // namespace
+
+namespace {
+
+// Keeps the list of a very long walk short.
+bool FlushSome(ConnectorMessage& message) {
+  return message.Delivered.size() < kMostPending || FlushDelivered(message);
 }
 
 }  // namespace
@@ -49,13 +59,13 @@ bool FlushAll(const std::vector<PendingFlush>& files) {
 bool TransferToFolder(ConnectorMessage& message, const std::string& source,
                       const std::string& target) {
   if (message.LastRecipient && platform::LinkFile(source, target, false)) {
-    message.Delivered.push_back({target, false});
-    return true;
+    message.Delivered.push_back({target, !message.MessageFileFlushed});
+    return FlushSome(message);
   }
   if (message.LastRecipient && platform::LastError() != platform::kErrorNotSameDevice) return false;
   if (!platform::CopyFile(source, target, true, false)) return false;
   message.Delivered.push_back({target, true});
-  return true;
+  return FlushSome(message);
 }
 
 bool FlushDelivered(ConnectorMessage& message) {

@@ -7,6 +7,7 @@
 #include "connector/delivery/DeliverToMailbox.h"
 #include "connector/delivery/GenerateNDR.h"
 #include "connector/delivery/ParsedAddress.h"
+#include "connector/delivery/ProvidersAreGone.h"
 #include "connector/delivery/SystemOutboundMoveToBadMail.h"
 #include "connector/logs/Logs.h"
 #include "connector/queue/QueuePaths.h"
@@ -59,6 +60,7 @@ bool PostofficeIsOpen(ConnectorMessage& message, const Recipient& recipient) {
   SetText(record.Postoffice, recipient.postoffice);
   record.Status = 1;
   const std::int32_t result = PostofficeGet(record);
+  if (result == 0 && ProvidersAreGone()) return true;  // the group's look-up will tell
   if (result == -1) {
     LogDebugF("[%s] Postoffice (%s) has been disabled by the system administrator.\n",
               message.MessageID, recipient.postoffice.c_str());
@@ -93,6 +95,7 @@ std::int32_t DeliverToGroupOrMailbox(ConnectorMessage& message, const Recipient&
     case -1:
       return kStoreUnreachable;
     case 0:
+      if (ProvidersAreGone()) return kStoreUnreachable;
       if (recipient.name.size() > kMailboxLimit) return RefuseNames(message, recipient);
       return DeliverToMailbox(message, recipient.postoffice, recipient.name, recipient.item);
     case 1:

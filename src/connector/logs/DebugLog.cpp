@@ -7,6 +7,7 @@
 #include "connector/logs/DailyLog.h"
 #include "connector/logs/Logs.h"
 #include "connector/settings/Settings.h"
+#include "platform/Error.h"
 #include "platform/Format.h"
 #include "platform/Reports.h"
 
@@ -42,10 +43,32 @@ std::shared_ptr<Mutex> DebugMutex() {
   return TheMutexes().debugLog;
 }
 
+// Holds the mutex for one line. A connector that was killed in the middle of a line leaves nothing
+// behind that could be half done, so its mutex is simply taken over; any other failure is told by
+// Exception.
+class LineLock {
+ public:
+  explicit LineLock(platform::NamedMutex* mutex) : mutex_(mutex) {
+    if (mutex == nullptr || mutex->Lock(platform::kNoTimeLimit) != platform::LockOutcome::kFailed)
+      return;
+    throw Exception(
+        "Failed to lock mutex POCDebugLog with error " + std::to_string(platform::LastError()),
+        "DebugLog", __LINE__);
+  }
+  ~LineLock() {
+    if (mutex_ != nullptr) mutex_->Unlock();
+  }
+  LineLock(const LineLock&) = delete;
+  LineLock& operator=(const LineLock&) = delete;
+
+ private:
+  platform::NamedMutex* mutex_;
+};
+
 void WriteToTarget(std::uint32_t target, std::string_view text) {
   const std::string stamp = LogTimeStamp();
   const std::shared_ptr<Mutex> mutex = DebugMutex();
-  const xMutexLock lock(mutex ? mutex->Handle.get() : nullptr);
+  const LineLock lock(mutex ? mutex->Handle.get() : nullptr);
   switch (target) {
     case kFile:
       DebugFile().Append((stamp + '\t').append(text));

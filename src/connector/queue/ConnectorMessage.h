@@ -45,14 +45,11 @@ struct ConnectorMessage {
   char Subject[1024] = {};
 
   // Working fields of the walk over the recipients; no command file holds them.
-  std::string DeliveryFolder;  // folder chosen for the current recipient
-  bool LastRecipient =
-      false;  // the current recipient is the last one that needs the queue's message file
-  bool KeepInQueue =
-      false;  // a recipient could not be settled: both files stay in the queue after the walk
-
-  std::vector<PendingFlush>
-      Delivered;  // what the walk has put into mailboxes and not yet made durable
+  std::string DeliveryFolder;           // folder chosen for the current recipient
+  bool LastRecipient = false;           // nobody after this one needs the queue's message file
+  bool MessageFileFlushed = false;      // we rewrote the message file, and it is on the disk
+  bool KeepInQueue = false;             // a recipient is not settled: the files stay in the queue
+  std::vector<PendingFlush> Delivered;  // put into mailboxes and not yet made durable
 
   // Clears every field and keeps the memory of the growing ones.
   void Reset();

@@ -71,8 +71,10 @@ std::string ClaimedText(std::string text, std::string_view statusWord,
   const auto serverLine = ReadState(text).serverLine;
   const std::size_t status = FindUnsentLine(text);
   if (status == std::string_view::npos) return text;
-  const std::size_t value = status + 2 + kStatusKey.size();
-  const auto putStatus = [&] { text.replace(value, kUnsent.size(), statusWord); };
+  const auto putStatus = [&] {
+    text.replace(status + 2, kStatusKey.size() + kUnsent.size(),
+                 std::string(kStatusKey).append(statusWord));
+  };
   const auto putServer = [&] {
     if (!serverLine) return;
     text.replace(serverLine->first, serverLine->second, std::string(kServerKey).append(serverName));
@@ -112,6 +114,10 @@ OutgoingClaim OutgoingClaim::Take(std::string_view directory, std::string_view f
   claim.text_ = std::move(*text);
   claim.file_ = std::move(file);
   return claim;
+}
+
+bool OutgoingClaim::LeavesNoTrace() const {
+  return expired_ || FindUnsentLine(text_) == std::string::npos;
 }
 
 bool OutgoingClaim::Commit(std::string_view statusWord, std::string_view serverName) {

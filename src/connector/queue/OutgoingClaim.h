@@ -29,6 +29,9 @@ class OutgoingClaim {
   [[nodiscard]] static OutgoingClaim Take(std::string_view directory, std::string_view fileName);
 
   [[nodiscard]] bool IsHeld() const { return file_.IsOpen(); }
+  // Whether the file will look after Commit as it does now (taken past its expiry, or its state
+  // stands first in the file), so that a later sweep would take it again.
+  [[nodiscard]] bool LeavesNoTrace() const;
   // The text of the command file as it stands, for the reader.
   [[nodiscard]] const std::string& Text() const { return text_; }
 

@@ -16,6 +16,7 @@ namespace corvane {
 namespace {
 
 constexpr std::size_t kPieceBytes = 4096;
+constexpr std::size_t kNone = std::string_view::npos;
 
 // A piece of a line, with its line end if it comes to it.
 struct Piece {
@@ -99,12 +100,10 @@ class HeaderEditor {
       if (piece->startsLine) {
         const bool folded = piece->text.front() == ' ' || piece->text.front() == '\t';
         const bool matches = Matches(*piece);
-        if (matches) Begin(*piece);
-        inMatch = matches || (inMatch && folded);
-        if (inMatch && !matches) Extend(piece->text.size());
         found = found || matches;
+        inMatch = matches ? Begin(*piece) : inMatch && folded && Extend(*piece);
       } else if (inMatch) {
-        Extend(piece->text.size());
+        inMatch = Extend(*piece);
       }
       lineOpen = !piece->EndsLine();
       end = piece->offset + piece->text.size();
@@ -122,17 +121,30 @@ class HeaderEditor {
            platform::EqualsNoCase(piece.text.substr(0, prefix_.size()), prefix_);
   }
 
-  void Begin(const Piece& piece) {
-    edits_.push_back({piece.offset, piece.text.size(), line_ + "\r\n"});
-    std::string_view old = piece.text;
-    if (old.ends_with('\n')) old.remove_suffix(1);
-    if (old.ends_with('\r')) old.remove_suffix(1);
-    same_.push_back(old == line_ && piece.EndsLine());
+  // Begins to replace a line; true when more of it may follow.
+  bool Begin(const Piece& piece) {
+    const std::string_view old = HeaderText(piece.text);
+    edits_.push_back({piece.offset, old.size(), line_ + "\r\n"});
+    const std::size_t end = old.find_first_of("\r\n");
+    same_.push_back(end != kNone && old.substr(0, end) == line_);
+    return old.size() == piece.text.size();
   }
 
-  void Extend(std::uint64_t length) {
-    edits_.back().length += length;
+  bool Extend(const Piece& piece) {
+    const std::string_view old = HeaderText(piece.text);
+    edits_.back().length += old.size();
     same_.back() = false;
+    return old.size() == piece.text.size();
+  }
+
+  // The text up to its line end. A CR alone ends a header too: in a file without LF what follows is
+  // the rest of the message.
+  [[nodiscard]] static std::string_view HeaderText(std::string_view text) {
+    const std::size_t end = text.find('\r');
+    if (end == kNone) return text;
+    const std::size_t behind = text.find_first_not_of('\r', end);
+    if (behind == kNone) return text;
+    return text.substr(0, text[behind] == '\n' ? behind + 1 : end + 1);
   }
 
   // A line that says it already is left alone, with whatever line end it has.
@@ -163,7 +175,7 @@ bool WriteEdited(platform::WholeFile& target, const platform::File& source,
 
 }  // namespace
 
-std::int32_t SetMessageHeader(const ConnectorMessage& message, std::string_view name,
+std::int32_t SetMessageHeader(ConnectorMessage& message, std::string_view name,
                               std::string_view value, bool inbound, bool replace) {
   const std::string path = inbound ? InboundMessagePath(message.Connector, message.MessageID)
                                    : OutgoingMessagePath(message.Connector, message.MessageID);
@@ -177,7 +189,9 @@ std::int32_t SetMessageHeader(const ConnectorMessage& message, std::string_view 
   if (edits->empty()) return 1;
   auto target = platform::WholeFile::Create(path);
   if (!target || !WriteEdited(target, source, *edits)) return 0;
-  return target.Commit(true, DeliveryDurability(platform::Durability::kData)) ? 1 : 0;
+  if (!target.Commit(true, DeliveryDurability(platform::Durability::kData))) return 0;
+  if (!inbound) message.MessageFileFlushed = DurabilityOn();
+  return 1;
 }
 
 }  // namespace corvane

@@ -22,8 +22,10 @@ namespace corvane {
 //             the header is added before the blank line, or at the end of a file that has none,
 //             with the line ends that it lacks. Otherwise the header is put first.
 //
+// A rewritten file of the outbound queue is noted in `message` as flushed, when it was.
+//
 // 1, or 0 when a file would not open or the writing failed: the queue file is unchanged then.
-[[nodiscard]] std::int32_t SetMessageHeader(const ConnectorMessage& message, std::string_view name,
+[[nodiscard]] std::int32_t SetMessageHeader(ConnectorMessage& message, std::string_view name,
                                             std::string_view value, bool inbound, bool replace);
 
 }  // namespace corvane

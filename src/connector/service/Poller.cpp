@@ -3,11 +3,14 @@
 #include <algorithm>
 #include <memory>
 #include <string>
+#include <unordered_map>
+#include <unordered_set>
 #include <utility>
 
 #include "CLIENTS/CVMAPI/CVMSLIB/common/TimedWait.h"
 #include "SERVICES/Library/LIBRPCNotify/RemoteNotification.h"
 #include "SERVICES/Library/LIBStoreLibrary/StoreLibrary.h"
+#include "connector/logs/ExceptionReport.h"
 #include "connector/logs/Logs.h"
 #include "connector/queue/OutgoingCommandFile.h"
 #include "connector/queue/OutgoingReset.h"
@@ -15,11 +18,14 @@
 #include "connector/queue/QueueStatistics.h"
 #include "connector/service/ClusterRole.h"
 #include "connector/service/Worker.h"
+#include "connector/service/WorkerPlaces.h"
 #include "connector/settings/ProcessState.h"
 #include "connector/settings/Settings.h"
+#include "connector/settings/SettingsCheck.h"
 #include "platform/Clock.h"
 #include "platform/FileSystem.h"
 #include "platform/Machine.h"
+#include "platform/SettingsStore.h"
 #include "platform/Thread.h"
 
 namespace corvane {
@@ -28,6 +34,7 @@ namespace {
 constexpr const char* kServiceName = "SF";
 constexpr const char* kDeliveringState = "Delivering";
 constexpr std::int64_t kLeftoverSeconds = 3600;
+constexpr std::int64_t kLeastPauseSeconds = 600;
 
 bool Stopping() { return settings::StopFlag().load() != 0; }
 
@@ -35,11 +42,27 @@ void WriteCounter(const settings::DwordSetting& counter, std::int64_t value) {
   WriteStatistic(counter, static_cast<std::uint32_t>(value));
 }
 
+// What looks wrong in the settings: told once, in the way of nothing.
+void ReportSettings() {
+  auto& store = platform::SettingsStore::Default();
+  for (const std::string& line : settings::CheckSettings(store))
+    LogDebug("Settings: " + line + "\n");
+  if (store.Readable()) return;
+  ReportToEventLog(kReportError, kReportSource, "", kConnectorEventId,
+                   "The settings can't be read: " + store.ErrorText() + "\n");
+}
+
 class Poller {
  public:
   void Run() {
     Start();
-    while (!Stopping()) Pass();
+    while (!Stopping()) {
+      // One pass that fails is told; the next one tries again.
+      EndException([this] { Pass(); },
+                   [](const ExceptionDetails& details) {
+                     ReportException(FormatExceptionReport("PollOutboundQueue", CV_HERE, details));
+                   });
+    }
     Lib_StoreLibrary_UnInit();
   }
 
@@ -52,6 +75,7 @@ class Poller {
   void Sweep();
   bool Turn(const platform::FoundFile& file, bool& sameFileAgain);
   void Claim(const std::string& fileName);
+  bool MayTakeAgain(const OutgoingClaim& claim, const std::string& fileName);
   void StartWorker(OutgoingClaim claim);
 
   std::string serverName_;
@@ -59,7 +83,8 @@ class Poller {
   std::string pattern_;
   ClusterRole role_;
   ConnectorMessage message_;
-  std::int32_t turns_ = 0;
+  std::uint32_t turns_ = 0;
+  std::unordered_map<std::string, std::int64_t> leftAsTheyWere_;  // name, time of the take
   std::int64_t greatestAge_ = 0;
 };
 
@@ -69,6 +94,7 @@ void Poller::Start() {
   WriteCounter(settings::kServiceStart, platform::NowSeconds());
   serverName_ = platform::ComputerName();
   LogDebugF("Initialised Postoffice Connector on %s\n", serverName_.c_str());
+  ReportSettings();
   role_.Load(kServiceName);
   SetText(message_.Connector, kServiceName);
   directory_ = OutgoingDirectory(kServiceName);
@@ -100,8 +126,11 @@ void Poller::LogTimings() {
 void Poller::ResetQueue() {
   std::int32_t error = 0;
   const bool won = role_.TryAcquire(error) == 1;
+  // A rewritten file is a new entry of its directory, which some file systems list once more.
+  std::unordered_set<std::size_t> seen;
   platform::FileFinder files(pattern_);
   while (const auto file = files.Next(false)) {
+    if (!seen.insert(std::hash<std::string>()(file->name)).second) continue;
     ResetOutgoingCommandFile(directory_.c_str(), file->name.c_str(), serverName_.c_str(),
                              settings::Get(settings::kQueueResetTime));
   }
@@ -160,14 +189,19 @@ void Poller::Sweep() {
 bool Poller::Turn(const platform::FoundFile& file, bool& sameFileAgain) {
   ++turns_;
   greatestAge_ = std::max(greatestAge_, platform::NowSeconds() - file.info.lastWriteTime);
-  const auto limit = static_cast<std::int32_t>(settings::Get(settings::kMaximumPickupThreads));
+  const std::int64_t limit = settings::Get(settings::kMaximumPickupThreads);
   sameFileAgain = settings::ActiveDeliveryThreads().load() >= limit;
   if (!sameFileAgain) {
     Claim(file.name);
     return true;
   }
   if (role_.ClusterMode() == ClusterRole::kElectionPassedOn) return false;
-  TimedWait(settings::Get(settings::kOutboundPollDelay));
+  const std::uint32_t delay = settings::Get(settings::kOutboundPollDelay);
+  if (delay == 0) {
+    WaitForPlace();
+  } else {
+    TimedWait(delay);
+  }
   return true;
 }
 
@@ -176,7 +210,7 @@ void Poller::Claim(const std::string& fileName) {
   SetText(message_.Connector, kServiceName);
   SetText(message_.MessageID, fileName);
   OutgoingClaim claim = OutgoingClaim::Take(directory_, fileName);
-  if (!claim.IsHeld()) {
+  if (!claim.IsHeld() || !MayTakeAgain(claim, fileName)) {
     if (DebugLevelAbove(9)) {
       LogDebugF(
           "Unable to lock message %s for sending. Another process is currently accessing the "
@@ -188,15 +222,28 @@ void Poller::Claim(const std::string& fileName) {
   }
   if (DebugLevelAbove(9)) LogDebugF("Message %s locked for delivery.\n", fileName.c_str());
   // A name longer than a message's is cut in the record and would lead to another file.
-  if (fileName == message_.MessageID && ParseOutgoingCommandText(claim.Text(), message_)) {
+  const bool longName = fileName != message_.MessageID;
+  if (!longName && ParseOutgoingCommandText(claim.Text(), message_)) {
     SetText(message_.Status, kDeliveringState);
     StartWorker(std::move(claim));
   } else if (claim.Commit(kDeliveringState, serverName_)) {
     // Left in Delivering, so that it is told once and not in every sweep.
-    LogDebugF("Message %s has no recipients that can be read. It stays in the queue.\n",
+    LogDebugF(longName ? "Message %s has too long a name. It stays in the queue.\n"
+                       : "Message %s has no recipients that can be read. It stays in the queue.\n",
               fileName.c_str());
   }
   TimedWait(settings::Get(settings::kPostDeliveryThreadCreationDelay));
+}
+
+// A claim that leaves its file as it was would be taken again by the next sweep, once its worker
+// has ended without settling it; one such take in a threshold is enough.
+bool Poller::MayTakeAgain(const OutgoingClaim& claim, const std::string& fileName) {
+  if (!claim.LeavesNoTrace()) return true;
+  const std::int64_t now = platform::NowSeconds();
+  const std::int64_t pause = std::max<std::int64_t>(
+      kLeastPauseSeconds, settings::Get(settings::kQueuedDeliveryExpiryThreshold));
+  std::erase_if(leftAsTheyWere_, [&](const auto& left) { return now - left.second >= pause; });
+  return leftAsTheyWere_.try_emplace(fileName, now).second;
 }
 
 void Poller::StartWorker(OutgoingClaim claim) {

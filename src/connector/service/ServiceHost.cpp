@@ -30,13 +30,15 @@ constexpr std::array<const char*, 3> kUsageLines = {
     " -debug <params>   to run as a console app for debugging\n",
 };
 
-// The run routine, then the rest of a stop that goes on beside it.
+// The run routine, then the rest of a stop that goes on beside it. A run that ended by an exception
+// is stopped in the same order.
 int RunToTheEnd(ServiceRun& run) {
   const bool ended =
       EndException([&] { run.RunRoutine(); },
                    [](const ExceptionDetails& details) {
                      ReportException(FormatExceptionReport("ServiceMain", CV_HERE, details));
                    });
+  if (!ended) run.StopRoutine();
   run.WaitForStopRoutine();
   return ended ? kExitDone : kExitFailed;
 }

@@ -143,6 +143,7 @@ std::string ServiceUnit(const std::string& program, const std::string& settingsS
       "\n"
       "[Service]\n"
       "Type=notify\n"
+      "UMask=0027\n"
       "ExecStart=:%s\n"
       "%s"
       "Restart=on-failure\n"

@@ -9,7 +9,7 @@
 #include "connector/logs/Logs.h"
 #include "connector/queue/OutgoingCommandFile.h"
 #include "connector/queue/QueueStatistics.h"
-#include "connector/settings/ProcessState.h"
+#include "connector/service/WorkerPlaces.h"
 #include "platform/Error.h"
 #include "platform/Thread.h"
 
@@ -26,7 +26,8 @@ bool ServeRecipients(ConnectorMessage& message) {
               static_cast<long>(recipients.Count()));
   }
   while (const auto item = recipients.Next()) {
-    message.LastRecipient = !recipients.HasMore();
+    // A message that stays in the queue shares its file with no mailbox.
+    message.LastRecipient = !recipients.HasMore() && !message.KeepInQueue;
     if (DeliverToRecipient(message, *item) != kStoreUnreachable) continue;
     if (DebugLevelAbove(5)) {
       LogDebug(
@@ -75,7 +76,7 @@ void ReportWorkerException(const ExceptionDetails& details) {
 class ActivePlace {
  public:
   ActivePlace() = default;
-  ~ActivePlace() { settings::ActiveDeliveryThreads().fetch_sub(1); }
+  ~ActivePlace() { LeavePlace(); }
   ActivePlace(const ActivePlace&) = delete;
   ActivePlace& operator=(const ActivePlace&) = delete;
 };
@@ -85,7 +86,12 @@ class ActivePlace {
 void WorkerThread(std::unique_ptr<ClaimedMessage> claimed) {
   const ActivePlace place;
   const std::unique_ptr<ClaimedMessage> own = std::move(claimed);
-  EndException([&] { DeliverClaimed(*own); }, ReportWorkerException);
+  EndException([&] { DeliverClaimed(*own); },
+               [](const ExceptionDetails& details) {
+                 // A report that can't be made, for want of memory, is left out.
+                 EndException([&] { ReportWorkerException(details); },
+                              [](const ExceptionDetails&) {});
+               });
 }
 
 }  // namespace corvane

@@ -156,6 +156,7 @@ TEST_F(LogsTest, ProcessesKeepTheirLinesWhole) {
     CreateLogMutexes();
     OpenDebugLog();
     for (int line = 0; line < kLines; ++line) LogDebugF("p%d-%d\n", number, line);
+    ReleaseLogMutexes();
     _exit(0);
   }
   for (const pid_t process : processes) waitpid(process, nullptr, 0);

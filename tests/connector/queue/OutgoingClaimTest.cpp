@@ -47,6 +47,8 @@ const ClaimCase kClaims[] = {
     {"NowIsDue", "NextSendTime=1700000000\r\nStatus=Unsent\r\n", 1,
      "NextSendTime=1700000000\r\nStatus=Delivering\r\n"},
     {"LowerCaseState", "Server=\r\nStatus=unsent\r\n", 1, "Server=NODE1\r\nStatus=Delivering\r\n"},
+    {"AnyCaseOfTheKeyToo", "Status=Unsent-old\r\nSTATUS=unsent\r\n", 1,
+     "Status=Unsent-old\r\nStatus=Delivering\r\n"},
     {"LongServerShortens", "Sender=x\r\nServer=A-VERY-LONG-NAME-OF-A-NODE\r\nStatus=Unsent\r\n", 1,
      "Sender=x\r\nServer=NODE1\r\nStatus=Delivering\r\n"},
     {"NoServerLineIsAdded", "Sender=x\r\nStatus=Unsent\r\n", 1,

@@ -25,7 +25,7 @@ class SetMessageHeaderTest : public test::SettingsFixture {
   [[nodiscard]] std::string Path(const char* queue = "Outgoing") const {
     return Directory() / "SF/" + queue + "/Messages/" + kName;
   }
-  [[nodiscard]] std::int32_t Replace() const {
+  [[nodiscard]] std::int32_t Replace() {
     return SetMessageHeader(message_, "Return-Path", "<a@b>", false, true);
   }
 
@@ -56,6 +56,12 @@ const HeaderCase kCases[] = {
     {"EmptyFile", "", "Return-Path: <a@b>\r\n\r\n"},
     {"LongLineIsOneLine", "A: " + std::string(4093, 'x') + "Return-Path: <no>\r\n\r\n",
      "A: " + std::string(4093, 'x') + "Return-Path: <no>\r\nReturn-Path: <a@b>\r\n\r\n"},
+    {"CrAloneEndsAHeader", "Return-Path: <old>\rA: 1\r\rbody\r",
+     "Return-Path: <a@b>\r\nA: 1\r\rbody\r"},
+    {"DoubledCrIsALineEnd", "Return-Path: <old>\r\r\nA: 1\r\n\r\n",
+     "Return-Path: <a@b>\r\nA: 1\r\n\r\n"},
+    {"SameValueBeforeACrStays", "Return-Path: <a@b>\rA: 1\r\rbody",
+     "Return-Path: <a@b>\rA: 1\r\rbody"},
     {"LongMatchGoesWhole", "Return-Path: " + std::string(9000, 'x') + "\r\nB: 2\r\n\r\n",
      "Return-Path: <a@b>\r\nB: 2\r\n\r\n"},
 };

@@ -57,6 +57,7 @@ class ServiceRunTest : public testing::Test {
     platform::SetClock(nullptr);
     StopFlag() = 0;
     StoppedFlag() = 0;
+    unsetenv("CORVANE_SETTINGS");
   }
 
   test::TemporaryDirectory directory_;

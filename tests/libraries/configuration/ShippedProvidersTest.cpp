@@ -107,8 +107,7 @@ class ShippedProviders : public ::testing::Test {
  protected:
   static void SetUpTestSuite() {
     static const test::TemporaryDirectory directory;
-    fs::permissions(directory.Path(), fs::perms::others_read | fs::perms::others_exec,
-                    fs::perm_options::add);
+    fs::permissions(directory.Path(), fs::perms::all);
     setenv("CORVANE_SETTINGS", (directory / "settings.db").c_str(), 1);
     platform::SettingsStore::UsePath(directory / "settings.db");
     Set("Application Directory", test::ShippedLibraries());
@@ -120,6 +119,7 @@ class ShippedProviders : public ::testing::Test {
     Set("Mail Root", directory_ / "mail");
     Set("Configuration Directory", directory_.Path());
     Number("Allow Custom Postoffice Paths", 0);
+    StoreWait(0);
   }
 
   static constexpr const char* kProduct = "SOFTWARE\\Wow6432Node\\Corvane\\Corvane";
@@ -128,6 +128,10 @@ class ShippedProviders : public ::testing::Test {
   }
   static void Number(const char* name, std::uint32_t value) {
     ASSERT_TRUE(platform::SettingsStore::Default().SetDword(kProduct, name, value));
+  }
+  static void StoreWait(std::uint32_t milliseconds) {
+    ASSERT_TRUE(platform::SettingsStore::Default().SetDword(
+        std::string(kProduct) + "\\Providers", "Configuration Store Wait", milliseconds));
   }
 
   [[nodiscard]] std::string StorePath() const { return directory_ / "configuration.db"; }
@@ -291,10 +295,11 @@ TEST_F(ShippedProviders, APostofficeMayLieElsewhereWhereTheSettingsAllowIt) {
   EXPECT_EQ(AskMailbox("acme", "anna", &result).Size, 5u);
 }
 
-// What each call answers when there is no store to ask.
+// What each call answers when there is no store to ask: GroupGet -1, which keeps mail in the queue;
+// PostofficeGet a number that means neither disabled nor unknown, since both would lose mail.
 void ExpectUnreachable(const char* why) {
   std::int32_t result = 7;
-  EXPECT_EQ(AskPostoffice("acme"), -1) << why;
+  EXPECT_EQ(AskPostoffice("acme"), -2) << why;
   EXPECT_EQ(AskGroup("acme", "anna"), -1) << why;
   (void)AskMailbox("acme", "anna", &result);
   EXPECT_EQ(result, 0) << why;
@@ -304,7 +309,7 @@ void ExpectUnreachable(const char* why) {
   EXPECT_EQ(AskOption("anna", "TimeZone"), "nothing") << why;
 }
 
-TEST_F(ShippedProviders, AStoreThatCantBeReachedAnswersMinusOneWhereThatIsKnown) {
+TEST_F(ShippedProviders, AStoreThatCantBeReachedIsToldApartWhereThatIsKnown) {
   ExpectUnreachable("missing");
   test::WriteBytes(StorePath(), "");
   ExpectUnreachable("empty");
@@ -319,6 +324,21 @@ TEST_F(ShippedProviders, AStoreThatCantBeReachedAnswersMinusOneWhereThatIsKnown)
   EXPECT_EQ(AskPostoffice("acme"), 1) << "came back";
   Set("Configuration Directory", "");
   ExpectUnreachable("not configured");
+}
+
+// A 0 would bounce the mail of a mailbox that is there.
+TEST_F(ShippedProviders, ACallThatCanOnlySayNotThereWaitsForTheStore) {
+  FillStore();
+  fs::rename(StorePath(), directory_ / "away");
+  StoreWait(600'000);
+  std::thread restore([&] {
+    while (AskGroup("acme", "anna") != -1) std::this_thread::yield();
+    fs::rename(directory_ / "away", StorePath());
+  });
+  std::int32_t result = 0;
+  (void)AskMailbox("acme", "anna", &result);
+  EXPECT_EQ(result, 1);
+  restore.join();
 }
 
 TEST_F(ShippedProviders, ADamagedStoreIsUnreachableAndARestoredOneIsNot) {
@@ -349,7 +369,7 @@ TEST_F(ShippedProviders, ALockedStoreIsUnreachableWhileItIsLocked) {
   sqlite3* holder = nullptr;
   ASSERT_EQ(sqlite3_open(StorePath().c_str(), &holder), SQLITE_OK);
   sqlite3_exec(holder, "PRAGMA locking_mode=EXCLUSIVE; BEGIN EXCLUSIVE", nullptr, nullptr, nullptr);
-  EXPECT_EQ(AskPostoffice("acme"), -1);
+  EXPECT_EQ(AskGroup("acme", "anna"), -1);
   sqlite3_exec(holder, "ROLLBACK", nullptr, nullptr, nullptr);
   sqlite3_close(holder);
   EXPECT_EQ(AskPostoffice("acme"), 1);
@@ -357,9 +377,9 @@ TEST_F(ShippedProviders, ALockedStoreIsUnreachableWhileItIsLocked) {
 
 TEST_F(ShippedProviders, AStoreThatMayOnlyBeReadIsRead) {
   FillStore();
-  fs::permissions(StorePath(), fs::perms::owner_read | fs::perms::others_read);
-  fs::permissions(directory_.Path(), fs::perms::owner_read | fs::perms::owner_exec |
-                                         fs::perms::others_read | fs::perms::others_exec);
+  ASSERT_EQ(AskPostoffice("acme"), 1);
+  fs::permissions(StorePath(), fs::perms{0444});
+  fs::permissions(directory_.Path(), fs::perms{0555});
   {
     const test::AsNobody nobody;
     EXPECT_EQ(AskPostoffice("acme"), 1);

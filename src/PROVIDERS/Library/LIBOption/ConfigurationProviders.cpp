@@ -1,8 +1,11 @@
 #include "PROVIDERS/Library/LIBOption/ConfigurationProviders.h"
 
+#include <atomic>
 #include <memory>
+#include <string>
 
 #include "connector/logs/ExceptionReport.h"
+#include "connector/settings/ProcessState.h"
 #include "connector/settings/SettingsSource.h"
 #include "platform/HeldLibrary.h"
 #include "platform/Path.h"
@@ -12,13 +15,14 @@ namespace {
 
 struct Provider {
   const char* name;
-  platform::HeldLibrary library;
+  platform::HeldLibrary library = {};
+  std::atomic<bool> unloaded = false;
 };
 
 // Never destroyed: workers may still ask while the process ends.
-Provider& postofficeProvider = *new Provider{kPostofficeProvider, {}};
-Provider& smtpProvider = *new Provider{kSmtpProvider, {}};
-Provider& addressMapProvider = *new Provider{kAddressMapProvider, {}};
+Provider& postofficeProvider = *new Provider{kPostofficeProvider};
+Provider& smtpProvider = *new Provider{kSmtpProvider};
+Provider& addressMapProvider = *new Provider{kAddressMapProvider};
 
 Provider* FindProvider(const char* libraryName) {
   for (Provider* provider : {&postofficeProvider, &smtpProvider, &addressMapProvider}) {
@@ -27,10 +31,17 @@ Provider* FindProvider(const char* libraryName) {
   return nullptr;
 }
 
+std::int32_t AnswerWithout(const Provider& provider) {
+  if (provider.unloaded && settings::StopFlag() != 0) {
+    throw ProviderUnloaded(std::string(provider.name) + " is unloaded, the connector stops");
+  }
+  return 0;
+}
+
 template <typename Record>
 std::int32_t Call(const Provider& provider, const char* exportName, Record& record) {
   const std::shared_ptr<const platform::Library> library = provider.library.Hold();
-  if (!library) return 0;
+  if (!library) return AnswerWithout(provider);
   auto* call = library->Find<std::int32_t(Record*)>(exportName);
   return call == nullptr ? 0 : call(&record);
 }
@@ -55,11 +66,15 @@ bool LoadConfigurationProvider(const char* libraryName) {
   if (provider == nullptr) return false;
   char directory[1024];
   settings::GetLibraryDirectory(directory, sizeof directory);
+  provider->unloaded = false;
   return provider->library.Load(directory, provider->name);
 }
 
 void UnloadConfigurationProvider(const char* libraryName) {
-  if (Provider* provider = FindProvider(libraryName)) provider->library.Unload();
+  Provider* provider = FindProvider(libraryName);
+  if (provider == nullptr) return;
+  provider->unloaded = true;
+  provider->library.Unload();
 }
 
 bool IsExportPresent(const char* libraryName, const char* exportName) {

@@ -3,11 +3,14 @@
 //
 // The libraries are loaded at start. Each call looks its export up anew and answers 0 when the
 // library or the export is missing. Any thread; a library may be unloaded while calls run: those
-// finish in it, later ones answer 0. Texts that a library leaves without an end are ended at the
-// last byte of their field.
+// finish in it, later ones answer 0. When it is unloaded because the connector stops, later ones
+// throw ProviderUnloaded instead: on a 0 a worker that is still at work would bounce mail, on an
+// exception it leaves the mail in the queue. Texts that a library leaves without an end are ended
+// at the last byte of their field.
 #pragma once
 
 #include <cstdint>
+#include <stdexcept>
 
 #include "PROVIDERS/Library/LIBOption/ProviderRecords.h"
 
@@ -16,6 +19,11 @@ namespace corvane {
 inline constexpr const char* kPostofficeProvider = "CVAIPO.DLL";
 inline constexpr const char* kSmtpProvider = "CVAISM.DLL";
 inline constexpr const char* kAddressMapProvider = "CVAIAM.DLL";
+
+class ProviderUnloaded : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
 
 // Loads one of the three from the library directory, in place of one that is loaded. False when it
 // can't be loaded or isn't one of the three.

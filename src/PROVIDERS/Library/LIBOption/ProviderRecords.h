@@ -28,6 +28,11 @@ struct MailboxRecord {
   std::uint32_t Size;           // preset -2; what the mailbox holds now, in KB
 };
 
+// What the shipped library puts into MailboxRecord::Status, with the answer -1, when its store
+// can't be reached: nothing is known of the mailbox then. To a caller who doesn't know it, it is a
+// mailbox that is not enabled.
+inline constexpr std::int32_t kMailboxStoreUnreachable = -1000;
+
 struct GroupRecord {
   char Address[1024];        // set by the caller: the recipient item
   char Postoffice[128];      // set by the caller

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "PROVIDERS/Library/LIBOption/ConfigurationProviders.h"
+#include "connector/settings/ProcessState.h"
 #include "platform/Reports.h"
 #include "tests/support/StubProviders.h"
 
@@ -100,6 +101,7 @@ class ConfigurationProviders : public ::testing::Test {
  protected:
   ConfigurationProviders() { stub_.Answer(kAnswers); }
   ~ConfigurationProviders() override {
+    settings::StopFlag() = 0;
     for (const char* name : {kPostofficeProvider, kSmtpProvider, kAddressMapProvider}) {
       UnloadConfigurationProvider(name);
     }
@@ -224,6 +226,22 @@ TEST_F(ConfigurationProviders, AnExceptionOfPostofficeGetIsReportedAndThrownOn) 
                            "The exception was: the stub was told to\n"
                            "The exception occurred in : ConfigurationProviders, line "))
       << reported;
+}
+
+// On a 0 a worker would bounce what it has in hand.
+TEST_F(ConfigurationProviders, AfterTheUnloadingAtStopCallsThrow) {
+  LoadAll();
+  settings::StopFlag() = 1;
+  EXPECT_EQ(CallGroupGet(), 1) << "stopping, but still loaded";
+  UnloadConfigurationProvider(kPostofficeProvider);
+  EXPECT_THROW(CallGroupGet(), ProviderUnloaded);
+  EXPECT_THROW(CallMailboxGet(), ProviderUnloaded);
+  EXPECT_EQ(CallAddressMapGet(), 1) << "another library";
+  ASSERT_TRUE(LoadConfigurationProvider(kPostofficeProvider));
+  EXPECT_EQ(CallGroupGet(), 1);
+  settings::StopFlag() = 0;
+  UnloadConfigurationProvider(kPostofficeProvider);
+  EXPECT_EQ(CallGroupGet(), 0) << "unloaded, but not stopping";
 }
 
 // The stop routine unloads libraries while workers are inside them.
