@@ -9,6 +9,7 @@
 
 #include "cvctl/Command.h"
 #include "cvctl/ConfigurationCommands.h"
+#include "cvctl/MessageCommands.h"
 #include "cvctl/QueueCommands.h"
 #include "cvctl/SettingsCommands.h"
 
@@ -35,6 +36,7 @@ int Run(int argc, char** argv) {
   AddGroupCommands(app);
   AddDomainCommands(app);
   AddOptionCommands(app);
+  AddMessageCommands(app);
   AddQueueCommands(app);
   AddSettingsCommands(app);
   try {

@@ -1,0 +1,156 @@
+// Dates of headers, index files and calendars, and the age of files.
+#include <gtest/gtest.h>
+
+#include "message/Calendar.h"
+#include "message/CalendarDate.h"
+#include "message/FileAge.h"
+#include "message/MessageDate.h"
+#include "platform/Clock.h"
+
+namespace corvane {
+namespace {
+
+struct DateCase {
+  const char* name;
+  std::string_view text;
+  std::string_view result;  // empty: a failure
+};
+const DateCase kDates[] = {
+    {"WithZone", "1 Jan 2023 10:00:00 +0200", "2023-01-01T08:00:00"},
+    {"WithWeekday", "Sun, 1 Jan 2023 10:00:00 +0200", "2023-01-01T08:00:00"},
+    {"WestOfGreenwich", "31 Dec 2022 22:30:15 -0230", "2023-01-01T01:00:15"},
+    {"Gmt", "1 Jan 2023 10:00:00 GMT", "2023-01-01T10:00:00"},
+    {"ZoneWord", "1 Jan 2023 10:00:00 EST", "2023-01-01T15:00:00"},
+    {"OtherWordIsUtc", "1 Jan 2023 10:00:00 Z", "2023-01-01T10:00:00"},
+    {"CommentBehindTheZone", "1 Jan 2023 10:00:00 +0200 (CEST)", "2023-01-01T08:00:00"},
+    {"NoZone", "1 Jan 2023 10:00:00 ", "2023-01-01T10:00:00"},
+    {"NothingBehindTheSeconds", "1 Jan 2023 10:00:00", ""},
+    {"NoSecondsButAZone", "1 Jan 2023 10:00 +0200", "2023-01-01T08:00:00"},
+    {"NoSeconds", "1 Jan 2023 10:00 ", ""},
+    {"NoTime", "1 Jan 2023", ""},
+    {"Empty", "", ""},
+    {"TwoDigitYear", "1 Jan 23 10:00:00 GMT", "2023-01-01T10:00:00"},
+    {"Nineties", "1 Jan 99 10:00:00 GMT", "2099-01-01T10:00:00"},
+    {"BeforeTheEpoch", "1 Jan 1950 10:00:00 +0200", "1950-01-01T08:00:00"},
+    {"AnyCaseOfMonth", "5 nOV 2023 10:00:00 GMT", "2023-11-05T10:00:00"},
+    {"OtherMonthIsDecember", "5 Foo 2023 10:00:00 GMT", "2023-12-05T10:00:00"},
+    {"TimeOutOfRange", "5 Feb 2023 25:60:61 GMT", "2023-02-05T00:00:00"},
+    {"DayOutOfRange", "32 Feb 2023 10:00:00 GMT", "2023-02-01T10:00:00"},
+    {"DayThatTheMonthLacks", "31 Feb 2023 10:00:00 GMT", "2023-03-03T10:00:00"},
+    {"HourTwentyFour", "5 Feb 2023 24:00:00 GMT", "2023-02-06T00:00:00"},
+    {"YearTooLarge", "5 Feb 12023 10:00:00 +0100", "1601-02-05T10:00:00"},
+    {"CommaBehindTheYear", "5 Feb 2023, 10:00:00 GMT", "2023-02-05T10:00:00"},
+    {"ManyBlanks", "Sun,  5   Feb\t2023  10:00:00   +0000", "2023-02-05T10:00:00"},
+};
+
+TEST(ParseMessageDate, Cases) {
+  for (const DateCase& c : kDates) {
+    std::string result;
+    EXPECT_EQ(ParseMessageDate(c.text, result), !c.result.empty()) << c.name;
+    EXPECT_EQ(result, c.result) << c.name;
+  }
+}
+
+// "yyyy-mm-dd hh:mm:ss" of a file time.
+std::string Show(FileTime fileTime) {
+  CalendarTime t = FromSeconds(FileTimeToSeconds(fileTime));
+  char text[64];
+  std::snprintf(text, sizeof(text), "%04d-%02d-%02d %02d:%02d:%02d", t.year, t.month, t.day, t.hour,
+                t.minute, t.second);
+  return text;
+}
+
+TEST(ParseCompactDate, Cases) {
+  const DateCase kCases[] = {
+      {"DateAndTime", "2023-02-05T10:11:12", "2023-02-05 10:11:12"},
+      {"DateAlone", "2023-02-05", "2023-02-05 00:00:00"},
+      {"OneDigitOfDay", "2023-02-5", "2023-02-05 00:00:00"},
+      {"TimeCutShort", "2023-02-05T10:11:1", "2023-02-05 00:00:00"},
+      {"TooShort", "2023-02-", ""},
+      {"NoSuchDay", "2023-02-30T10:11:12", ""},
+      {"BeforeItsTime", "1600-02-03T10:11:12", ""},
+  };
+  for (const DateCase& c : kCases) {
+    FileTime time = 0;
+    bool result = ParseCompactDate(c.text, time);
+    EXPECT_EQ(result ? Show(time) : "", c.result) << c.name;
+  }
+}
+
+TEST(ParseCalendarDate, Cases) {
+  struct CalendarCase {
+    const char* name;
+    std::string_view text;
+    std::string_view zone;
+    bool invert;
+    std::string_view result;
+  };
+  const CalendarCase kCases[] = {
+      {"Basic", "20230205T101112Z", "", false, "2023-02-05 10:11:12"},
+      {"DateAlone", "20230205", "", false, "2023-02-05 00:00:00"},
+      {"WithHyphens", "2023-02-05T10:11:12", "", false, "2023-02-05 10:11:12"},
+      {"NoYear", "--0412", "", false, "1604-04-12 00:00:00"},
+      {"NoYearOneHyphen", "-0412", "", false, "1604-04-12 00:00:00"},
+      {"NoYearWithTime", "-0412T101112", "", false, "1604-04-12 10:11:12"},
+      {"OwnZoneIsAdded", "20230205T101112+0130", "", false, "2023-02-05 11:41:12"},
+      {"OwnZoneWithColon", "2023-02-05T10:11:12+01:30", "", false, "2023-02-05 11:41:12"},
+      {"OwnZoneInverted", "20230205T101112+0130", "", true, "2023-02-05 08:41:12"},
+      {"GivenZone", "20230205T101112", "-0100", false, "2023-02-05 09:11:12"},
+      {"GivenZoneInverted", "20230205T101112", "-0100", true, "2023-02-05 11:11:12"},
+      {"GivenGmtHidesOwnZone", "20230205T101112+0130", "GMT", false, "2023-02-05 10:11:12"},
+      {"FirstDigitZero", "0230205T101112", "", false, ""},
+      {"FirstDigitFive", "50230205", "", false, ""},
+      {"NoSuchMonth", "20231305", "", false, ""},
+      {"Empty", "", "", false, ""},
+  };
+  for (const CalendarCase& c : kCases) {
+    FileTime time = 0;
+    bool result = ParseCalendarDate(c.text, time, c.zone, c.invert);
+    EXPECT_EQ(result ? Show(time) : "", c.result) << c.name;
+  }
+}
+
+TEST(Calendar, DaysGoRoundFrom1601On) {
+  CalendarTime day{};
+  int weekday = 1;  // 1 January 1601 was a Monday
+  for (std::int64_t seconds = ToSeconds(day); day.year < 2401; seconds += 86400) {
+    day = FromSeconds(seconds);
+    ASSERT_EQ(ToSeconds(day), seconds);
+    ASSERT_TRUE(IsValidTime(day));
+    ASSERT_EQ(DayOfWeek(day.year, day.month, day.day), weekday);
+    weekday = (weekday + 1) % 7;
+  }
+}
+
+TEST(Calendar, NthWeekday) {
+  EXPECT_EQ(NthWeekday(2023, 3, 0, 2), 12);   // second Sunday
+  EXPECT_EQ(NthWeekday(2023, 10, 0, 0), 29);  // last Sunday
+  EXPECT_EQ(NthWeekday(2023, 10, 0, 5), 29);
+  EXPECT_EQ(NthWeekday(2023, 2, 3, 5), 22);  // the fifth Wednesday isn't there
+  EXPECT_EQ(DaysInMonth(2000, 2), 29);
+  EXPECT_EQ(DaysInMonth(1900, 2), 28);
+  EXPECT_EQ(DaysInMonth(2023, 13), 0);
+}
+
+TEST(FileAge, CountsMonthsOfThirtyDays) {
+  struct AgeCase {
+    std::int64_t days;
+    std::int64_t ages[8];
+  };
+  constexpr std::int64_t kDay = 86'400'000;
+  const AgeCase kAges[] = {
+      {0, {0, 0, 1, 0, 0, 0, 0, 0}},
+      {1, {0, 0, 1, 1, 24, 1440, 86400, kDay}},
+      {31, {0, 0, 2, 30, 720, 43200, 2592000, 30 * kDay}},
+      {365, {0, 1, 13, 365, 8760, 525600, 31536000, 365 * kDay}},
+  };
+  for (const AgeCase& c : kAges) {
+    for (int unit = 0; unit < 8; ++unit) {
+      EXPECT_EQ(AgeOf(c.days * kDay, static_cast<AgeUnit>(unit)), c.ages[unit])
+          << c.days << " days, unit " << unit;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace corvane

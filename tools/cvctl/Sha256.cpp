@@ -1,0 +1,81 @@
+#include "cvctl/Sha256.h"
+
+#include <array>
+#include <bit>
+#include <cstdint>
+#include <cstdio>
+
+namespace corvane::cvctl {
+namespace {
+
+constexpr std::array<std::uint32_t, 64> kRounds = {
+    0x428a2f98, 0x71374491, 0xb5c0fbcf, 0xe9b5dba5, 0x3956c25b, 0x59f111f1, 0x923f82a4, 0xab1c5ed5,
+    0xd807aa98, 0x12835b01, 0x243185be, 0x550c7dc3, 0x72be5d74, 0x80deb1fe, 0x9bdc06a7, 0xc19bf174,
+    0xe49b69c1, 0xefbe4786, 0x0fc19dc6, 0x240ca1cc, 0x2de92c6f, 0x4a7484aa, 0x5cb0a9dc, 0x76f988da,
+    0x983e5152, 0xa831c66d, 0xb00327c8, 0xbf597fc7, 0xc6e00bf3, 0xd5a79147, 0x06ca6351, 0x14292967,
+    0x27b70a85, 0x2e1b2138, 0x4d2c6dfc, 0x53380d13, 0x650a7354, 0x766a0abb, 0x81c2c92e, 0x92722c85,
+    0xa2bfe8a1, 0xa81a664b, 0xc24b8b70, 0xc76c51a3, 0xd192e819, 0xd6990624, 0xf40e3585, 0x106aa070,
+    0x19a4c116, 0x1e376c08, 0x2748774c, 0x34b0bcb5, 0x391c0cb3, 0x4ed8aa4a, 0x5b9cca4f, 0x682e6ff3,
+    0x748f82ee, 0x78a5636f, 0x84c87814, 0x8cc70208, 0x90befffa, 0xa4506ceb, 0xbef9a3f7, 0xc67178f2};
+constexpr std::size_t kBlock = 64;
+
+class Digest {
+ public:
+  void AddBlock(const char* bytes) {
+    std::array<std::uint32_t, 64> words{};
+    for (std::size_t i = 0; i < 16; ++i) {
+      for (std::size_t k = 0; k < 4; ++k) {
+        words[i] = words[i] << 8 | static_cast<unsigned char>(bytes[i * 4 + k]);
+      }
+    }
+    for (std::size_t i = 16; i < 64; ++i) {
+      std::uint32_t a = words[i - 15];
+      std::uint32_t b = words[i - 2];
+      words[i] = words[i - 16] + (std::rotr(a, 7) ^ std::rotr(a, 18) ^ a >> 3) + words[i - 7] +
+                 (std::rotr(b, 17) ^ std::rotr(b, 19) ^ b >> 10);
+    }
+    std::array<std::uint32_t, 8> s = state_;
+    for (std::size_t i = 0; i < 64; ++i) {
+      std::uint32_t choice = (s[4] & s[5]) ^ (~s[4] & s[6]);
+      std::uint32_t majority = (s[0] & s[1]) ^ (s[0] & s[2]) ^ (s[1] & s[2]);
+      std::uint32_t first = s[7] +
+                            (std::rotr(s[4], 6) ^ std::rotr(s[4], 11) ^ std::rotr(s[4], 25)) +
+                            choice + kRounds[i] + words[i];
+      std::uint32_t second =
+          (std::rotr(s[0], 2) ^ std::rotr(s[0], 13) ^ std::rotr(s[0], 22)) + majority;
+      s = {first + second, s[0], s[1], s[2], s[3] + first, s[4], s[5], s[6]};
+    }
+    for (std::size_t i = 0; i < 8; ++i) state_[i] += s[i];
+  }
+
+  [[nodiscard]] std::string Text() const {
+    std::string text;
+    for (std::uint32_t word : state_) {
+      char digits[9];
+      std::snprintf(digits, sizeof(digits), "%08x", word);
+      text += digits;
+    }
+    return text;
+  }
+
+ private:
+  std::array<std::uint32_t, 8> state_ = {0x6a09e667, 0xbb67ae85, 0x3c6ef372, 0xa54ff53a,
+                                         0x510e527f, 0x9b05688c, 0x1f83d9ab, 0x5be0cd19};
+};
+
+}  // namespace
+
+std::string Sha256(std::string_view bytes) {
+  Digest digest;
+  std::size_t whole = bytes.size() / kBlock * kBlock;
+  for (std::size_t at = 0; at < whole; at += kBlock) digest.AddBlock(bytes.data() + at);
+  std::string tail(bytes.substr(whole));
+  tail.push_back(static_cast<char>(0x80));
+  while (tail.size() % kBlock != kBlock - 8) tail.push_back('\0');
+  std::uint64_t bits = std::uint64_t{bytes.size()} * 8;
+  for (int shift = 56; shift >= 0; shift -= 8) tail.push_back(static_cast<char>(bits >> shift));
+  for (std::size_t at = 0; at < tail.size(); at += kBlock) digest.AddBlock(tail.data() + at);
+  return digest.Text();
+}
+
+}  // namespace corvane::cvctl
