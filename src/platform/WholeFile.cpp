@@ -57,12 +57,10 @@ bool WholeFile::State::PutGathered() {
 }
 
 bool WholeFile::State::Copy(int source, std::uint64_t offset, std::uint64_t size) {
-  std::uint64_t end = offset + size;
-  if (size == UINT64_MAX) {
-    struct stat state = {};
-    if (fstat(source, &state) != 0) return Fail();
-    end = static_cast<std::uint64_t>(state.st_size);
-  }
+  struct stat state = {};
+  if (fstat(source, &state) != 0) return Fail();
+  std::uint64_t end = static_cast<std::uint64_t>(state.st_size);
+  if (offset < end) end = offset + std::min(size, end - offset);
   // The system copies at most a little less than 2 GB a call.
   constexpr std::uint64_t kMostAtOnce = std::uint64_t{1} << 30;
   while (offset < end) {

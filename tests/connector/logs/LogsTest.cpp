@@ -12,6 +12,7 @@
 #include "SERVICES/Library/xMutexLock/Exception.h"
 #include "connector/logs/Logs.h"
 #include "platform/Error.h"
+#include "platform/FaultInjection.h"
 #include "platform/Machine.h"
 #include "tests/connector/logs/LogFixture.h"
 
@@ -245,12 +246,26 @@ TEST_F(LogsTest, LongAndOddTextsPass) {
 }
 
 // As after the death of another connector in the middle of a line.
-TEST_F(LogsTest, AbandonedMutexIsToldOnceByException) {
+TEST_F(LogsTest, AnAbandonedMutexIsTakenOver) {
   Use(2, 0);
   CreateLogMutexes();
   LeaveDebugMutexBehind();
-  EXPECT_THROW(LogDebug("lost\n"), Exception);
   EXPECT_EQ(Printed([] { LogDebug("kept\n"); }), Dated("DATE 12:00:00 kept\n"));
+}
+
+TEST_F(LogsTest, AFailedWriteLosesItsLineAndNotTheDay) {
+  Use(1, 0);
+  OpenDebugLog();
+  platform::ArmFault({.number = 1,
+                      .error = platform::kErrorDiskFull,
+                      .calls = platform::FileCallBit(platform::FileCall::kWrite)});
+  LogDebug("lost\n");
+  platform::DisarmFault();
+  LogDebug("kept\n");
+  CloseDebugLog();
+  const std::string log = DebugFile();
+  EXPECT_EQ(log.find("lost"), std::string::npos);
+  EXPECT_NE(log.find("kept"), std::string::npos);
 }
 
 TEST_F(LogsTest, WithoutATargetTheMutexIsLeftAlone) {

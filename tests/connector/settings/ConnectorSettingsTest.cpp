@@ -184,6 +184,8 @@ TEST_F(ConnectorSettingsTest, RawTextsFillTheirBuffer) {
 TEST_F(ConnectorSettingsTest, RawWritesMakeTheKey) {
   const char* key = "SOFTWARE\\Wow6432Node\\Corvane\\Corvane\\Connectors\\LS\\Counters";
   std::uint32_t value = 0;
+  EXPECT_EQ(WriteSettingDword(key, "Service Start", 1), 0) << "a counter makes no store";
+  ASSERT_TRUE(platform::SettingsStore::Default().SetDword("SOFTWARE\\Elsewhere", "Any", 1));
   EXPECT_EQ(WriteSettingDword(key, "Service Start", 1'700'000'000), 1);
   EXPECT_EQ(ReadSettingDword(key, "Service Start", &value), 1);
   EXPECT_EQ(value, 1'700'000'000U);
