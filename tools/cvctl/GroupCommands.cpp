@@ -43,11 +43,7 @@ void Add(const Arguments& arguments) {
 
 void List(const Arguments& arguments) {
   Database store = OpenForReading();
-  if (!arguments.postoffice.empty()) {
-    configuration::PostofficeEntry owner;
-    ExpectFound(configuration::FindPostoffice(store, arguments.postoffice, owner), store,
-                "postoffice " + arguments.postoffice);
-  }
+  if (!arguments.postoffice.empty()) ExpectPostoffice(store, arguments.postoffice);
   ordered_json all = ordered_json::array();
   const auto visit = [&](const GroupEntry& entry) {
     if (arguments.json) {

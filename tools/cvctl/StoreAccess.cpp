@@ -1,6 +1,7 @@
 #include "cvctl/StoreAccess.h"
 
 #include "configuration/ConfiguredStore.h"
+#include "configuration/Lookups.h"
 #include "cvctl/Command.h"
 #include "platform/FileSystem.h"
 
@@ -70,6 +71,11 @@ void ExpectFound(Answer answer, const platform::Database& store, const std::stri
   if (answer == Answer::kUnknown) {
     throw Failure(kNotFound, "there is no " + thing + "; see 'list' for what there is");
   }
+}
+
+void ExpectPostoffice(platform::Database& store, const std::string& name) {
+  configuration::PostofficeEntry entry;
+  ExpectFound(configuration::FindPostoffice(store, name, entry), store, "postoffice " + name);
 }
 
 }  // namespace corvane::cvctl

@@ -22,5 +22,6 @@ void ExpectDone(configuration::EditResult result, const platform::Database& stor
 // Throws Failure unless the look-up found something.
 void ExpectFound(configuration::Answer answer, const platform::Database& store,
                  const std::string& thing);
+void ExpectPostoffice(platform::Database& store, const std::string& name);
 
 }  // namespace corvane::cvctl

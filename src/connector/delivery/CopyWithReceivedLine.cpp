@@ -2,10 +2,9 @@
 
 #include <string>
 
-#include "connector/delivery/HeaderDate.h"
 #include "connector/queue/Durability.h"
 #include "connector/queue/QueuePaths.h"
-#include "platform/Clock.h"
+#include "message/MessageDate.h"
 #include "platform/TextFile.h"
 #include "platform/WholeFile.h"
 
@@ -31,8 +30,8 @@ std::int32_t CopyWithReceivedLine(const ConnectorMessage& message,
   auto target =
       platform::WholeFile::Create(InboundMessagePath(newMessage.Connector, newMessage.MessageID));
   if (!target) return 0;
-  bool written = target.Write("Received: with Corvane Postoffice Connector; " +
-                              HeaderDate(platform::NowSeconds()) + "\r\n");
+  bool written =
+      target.Write("Received: with Corvane Postoffice Connector; " + FormatMessageDate() + "\r\n");
   while (written) {
     const auto line = source.ReadLine(kPieceBytes);
     if (!line) break;

@@ -23,9 +23,9 @@ bool FlushData(const std::string& path) {
   // A client has moved or removed the message already, or holds it: its bytes are still on this
   // file system.
   const std::int32_t error = platform::LastError();
-  if (error != platform::kErrorFileNotFound && error != platform::kErrorSharingViolation)
-    return false;
-  return platform::FlushFileSystems({std::string(platform::ParentPath(path))});
+  const bool elsewhere =
+      error == platform::kErrorFileNotFound || error == platform::kErrorSharingViolation;
+  return elsewhere && platform::FlushFileSystems({std::string(platform::ParentPath(path))});
 }
 
 bool FlushEach(const std::vector<PendingFlush>& files) {
@@ -45,10 +45,6 @@ bool FlushAll(const std::vector<PendingFlush>& files) {
   for (const PendingFlush& file : files) directories.emplace_back(platform::ParentPath(file.path));
   return platform::FlushFileSystems(directories);
 }
-
-}  // namespace
-
-namespace {
 
 // Keeps the list of a very long walk short.
 bool FlushSome(ConnectorMessage& message) {
@@ -77,9 +73,9 @@ bool TransferWithHeader(ConnectorMessage& message, const std::string& source,
 }
 
 bool FlushDelivered(ConnectorMessage& message) {
-  if (!DurabilityOn() || message.Delivered.empty()) return true;
-  const bool done = message.Delivered.size() < kFlushAllFrom ? FlushEach(message.Delivered)
-                                                             : FlushAll(message.Delivered);
+  const bool few = message.Delivered.size() < kFlushAllFrom;
+  const bool done =
+      !DurabilityOn() || (few ? FlushEach(message.Delivered) : FlushAll(message.Delivered));
   if (done) message.Delivered.clear();
   return done;
 }
