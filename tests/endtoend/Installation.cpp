@@ -116,7 +116,8 @@ std::vector<std::string> Installation::Inbox(const std::string& mailbox) const {
   std::vector<std::string> names;
   std::error_code missing;
   for (const auto& entry : fs::directory_iterator(MailboxFile(mailbox, ""), missing)) {
-    names.push_back(entry.path().filename().string());
+    const std::string name = entry.path().filename().string();
+    if (!name.starts_with("_")) names.push_back(name);
   }
   return names;
 }

@@ -1,223 +1,223 @@
 #include "connector/delivery/DeliverToMailbox.h"
 
-#include <stdexcept>
-#include <string_view>
-
-#include "PROVIDERS/Library/LIBOption/ConfigurationProviders.h"
-#include "SERVICES/Library/LIBStore/StorePaths.h"
-#include "connector/delivery/AddressHelpers.h"
+#include "CLIENTS/CVMAPI/CVMSLIB/common/FileManagement.h"
+#include "SERVICES/Library/LIBStore/MarkFolderChanged.h"
+#include "SERVICES/Library/LIBStore/NewMessageMarkers.h"
+#include "connector/delivery/AutoResponder.h"
+#include "connector/delivery/ClassifyMessage.h"
+#include "connector/delivery/DeliveryEvent.h"
+#include "connector/delivery/FolderChoice.h"
 #include "connector/delivery/FolderTransfer.h"
-#include "connector/delivery/GenerateNDR.h"
-#include "connector/delivery/KeepInQueue.h"
-#include "connector/delivery/ParsedAddress.h"
+#include "connector/delivery/GenerateDSN.h"
+#include "connector/delivery/MailboxCopy.h"
+#include "connector/delivery/MailboxDelivery.h"
+#include "connector/delivery/MailboxLookup.h"
+#include "connector/delivery/MailboxSpamSettings.h"
+#include "connector/delivery/NotifyMailboxClients.h"
+#include "connector/delivery/QuotaStage.h"
+#include "connector/delivery/RealtimeTraining.h"
+#include "connector/delivery/RedirectStage.h"
+#include "connector/delivery/ScopedRules.h"
 #include "connector/logs/ExceptionReport.h"
 #include "connector/logs/Logs.h"
 #include "connector/queue/QueuePaths.h"
-#include "connector/queue/SetMessageHeader.h"
 #include "connector/settings/Settings.h"
-#include "platform/Clock.h"
-#include "platform/Error.h"
+#include "filter/ProcessScopedFilters.h"
 #include "platform/FileSystem.h"
-#include "platform/Path.h"
+#include "records/audit/AuditLog.h"
 
 namespace corvane {
 namespace {
 
-constexpr const char* kInbox = "\\Inbox";
-constexpr const char* kReturnPath = "Return-Path";
-constexpr const char* kNoMailbox = "The mailbox is not available on this system";
+constexpr std::int32_t kDealtWith = 1;
+constexpr std::int32_t kCopyFailed = 0;
 
-// What the steps of one delivery share.
-struct Delivery {
-  ConnectorMessage& message;
-  const std::string& postoffice;
-  const std::string& recipientItem;
-  MailboxRecord record{};
-  std::string source{};
-  std::string root{};
-  std::string folder = kInbox;
-  std::uint32_t messageKb = 0;
-
-  [[nodiscard]] std::string MailboxPath() const { return root + "\\MAILROOT\\" + record.Mailbox; }
-  [[nodiscard]] std::string InFolder(std::string_view name, std::string_view file) const {
-    return MailboxPath().append("\\").append(name).append("\\").append(file);
-  }
-};
-
-void PrepareRecord(Delivery& delivery, const std::string& mailbox) {
+void Prepare(MailboxDelivery& delivery) {
+  delivery.message.DeliveryFolder.clear();
   MailboxRecord& record = delivery.record;
   SetText(record.Postoffice, delivery.postoffice);
-  SetText(record.Mailbox, mailbox);
+  SetText(record.Mailbox, delivery.askedMailbox);
   record.RedirectStatus = -1;
   record.Status = -1;
   record.Limit = UINT32_MAX;
-  record.Size = UINT32_MAX - 1;
+  delivery.source = OutgoingMessagePath(delivery.message.Connector, delivery.message.MessageID);
 }
 
-bool SourceIsThere(const Delivery& delivery) {
-  if (platform::FileExists(delivery.source)) return true;
-  LogDebugF("[%s] Message does not exist after postoffice level filter for PO=%s.\n",
-            delivery.message.MessageID, delivery.postoffice.c_str());
-  return false;
-}
-
-// A provider may leave a text without its end.
-void EndTexts(MailboxRecord& record) {
-  record.Postoffice[sizeof(record.Postoffice) - 1] = '\0';
-  record.Mailbox[sizeof(record.Mailbox) - 1] = '\0';
-  record.RedirectAddress[sizeof(record.RedirectAddress) - 1] = '\0';
-}
-
-// Whether the answer says nothing of the mailbox: the shipped library lost its store.
-bool StoreIsOutOfReach(const MailboxRecord& record, std::int32_t result) {
-  return result == -1 && record.Status == kMailboxStoreUnreachable;
-}
-
-bool FindMailbox(Delivery& delivery) {
+bool PassesPostofficeRules(MailboxDelivery& delivery) {
   if (DebugLevelAbove(10)) {
-    LogDebugF("[%s] Getting mailbox details.\n", delivery.message.MessageID);
+    LogDebugF("[%s] Checking message for postoffice filters.\n", delivery.Id());
   }
-  const std::int32_t result = MailboxGet(delivery.record);
-  EndTexts(delivery.record);
-  if (StoreIsOutOfReach(delivery.record, result)) {
-    throw std::runtime_error("the configuration store can't be reached");
-  }
-  if (result != 0) return true;
-  LogDebugF("[%s] Mailbox (%s) could not be found on postoffice (%s) and message bounced.\n",
-            delivery.message.MessageID, delivery.record.Mailbox, delivery.postoffice.c_str());
-  GenerateNDR(delivery.message, delivery.recipientItem, kNoMailbox);
-  return false;
-}
-
-void ReadMessageSize(Delivery& delivery) {
-  if (DebugLevelAbove(10)) {
-    LogDebugF("[%s] Reading message size.\n", delivery.message.MessageID);
-  }
-  const auto info = platform::GetFileInfo(delivery.source);
-  delivery.messageKb = info ? static_cast<std::uint32_t>(info->size / 1024 + 1) : 1;
-}
-
-bool MailboxIsEnabled(Delivery& delivery) {
-  if (delivery.record.Status == 1) return true;
-  LogDebugF(
-      "[%s] Mailbox (%s) on postoffice (%s) either no longer exists or is disabled. The message "
-      "has "
-      "been returned to sender.\n",
-      delivery.message.MessageID, delivery.record.Mailbox, delivery.postoffice.c_str());
-  GenerateNDR(delivery.message, delivery.recipientItem, kNoMailbox);
-  return false;
-}
-
-// Whether the mailbox keeps its own mail. Redirection is not built yet; such a message stays in the
-// queue.
-bool StaysHere(Delivery& delivery) {
-  MailboxRecord& record = delivery.record;
-  if (settings::Get(settings::kRedirectionEnabled) == 1 || record.RedirectAddress[0] == '\0') {
-    record.RedirectStatus = 0;
-  }
-  if (record.RedirectStatus != 1 && record.RedirectStatus != 2) return true;
-  KeepInQueue(delivery.message, "redirection", record.RedirectAddress);
-  return false;
-}
-
-bool FitsQuota(Delivery& delivery) {
-  const MailboxRecord& record = delivery.record;
-  if (DebugLevelAbove(6)) {
-    LogDebugF(
-        "[%s] Checking message of size %dKb for mailbox (%s) on postoffice (%s) with quota of %dKb "
-        "(current size %luKb).\n",
-        delivery.message.MessageID, static_cast<int>(delivery.messageKb), record.Mailbox,
-        delivery.postoffice.c_str(), static_cast<int>(record.Limit),
-        static_cast<unsigned long>(record.Size));
-  }
-  if (record.Limit == UINT32_MAX || record.Size + delivery.messageKb <= record.Limit) return true;
-  LogDebugF(
-      "[%s] Message of size %dKb for mailbox (%s) on postoffice (%s) would exceed mailbox quota of "
-      "%dKb (current size %luKb).\n",
-      delivery.message.MessageID, static_cast<int>(delivery.messageKb), record.Mailbox,
-      delivery.postoffice.c_str(), static_cast<int>(record.Limit),
-      static_cast<unsigned long>(record.Size));
-  KeepInQueue(delivery.message, "quota notices", delivery.recipientItem);
-  return false;
-}
-
-std::string ReturnPath(const Delivery& delivery) {
-  const std::string_view sender = SenderAddress(delivery.message.Sender);
-  const bool none = platform::EqualsNoCase(delivery.message.CommandType, "NDR") ||
-                    platform::EqualsNoCase(sender, PostmasterAddress());
-  return none ? "<>" : std::string("<").append(sender).append(">");
-}
-
-void WriteReturnPath(Delivery& delivery) {
-  if (SetMessageHeader(delivery.message, kReturnPath, ReturnPath(delivery), false, true) != 1) {
-    LogDebugF("[%s] The Return-Path header could not be written (error %d).\n",
-              delivery.message.MessageID, platform::LastError());
-  }
-}
-
-// The copy with its Return-Path; the last recipient's is made in one go.
-bool Transfer(Delivery& delivery) {
-  const std::string target = delivery.InFolder(delivery.folder, delivery.message.MessageID);
-  if (TransferWithHeader(delivery.message, delivery.source, target, kReturnPath,
-                         ReturnPath(delivery))) {
+  if (ProcessPostofficeRules(delivery.postoffice, delivery.message) != kFilterTookMessage) {
     return true;
   }
-  WriteReturnPath(delivery);
-  return TransferToFolder(delivery.message, delivery.source, target);
+  LogDebugF(
+      "[%s] Message delivery processing to PO=%s was interupted because a filter prevented "
+      "delivery of the original message.\n",
+      delivery.Id(), delivery.postoffice.c_str());
+  return false;
 }
 
-// The first copy has failed: the mailbox may lack its Inbox, or the network was away for a moment.
-bool CopyAfterFailure(Delivery& delivery, std::int32_t error) {
-  const bool networkGone = error == platform::kErrorNetworkNameGone;
+void ReadFlags(MailboxDelivery& delivery) {
+  if (DebugLevelAbove(10)) LogDebugF("[%s] Reading message flags.\n", delivery.Id());
+  ClassifyMessage(delivery.message, delivery.source, delivery.flags,
+                  settings::Get(settings::kFilterJunkMail));
+}
+
+void AnswerAutomatically(MailboxDelivery& delivery) {
+  if (settings::Get(settings::kAutoRespondersEnabled) == 0) return;
+  if (DebugLevelAbove(10)) LogDebugF("[%s] Processing any autoresponder.\n", delivery.Id());
+  static_cast<void>(ProcessAutoResponder(delivery.message, delivery.flags, delivery.record));
+}
+
+// An entry about the sender's message in the trail of the mailbox that was asked for.
+void Audit(const MailboxDelivery& delivery, AuditCode code, const std::string& what) {
+  WriteAuditEntry(code, delivery.postoffice, delivery.askedMailbox,
+                  "POSTOFFICE Message from: " + delivery.sender + what, kAuditSeverity,
+                  AuditCategory::kDelivery);
+}
+
+bool PassesMailboxRules(MailboxDelivery& delivery) {
+  delivery.rulesResult = ProcessMailboxRules(delivery.record, delivery.message);
+  if (delivery.rulesResult != kFilterTookMessage) return true;
   LogDebugF(
-      networkGone ? "[%s] Failed to copy message, network unavailable error (%d) occurred when "
-                    "delivering to PO=%s MBX=%s. Retrying after delay.\n"
-                  : "[%s] Failed to copy message, error (%d) occurred when delivering to PO=%s "
-                    "MBX=%s. Retrying.\n",
-      delivery.message.MessageID, error, delivery.postoffice.c_str(), delivery.record.Mailbox);
-  if (networkGone) platform::SleepFor(5000);
-  static_cast<void>(platform::CreateDirectory(delivery.MailboxPath()));
-  static_cast<void>(platform::CreateDirectory(delivery.MailboxPath() + kInbox));
-  if (!TransferToFolder(delivery.message, delivery.source,
-                        delivery.InFolder("Inbox", delivery.message.MessageID))) {
+      "[%s] Message delivery processing to PO=%s MBX=%s was interupted because a filter prevented "
+      "delivery of the original message.\n",
+      delivery.Id(), delivery.postoffice.c_str(), delivery.record.Mailbox);
+  Audit(delivery, AuditCode::kMailboxRule,
+        " was not delivered because a mailbox rules filter triggered non-delivery.");
+  return false;
+}
+
+bool SurvivedRules(const MailboxDelivery& delivery) {
+  if (platform::FileExists(delivery.source)) return true;
+  LogDebugF(
+      "[%s] Message processing error occurred when delivering to PO=%s MBX=%s the original message "
+      "was removed by a filter.\n",
+      delivery.Id(), delivery.postoffice.c_str(), delivery.record.Mailbox);
+  Audit(delivery, AuditCode::kSourceRemoved,
+        " was not delivered because the original message was removed by a filter.");
+  return false;
+}
+
+bool PassesDeliveryEvent(MailboxDelivery& delivery) {
+  if (ProcessDeliveryEvent(delivery.record, delivery.flags, delivery.message) == 0) return true;
+  if (platform::FileExists(delivery.target)) return true;
+  ForgetDelivered(delivery.message, delivery.target);
+  LogDebugF("[%s] Mailbox delivery event removed a message to PO=%s MBX=%s.\n", delivery.Id(),
+            delivery.postoffice.c_str(), delivery.record.Mailbox);
+  Audit(delivery, AuditCode::kDeliveryEvent, " was removed by mailbox delivery event.");
+  return false;
+}
+
+void RemoveAsSpam(MailboxDelivery& delivery) {
+  RetryDeleteFile(delivery.target);
+  ForgetDelivered(delivery.message, delivery.target);
+  LogDebugF("[%s] Message Spam processing occurred when delivering to PO=%s MBX=%s.\n",
+            delivery.Id(), delivery.postoffice.c_str(), delivery.record.Mailbox);
+  Audit(delivery, AuditCode::kSpamSetting, " was detected as spam and was not delivered.");
+}
+
+bool PassesSpamSettings(MailboxDelivery& delivery) {
+  if (delivery.junkSwitch != 0) return true;
+  const bool log = DebugLevelAbove(8);
+  if (delivery.whitelisted) {
+    if (log) {
+      LogDebugF(
+          "[%s] DeliverToMailbox:: Bypassing filtering because sender is mailbox whitelisted for "
+          "%s/%s, Sender=%s\n",
+          delivery.Id(), delivery.postoffice.c_str(), delivery.record.Mailbox,
+          delivery.sender.c_str());
+    }
+    return true;
+  }
+  const std::int32_t result = ProcessMailboxSpamSettings(
+      delivery.record, delivery.flags, delivery.message, delivery.message.DeliveryFolder);
+  if (result == kDeleteDeliveredCopy) {
+    RemoveAsSpam(delivery);
     return false;
   }
-  LogDebugF("[%s] Delivered message from %s to PO=%s MBX=%s\n", delivery.message.MessageID,
-            delivery.message.Sender, delivery.postoffice.c_str(), delivery.record.Mailbox);
+  if (log) {
+    LogDebugF("[%s] DeliverToMailbox:: %s/%s, Sender=%s Spam Rules Result=%ld\n", delivery.Id(),
+              delivery.postoffice.c_str(), delivery.record.Mailbox, delivery.sender.c_str(),
+              static_cast<long>(result));
+  }
   return true;
 }
 
-std::int32_t CopyToFolder(Delivery& delivery) {
-  if (Transfer(delivery)) {
-    const std::string line = std::string("[") + delivery.message.MessageID +
-                             "] Delivered message from " + delivery.message.Sender +
-                             " to PO=" + delivery.postoffice + " MBX=" + delivery.record.Mailbox +
-                             " FLD=" + delivery.folder + "\n";
-    LogDebug(line);
-    LogActivity(line);
-    return 1;
+void TellStore(MailboxDelivery& delivery) {
+  if (DebugLevelAbove(8)) {
+    LogDebugF("[%s] DeliverToMailbox:: Generating notification for message\n", delivery.Id());
   }
-  if (CopyAfterFailure(delivery, platform::LastError())) return 1;
-  LogDebugF("[%s] Delivery failure occurred (error %d) when delivering to PO=%s MBX=%s.\n",
-            delivery.message.MessageID, platform::LastError(), delivery.postoffice.c_str(),
-            delivery.record.Mailbox);
-  KeepInQueue(delivery.message, "bad mail", delivery.recipientItem);
-  return 0;
+  if (MarkFolderChanged(delivery.postoffice, delivery.record.Mailbox, delivery.folder, kActionAdd,
+                        delivery.message.MessageID, false, false) == 0) {
+    LogInsertionPostponed(delivery, delivery.folder);
+  }
+  AddNewMessageMarker(delivery.postoffice, delivery.record.Mailbox, "");
 }
 
-std::int32_t RunSteps(Delivery& delivery) {
-  ConnectorMessage& message = delivery.message;
-  if (!SourceIsThere(delivery)) return 1;
-  if (!FindMailbox(delivery)) return 1;
-  if (message.Account[0] == '\0') SetText(message.Account, delivery.postoffice);
+void TellClients(MailboxDelivery& delivery) {
+  SetText(delivery.message.Account, delivery.postoffice);
+  SetText(delivery.message.User, delivery.record.Mailbox);
+  NotifyMailboxClients(delivery.message);
+}
+
+void RecordDelivery(const MailboxDelivery& delivery) {
+  Audit(delivery, AuditCode::kDelivered, " was delivered to mailbox folder: " + delivery.folder);
+  const std::string line = std::string("[") + delivery.Id() + "] Delivered message from " +
+                           delivery.message.Sender + " to PO=" + delivery.postoffice +
+                           " MBX=" + delivery.record.Mailbox + " FLD=" + delivery.folder + "\n";
+  LogDebug(line);
+  LogActivity(line);
+}
+
+void TellSender(MailboxDelivery& delivery) {
+  if (GenerateDSN(delivery.message, delivery.record, DsnKind::kSuccess) != 1) return;
+  LogDebugF("[%s] Delivery Success notification message generated for %s to PO=%s MBX=%s FLD=%s\n",
+            delivery.Id(), delivery.message.Sender, delivery.postoffice.c_str(),
+            delivery.record.Mailbox, delivery.folder.c_str());
+}
+
+// Everything up to the copy. False when the delivery ends before it.
+bool RunStagesBeforeCopy(MailboxDelivery& delivery) {
+  if (!PassesPostofficeRules(delivery)) return false;
+  if (!IsSourceThere(delivery)) return false;
+  ReadFlags(delivery);
+  if (!FindMailbox(delivery)) return false;
+  if (settings::Get(settings::kRedirectionEnabled) == 1) delivery.record.RedirectStatus = 0;
+  if (delivery.message.Account[0] == '\0') SetText(delivery.message.Account, delivery.postoffice);
   ReadMessageSize(delivery);
-  if (!MailboxIsEnabled(delivery) || !StaysHere(delivery) || !FitsQuota(delivery)) return 1;
-  delivery.root = GetPostofficeRoot(delivery.postoffice);
-  message.DeliveryFolder = delivery.folder;
-  const std::int32_t result = CopyToFolder(delivery);
-  SetText(message.Account, delivery.postoffice);
-  SetText(message.User, delivery.record.Mailbox);
-  return result;
+  if (!IsMailboxEnabled(delivery)) return false;
+  AnswerAutomatically(delivery);
+  if (!StaysHere(delivery)) return false;
+  if (!HasRoom(delivery)) return false;
+  ChooseFolder(delivery);
+  return PassesMailboxRules(delivery) && SurvivedRules(delivery);
+}
+
+void RunStagesAfterCopy(MailboxDelivery& delivery) {
+  ClassifyMessage(delivery.message, delivery.target, delivery.flags,
+                  settings::Get(settings::kFilterJunkMail));
+  if (!PassesDeliveryEvent(delivery)) return;
+  TrainFilter(delivery.message, delivery.target, delivery.whitelisted, delivery.blacklisted);
+  if (!PassesSpamSettings(delivery)) return;
+  TellStore(delivery);
+  TellClients(delivery);
+  RecordDelivery(delivery);
+  TellSender(delivery);
+}
+
+std::int32_t RunStages(MailboxDelivery& delivery) {
+  if (!RunStagesBeforeCopy(delivery)) return kDealtWith;
+  switch (CopyToMailbox(delivery)) {
+    case CopyOutcome::kFailed:
+      return kCopyFailed;
+    case CopyOutcome::kCopied:
+      RunStagesAfterCopy(delivery);
+      break;
+    case CopyOutcome::kSettled:
+      break;
+  }
+  return kDealtWith;
 }
 
 }  // namespace
@@ -225,11 +225,9 @@ std::int32_t RunSteps(Delivery& delivery) {
 std::int32_t DeliverToMailbox(ConnectorMessage& message, const std::string& postoffice,
                               const std::string& mailbox, const std::string& recipientItem) {
   return ReportAndRethrow("DeliverToMailbox", SourcePlace{"SFDeliver", __LINE__}, [&] {
-    message.DeliveryFolder.clear();
-    Delivery delivery{message, postoffice, recipientItem};
-    delivery.source = OutgoingMessagePath(message.Connector, message.MessageID);
-    PrepareRecord(delivery, mailbox);
-    return RunSteps(delivery);
+    MailboxDelivery delivery{message, postoffice, mailbox, recipientItem};
+    Prepare(delivery);
+    return RunStages(delivery);
   });
 }
 

@@ -1,5 +1,6 @@
 #include "connector/delivery/FolderTransfer.h"
 
+#include <algorithm>
 #include <set>
 
 #include "connector/queue/Durability.h"
@@ -70,6 +71,13 @@ bool TransferWithHeader(ConnectorMessage& message, const std::string& source,
   if (!message.LastRecipient || CopyWithHeader(source, target, name, value) != 1) return false;
   message.Delivered.push_back({target, false});
   return FlushSome(message);
+}
+
+void ForgetDelivered(ConnectorMessage& message, const std::string& target) {
+  auto& files = message.Delivered;
+  files.erase(std::remove_if(files.begin(), files.end(),
+                             [&](const PendingFlush& file) { return file.path == target; }),
+              files.end());
 }
 
 bool FlushDelivered(ConnectorMessage& message) {

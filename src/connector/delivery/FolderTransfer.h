@@ -26,6 +26,9 @@ namespace corvane {
                                       const std::string& target, std::string_view name,
                                       std::string_view value);
 
+// For a file that has been taken out of its mailbox again: there is nothing of it to make durable.
+void ForgetDelivered(ConnectorMessage& message, const std::string& target);
+
 // Makes everything that the walk has delivered durable; nothing to do with `Delivery Durability` at
 // 0. The queue files may go only after this has returned true.
 [[nodiscard]] bool FlushDelivered(ConnectorMessage& message);
