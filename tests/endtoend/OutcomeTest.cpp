@@ -220,6 +220,7 @@ class OutcomeTest : public testing::Test {
     installation_.Set("CONNECTORS\\SMTP", "Bad Mail Notification Sender Address",
                       "post@house.example");
     installation_.Set("CONNECTORS\\SMTP", "Local Domain Name", "house.example");
+    installation_.Set("CONNECTORS\\SF", "Reset Messages On Restart", "0");
   }
 
   void Run(const std::vector<OutcomeCase>& cases, bool emptyAtEnd) {
