@@ -32,6 +32,9 @@ class Failure : public std::runtime_error {
 // One JSON document on standard output, with a line end. Bytes that are no UTF-8 become U+FFFD.
 void PrintJson(const nlohmann::ordered_json& document);
 
+// The same on one line, for a command that prints one after the other.
+void PrintJsonLine(const nlohmann::ordered_json& document);
+
 // Flag --json of a command.
 inline void AddJsonFlag(CLI::App* command, bool* json) {
   command->add_flag("--json", *json, "print one JSON document");

@@ -12,11 +12,18 @@
 #include "cvctl/MessageCommands.h"
 #include "cvctl/QueueCommands.h"
 #include "cvctl/SettingsCommands.h"
+#include "cvctl/WatchCommand.h"
 
 namespace corvane::cvctl {
 
 void PrintJson(const nlohmann::ordered_json& document) {
   std::string text = document.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+  std::printf("%s\n", text.c_str());
+}
+
+void PrintJsonLine(const nlohmann::ordered_json& document) {
+  const std::string text =
+      document.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
   std::printf("%s\n", text.c_str());
 }
 
@@ -39,6 +46,7 @@ int Run(int argc, char** argv) {
   AddMessageCommands(app);
   AddQueueCommands(app);
   AddSettingsCommands(app);
+  AddWatchCommand(app);
   try {
     // The parser takes the words of a vector from the end.
     std::vector<std::string> words = GuardedWords(argc, argv);

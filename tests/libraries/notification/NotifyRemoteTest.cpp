@@ -5,13 +5,16 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <string>
 
 #include "SERVICES/Library/LIBRPCNotify/RemoteNotification.h"
 #include "platform/Machine.h"
 #include "platform/SettingsStore.h"
+#include "tests/support/BackgroundProgram.h"
 #include "tests/support/BuildPlaces.h"
+#include "tests/support/RunProgram.h"
 #include "tests/support/TemporaryDirectory.h"
 
 namespace corvane {
@@ -109,6 +112,36 @@ TEST_F(NotifyRemoteTest, AFullQueueFailsAtOnce) {
   EXPECT_GT(sent, 1);
   EXPECT_EQ(mta.Next(), "text");
   EXPECT_EQ(NotifyRemote("", "MTA", "text"), 0) << "room again";
+}
+
+// cvctl watch takes a service's place: what is about the mailbox comes out, a line each.
+TEST_F(NotifyRemoteTest, WatchShowsWhatIsAboutItsMailbox) {
+  const std::string output = run_ / "output";
+  const std::string socket = run_ / "MTA.sock";
+  { Service dead(socket); }
+  {
+    test::BackgroundProgram watch({test::ProgramFile("cvctl"), "watch", "acme/Anna"}, {}, output);
+    for (int i = 0; i < 500 && NotifyRemote("", "MTA", "hello\tall") != 0; ++i) usleep(10'000);
+    EXPECT_EQ(NotifyRemote("", "MTA", "[CV_ACTION]\tTRAIN-HAM\t/m/acme/MAILROOT/anna/Inbox/1.MAI"),
+              0);
+    EXPECT_EQ(NotifyRemote("", "MTA", "[CV_ACTION]\tTRAIN-HAM\t/m/acme/MAILROOT/bob/Inbox/2.MAI"),
+              0);
+    EXPECT_EQ(NotifyRemote("", "MTA", "[CV_ACTION]\tTRAIN-SPAM\tC:\\ACME\\mailroot\\anna\\3.MAI"),
+              0);
+    const auto second = test::RunProgram({test::ProgramFile("cvctl"), "watch", "acme/anna"});
+    EXPECT_EQ(second.exitCode, 3);
+    EXPECT_NE(second.errors.find("another service listens there"), std::string::npos);
+    for (int i = 0; i < 500 && test::ReadBytes(output).find("3.MAI") == std::string::npos; ++i) {
+      usleep(10'000);
+    }
+    EXPECT_EQ(watch.Signal(SIGTERM), 0);
+  }
+  const std::string text = test::ReadBytes(output);
+  EXPECT_NE(text.find("               hello?all\n"), std::string::npos) << text;
+  EXPECT_NE(text.find("  TRAIN-HAM    /m/acme/MAILROOT/anna/Inbox/1.MAI\n"), std::string::npos);
+  EXPECT_EQ(text.find("2.MAI"), std::string::npos);
+  EXPECT_NE(text.find("  TRAIN-SPAM   C:\\ACME\\mailroot\\anna\\3.MAI\n"), std::string::npos);
+  EXPECT_NE(access(socket.c_str(), F_OK), 0) << "its socket is gone with it";
 }
 
 TEST_F(NotifyRemoteTest, ATextThatIsNoDatagramFails) {
