@@ -45,7 +45,7 @@ std::int32_t GetPostoffice(PostofficeRecord& record) {
 std::int32_t GetMailbox(MailboxRecord& record) {
   MailboxEntry found;
   std::string customRoot;
-  const Answer answer = AskStorePatiently([&](platform::Database& store) {
+  const Answer answer = AskStore([&](platform::Database& store) {
     const Answer mailbox =
         FindMailbox(store, TextOf(record.Postoffice), TextOf(record.Mailbox), found);
     if (mailbox != Answer::kFound || !AllowsCustomRoots()) return mailbox;
@@ -80,7 +80,8 @@ Enumerations& WalksOfThread() {
   return walks;
 }
 
-// Hands out the member behind the last one of the walk, if the group is being walked.
+// Hands out the member behind the last one of the walk, if the group is being walked. A walk whose
+// store is out of reach stays where it is.
 std::int32_t NextMember(GroupMemberRecord& record, std::int64_t* last) {
   if (last == nullptr) return 0;
   const std::string_view postoffice = TextOf(record.Postoffice);
@@ -94,6 +95,7 @@ std::int32_t NextMember(GroupMemberRecord& record, std::int64_t* last) {
     SetText(record.MemberAddress, found.item);
     return 1;
   }
+  if (answer == Answer::kUnreachable) return kUnreachable;
   WalksOfThread().End(postoffice, group);
   return 0;
 }
@@ -129,7 +131,7 @@ extern "C" {
 [[gnu::visibility("default")]] std::int32_t GroupMemberFindFirst(
     corvane::GroupMemberRecord* record) {
   if (record == nullptr) return 0;
-  return GuardExport("GroupMemberFindFirst", 0, [&] {
+  return GuardExport("GroupMemberFindFirst", corvane::configuration::kUnreachable, [&] {
     return corvane::configuration::NextMember(
         *record, corvane::configuration::WalksOfThread().Begin(corvane::TextOf(record->Postoffice),
                                                                corvane::TextOf(record->GroupName)));
@@ -139,7 +141,7 @@ extern "C" {
 [[gnu::visibility("default")]] std::int32_t GroupMemberFindNext(
     corvane::GroupMemberRecord* record) {
   if (record == nullptr) return 0;
-  return GuardExport("GroupMemberFindNext", 0, [&] {
+  return GuardExport("GroupMemberFindNext", corvane::configuration::kUnreachable, [&] {
     return corvane::configuration::NextMember(
         *record, corvane::configuration::WalksOfThread().Find(corvane::TextOf(record->Postoffice),
                                                               corvane::TextOf(record->GroupName)));

@@ -67,6 +67,7 @@ std::optional<ConfigurationStore::Connection> ConfigurationStore::Borrow(const s
 }
 
 void ConfigurationStore::Return(Connection connection) {
+  if (connection.database.IsFrozen()) return;
   std::lock_guard lock(mutex_);
   if (connection.source == source_ && idle_.size() < kMostIdle) {
     idle_.push_back(std::move(connection));

@@ -36,13 +36,16 @@ template <typename Query>
 // Waits a little, unless `waitedMilliseconds` has come to "Configuration Store Wait"; moves it on.
 [[nodiscard]] bool WaitForStore(std::int64_t& waitedMilliseconds);
 
-// The same for calls whose only other answer is "not there", on which mail is bounced or a member
-// of a group passed over: a store that is out of reach for a moment is waited for.
+// The same for calls whose only other answer is "not there", or whose callers would go on without:
+// a store that is out of reach for a moment is waited for. Without a configured store there is
+// nothing to wait for.
 template <typename Query>
 [[nodiscard]] Answer AskStorePatiently(Query&& query) {
   Answer answer = AskStore(query);
   std::int64_t waited = 0;
-  while (answer == Answer::kUnreachable && WaitForStore(waited)) answer = AskStore(query);
+  while (answer == Answer::kUnreachable && !ConfiguredStorePath().empty() && WaitForStore(waited)) {
+    answer = AskStore(query);
+  }
   return answer;
 }
 

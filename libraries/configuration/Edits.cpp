@@ -61,20 +61,22 @@ bool DeleteOptions(Database& store, std::int32_t kind, std::string_view key) {
   return statement.Bind(1, std::int64_t{kind}).Bind(2, key).Run();
 }
 
-bool DeleteMaps(Database& store, std::string_view item) {
-  Statement statement = store.Prepare("DELETE FROM address_map WHERE item = ?1");
-  return statement.Bind(1, item).Run();
+// What names the item elsewhere: its address maps and its places in groups.
+bool DeleteMentions(Database& store, std::string_view item) {
+  Statement maps = store.Prepare("DELETE FROM address_map WHERE item = ?1");
+  Statement members = store.Prepare("DELETE FROM member WHERE item = ?1");
+  return maps.Bind(1, item).Run() && members.Bind(1, item).Run();
 }
 
-// Options and maps hang on names, not on rows: those of everything in the postoffice.
+// Options, maps and members hang on names, not on rows: those of everything in the postoffice.
 bool DeleteWhatNames(Database& store, std::string_view postoffice) {
   bool done = DeleteOptions(store, 1, postoffice);
   const Answer mailboxes = ListMailboxes(store, postoffice, [&](const MailboxEntry& mailbox) {
     done = done && DeleteOptions(store, 2, MailboxKey(mailbox.postoffice, mailbox.name)) &&
-           DeleteMaps(store, ItemOf(mailbox.postoffice, mailbox.name));
+           DeleteMentions(store, ItemOf(mailbox.postoffice, mailbox.name));
   });
   const Answer groups = ListGroups(store, postoffice, [&](const GroupEntry& group) {
-    done = done && DeleteMaps(store, ItemOf(group.postoffice, group.name));
+    done = done && DeleteMentions(store, ItemOf(group.postoffice, group.name));
   });
   return done && mailboxes == Answer::kFound && groups == Answer::kFound;
 }
@@ -162,7 +164,7 @@ EditResult SetMailbox(Database& store, std::string_view postoffice, std::string_
 EditResult RemoveMailbox(Database& store, std::string_view postoffice, std::string_view mailbox) {
   return InTransaction(store, [&] {
     if (!DeleteOptions(store, 2, MailboxKey(postoffice, mailbox)) ||
-        !DeleteMaps(store, ItemOf(postoffice, mailbox))) {
+        !DeleteMentions(store, ItemOf(postoffice, mailbox))) {
       return EditResult::kFailed;
     }
     Statement statement = store.Prepare(
@@ -200,7 +202,7 @@ EditResult SetGroup(Database& store, std::string_view postoffice, std::string_vi
 
 EditResult RemoveGroup(Database& store, std::string_view postoffice, std::string_view group) {
   return InTransaction(store, [&] {
-    if (!DeleteMaps(store, ItemOf(postoffice, group))) return EditResult::kFailed;
+    if (!DeleteMentions(store, ItemOf(postoffice, group))) return EditResult::kFailed;
     Statement statement = store.Prepare(
         "DELETE FROM mailgroup WHERE name = ?2 AND "
         "postoffice = (SELECT id FROM postoffice WHERE name = ?1)");

@@ -35,8 +35,8 @@ using platform::Database;
 
 [[nodiscard]] EditResult AddPostoffice(Database& store, std::string_view name, std::int32_t status);
 [[nodiscard]] EditResult SetPostoffice(Database& store, std::string_view name, std::int32_t status);
-// With its mailboxes and groups only when `withContent` is set. Options and address maps of what
-// goes go too.
+// With its mailboxes and groups only when `withContent` is set. Options, address maps and
+// places in groups of what goes go too.
 [[nodiscard]] EditResult RemovePostoffice(Database& store, std::string_view name, bool withContent);
 
 [[nodiscard]] EditResult AddMailbox(Database& store, std::string_view postoffice,

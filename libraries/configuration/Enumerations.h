@@ -1,8 +1,9 @@
 // Enumerations.h -- how far each walk over a group's members has come.
 //
 // The calls that walk have no handle, so a thread's walks are told apart by the group's name;
-// several may be under way at once, a group inside another's walk among them. One of these for a
-// thread.
+// several may be under way at once, a group inside another's walk among them. A walk that is begun
+// while the same thread walks the same group takes that walk's place: a group that contains itself
+// has to be kept from its own walk by the caller. One of these for a thread.
 #pragma once
 
 #include <cstdint>

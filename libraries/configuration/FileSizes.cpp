@@ -42,6 +42,12 @@ std::uint64_t FileSizes::Set(std::string_view name, std::uint64_t size) {
   return std::exchange(slot.size, size);
 }
 
+std::optional<std::uint64_t> FileSizes::SizeOf(std::string_view name) const {
+  if (slots_.empty()) return std::nullopt;
+  const Slot& slot = slots_[Find(KeyOf(name))];
+  return slot.key == 0 ? std::nullopt : std::optional(slot.size);
+}
+
 std::uint64_t FileSizes::Erase(std::string_view name) {
   if (slots_.empty()) return 0;
   const std::size_t mask = slots_.size() - 1;

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -15,6 +16,7 @@ class FileSizes {
  public:
   // Sets a file's size; returns the size that it had, 0 for a new one.
   std::uint64_t Set(std::string_view name, std::uint64_t size);
+  [[nodiscard]] std::optional<std::uint64_t> SizeOf(std::string_view name) const;
   // Forgets a file; returns the size that it had, 0 when it wasn't there.
   std::uint64_t Erase(std::string_view name);
   void Clear();

@@ -5,17 +5,23 @@
 #include <utility>
 
 #include "platform/Clock.h"
+#include "platform/Error.h"
 
 namespace corvane::configuration {
 namespace {
 
 constexpr int kDeepestFolder = 64;
 constexpr std::int64_t kListAnewMilliseconds = 3'600'000;
+// Nobody tells of a file that is written anew in a folder without a watch.
+constexpr std::int64_t kListUnwatchedAnewMilliseconds = 300'000;
 // A folder with more files than this would take the memory of all others; it is listed at each
 // change.
 constexpr std::size_t kMostTrackedFiles = 200'000;
 // The kernel stamps a directory a moment before it tells of the change.
 constexpr int kWaitsForSign = 3;
+
+// A name that would be read as two can't be a folder of the product.
+bool IsReachable(std::string_view name) { return name.find('\\') == std::string_view::npos; }
 
 }  // namespace
 
@@ -33,7 +39,7 @@ std::uint64_t FolderSize::Measure() {
 
 void FolderSize::Update() {
   const auto now = platform::ReadDirectoryStamp(path_);
-  if (!now) return Forget();
+  if (!now) return ForgetIfGone();
   if (!known_ || IsOverdue() || now->device != stamp_.device || now->file != stamp_.file) {
     return List();
   }
@@ -57,29 +63,42 @@ bool FolderSize::IsUnchanged(const platform::DirectoryStamp& now) const {
 }
 
 bool FolderSize::IsOverdue() const {
-  return platform::CurrentClock().Monotonic() - listedAt_ >= kListAnewMilliseconds;
+  return platform::CurrentClock().Monotonic() - listedAt_ >=
+         (watch_ >= 0 ? kListAnewMilliseconds : kListUnwatchedAnewMilliseconds);
 }
 
 void FolderSize::List() {
+  // What is known of an unwatched folder's files is good for a while: messages come and go, and
+  // are hardly ever written anew.
+  FileSizes before;
+  if (watch_ < 0 && known_ && !IsOverdue()) std::swap(before, sizes_);
   StopWatching();
   if (tools_.useWatches && !tooMany_) watch_ = tools_.watches.Add(path_);
   // What changes from here on is told by the watch or shows in the stamp.
   const auto stamp = platform::ReadDirectoryStamp(path_);
-  if (!stamp) return Forget();
+  if (!stamp) return ForgetIfGone();
   settled_ = platform::IsSettled(*stamp);
   ++tools_.listings;
-  total_ = 0;
+  std::uint64_t total = 0;
   std::size_t files = 0;
   std::set<std::string, std::less<>> folders;
-  const bool complete = platform::ListDirectory(path_, [&](const platform::DirectoryName& found) {
+  const auto take = [&](const platform::DirectoryName& found) {
     if (found.isDirectory) {
-      folders.emplace(found.name);
+      if (IsReachable(found.name)) folders.emplace(found.name);
     } else if (IsItemName(found.name)) {
-      total_ += found.size;
-      if (++files > kMostTrackedFiles) StopWatching();
-      if (watch_ >= 0) sizes_.Set(found.name, found.size);
+      total += found.size;
+      if (++files > kMostTrackedFiles) {
+        StopWatching();
+      } else {
+        sizes_.Set(found.name, found.size);
+      }
     }
-  });
+  };
+  known_ = platform::ListDirectory(path_, take,
+                                   [&](std::string_view name) { return before.SizeOf(name); });
+  // A folder that can't be read to its end keeps the size that it had.
+  if (!known_) return StopWatching();
+  total_ = total;
   std::erase_if(children_, [&](const auto& child) { return !folders.contains(child.first); });
   for (const std::string& name : folders) {
     if (depth_ >= kDeepestFolder || children_.contains(name)) continue;
@@ -88,7 +107,6 @@ void FolderSize::List() {
   tooMany_ = files > kMostTrackedFiles;
   stamp_ = *stamp;
   listedAt_ = platform::CurrentClock().Monotonic();
-  known_ = complete;
 }
 
 void FolderSize::Apply(const FolderChanges& changes) {
@@ -103,7 +121,7 @@ void FolderSize::ApplyName(const std::string& name) {
   const bool isFolder = found && found->isDirectory;
   if (!isFolder) children_.erase(name);
   if (isFolder) {
-    if (depth_ < kDeepestFolder && !children_.contains(name)) {
+    if (depth_ < kDeepestFolder && IsReachable(name) && !children_.contains(name)) {
       children_.emplace(name, std::make_unique<FolderSize>(path_ + "/" + name, tools_, depth_ + 1));
     }
     total_ -= sizes_.Erase(name);
@@ -128,7 +146,10 @@ void FolderSize::Cool() {
   for (const auto& [name, child] : children_) child->Cool();
 }
 
-void FolderSize::Forget() {
+// Only a folder that isn't there has no size; one that can't be looked at keeps what it had.
+void FolderSize::ForgetIfGone() {
+  const std::int32_t error = platform::LastError();
+  if (error != platform::kErrorFileNotFound && error != platform::kErrorPathNotFound) return;
   StopWatching();
   children_.clear();
   known_ = false;

@@ -52,7 +52,7 @@ class FolderSize {
   void Apply(const FolderChanges& changes);
   void ApplyName(const std::string& name);
   void StopWatching();
-  void Forget();
+  void ForgetIfGone();
   [[nodiscard]] bool IsUnchanged(const platform::DirectoryStamp& now) const;
   [[nodiscard]] bool IsOverdue() const;
 
@@ -66,7 +66,7 @@ class FolderSize {
   std::int64_t listedAt_ = 0;
   platform::DirectoryStamp stamp_;
   std::uint64_t total_ = 0;
-  FileSizes sizes_;  // empty while the folder isn't watched
+  FileSizes sizes_;  // empty when nothing is known of the files
   std::map<std::string, std::unique_ptr<FolderSize>, std::less<>> children_;
 };
 

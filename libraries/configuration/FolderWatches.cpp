@@ -8,7 +8,7 @@ namespace {
 // Past these a listing is the cheaper way, and memory stays bounded.
 constexpr std::size_t kMostNamesOfFolder = 1024;
 constexpr std::size_t kMostNames = 32'768;
-constexpr std::size_t kMostWatches = 4096;
+constexpr std::size_t kMostWatches = 65'536;
 
 }  // namespace
 

@@ -37,6 +37,8 @@ std::uint64_t MailboxSizes::BytesOf(std::string_view directory) {
   folders_ += folders - mailbox->folders;
   mailbox->bytes = memory;
   mailbox->folders = folders;
+  // One that takes so much alone must not cost all others theirs.
+  if (memory > limits_.warmBytes / 2) Cool(*mailbox);
   Trim(*mailbox);
   return bytes;
 }
@@ -76,12 +78,16 @@ void MailboxSizes::Trim(const Mailbox& current) {
     if (mailbox.get() == &current) continue;
     const std::unique_lock measuring(mailbox->mutex, std::try_to_lock);
     if (!measuring) continue;
-    mailbox->root.Cool();
-    const std::size_t cooled = mailbox->root.MemoryBytes();
-    bytes_ -= mailbox->bytes - cooled;
-    mailbox->bytes = cooled;
+    Cool(*mailbox);
     if (HasTooManyFolders(forget)) at = Forget(at);
   }
+}
+
+void MailboxSizes::Cool(Mailbox& mailbox) {
+  mailbox.root.Cool();
+  const std::size_t cooled = mailbox.root.MemoryBytes();
+  bytes_ -= mailbox.bytes - cooled;
+  mailbox.bytes = cooled;
 }
 
 MailboxSizes::Recent::iterator MailboxSizes::Forget(Recent::iterator at) {

@@ -21,9 +21,9 @@
 namespace corvane::configuration {
 
 struct MeasuringLimits {
-  std::size_t warmBytes = 12u << 20;  // above this, watches and sizes of files are given up
-  std::size_t folders = 12'000;       // above this, mailboxes are forgotten
-  std::size_t watches = 3000;
+  std::size_t warmBytes = 24u << 20;  // above this, watches and sizes of files are given up
+  std::size_t folders = 60'000;       // above this, mailboxes are forgotten
+  std::size_t watches = 16'384;       // the system may allow fewer
 };
 
 class MailboxSizes {
@@ -46,6 +46,8 @@ class MailboxSizes {
 
   [[nodiscard]] std::shared_ptr<Mailbox> Find(const std::string& path);
   void Trim(const Mailbox& current);
+  // Takes a mailbox's watches and sizes away; its mutex and that of all are held.
+  void Cool(Mailbox& mailbox);
   Recent::iterator Forget(Recent::iterator at);
   [[nodiscard]] bool IsTooWarm(std::size_t quarters) const;
   [[nodiscard]] bool HasTooManyFolders(std::size_t quarters) const;

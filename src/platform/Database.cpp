@@ -96,6 +96,7 @@ struct DatabaseState {
   std::string path;
   std::map<std::string, sqlite3_stmt*, std::less<>> statements;
   std::string errorText;
+  bool frozen = false;
 
   ~DatabaseState() {
     for (auto& [text, statement] : statements) sqlite3_finalize(statement);
@@ -133,6 +134,7 @@ struct DatabaseState {
     // What stands in the log only would be missed: then nothing is read rather than something old.
     const auto log = GetFileInfo(path + "-wal");
     if (log && log->size > 0) return false;
+    frozen = true;
     return OpenFile(ImmutableAddress(path), SQLITE_OPEN_READONLY | SQLITE_OPEN_URI) && CanRead();
   }
 
@@ -187,6 +189,8 @@ Statement Database::Prepare(std::string_view sql) {
 std::int64_t Database::Changes() const {
   return state_ == nullptr ? 0 : sqlite3_changes64(state_->handle.get());
 }
+
+bool Database::IsFrozen() const { return state_ && state_->frozen; }
 
 std::string Database::ErrorText() const {
   return state_ == nullptr ? "the database is not open" : state_->errorText;

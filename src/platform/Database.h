@@ -44,6 +44,9 @@ class Database {
   // Rows that the last change touched.
   [[nodiscard]] std::int64_t Changes() const;
   [[nodiscard]] std::string ErrorText() const;
+  // Whether the file was opened as one that nobody changes, since it lies where nothing can be
+  // written: such a connection doesn't see it when somebody does.
+  [[nodiscard]] bool IsFrozen() const;
 
   [[nodiscard]] sqlite3* Handle() const;
 

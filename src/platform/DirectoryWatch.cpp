@@ -115,7 +115,8 @@ bool IsSettled(const DirectoryStamp& stamp) {
   return age > kTickNanoseconds;
 }
 
-bool ListDirectory(std::string_view path, const std::function<void(const DirectoryName&)>& visit) {
+bool ListDirectory(std::string_view path, const std::function<void(const DirectoryName&)>& visit,
+                   const KnownSize& known) {
   const OpenDirectory directory(opendir(SystemPath(path).c_str()));
   if (!directory) return FailWithErrno();
   for (;;) {
@@ -124,8 +125,12 @@ bool ListDirectory(std::string_view path, const std::function<void(const Directo
     if (entry == nullptr) return errno == 0 || FailWithErrno();
     const std::string_view name = entry->d_name;
     if (name == "." || name == "..") continue;
+    const bool mayBeKnown = known && entry->d_type == DT_REG;
+    const auto size = mayBeKnown ? known(name) : std::nullopt;
     if (entry->d_type == DT_DIR) {
       visit(DirectoryName{name, true, 0});
+    } else if (size) {
+      visit(DirectoryName{name, false, *size});
     } else if (const auto found = LookAt(dirfd(directory.get()), entry->d_name)) {
       visit(*found);
     }

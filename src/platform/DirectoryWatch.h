@@ -44,9 +44,12 @@ struct DirectoryName {
   std::uint64_t size = 0;
 };
 
-// Calls `visit` for each file and directory; false when the directory can't be read to its end.
+// Calls `visit` for each file and directory; false when the directory can't be read to its end. A
+// regular file whose size `known` gives isn't looked at.
+using KnownSize = std::function<std::optional<std::uint64_t>(std::string_view name)>;
 [[nodiscard]] bool ListDirectory(std::string_view path,
-                                 const std::function<void(const DirectoryName&)>& visit);
+                                 const std::function<void(const DirectoryName&)>& visit,
+                                 const KnownSize& known = {});
 // One name as ListDirectory would give it; nothing when it isn't there, or is neither.
 [[nodiscard]] std::optional<DirectoryName> LookAtName(std::string_view path, std::string_view name);
 

@@ -30,9 +30,12 @@ constexpr const char* kFallbackDirectory = "/tmp";
 constexpr std::uint64_t kReady = 0x31584554554D5643;  // "CVMUTEX1"
 static_assert(std::atomic<std::uint64_t>::is_always_lock_free);
 
+enum class LockResult : std::uint8_t { kLocked, kHeld, kFailed };
+
 // F_WRLCK at once or not at all, F_RDLCK with a wait for the moment in which somebody makes the
-// mutex. Turning one into the other leaves no gap.
-bool LockFile(int descriptor, short type) {
+// mutex. Turning one into the other leaves no gap. kFailed, with errno, where the system has no
+// lock to give.
+LockResult LockFile(int descriptor, short type) {
   struct flock request {};
   request.l_type = type;
   request.l_whence = SEEK_SET;
@@ -41,7 +44,17 @@ bool LockFile(int descriptor, short type) {
   do {
     result = fcntl(descriptor, type == F_RDLCK ? F_OFD_SETLKW : F_OFD_SETLK, &request);
   } while (result != 0 && errno == EINTR);
-  return result == 0;
+  if (result == 0) return LockResult::kLocked;
+  return errno == EAGAIN || errno == EACCES ? LockResult::kHeld : LockResult::kFailed;
+}
+
+// Whether the caller is alone with the file: the second attempt is for the case that the first met
+// somebody who was only looking.
+LockResult LockAlone(int descriptor) {
+  const LockResult first = LockFile(descriptor, F_WRLCK);
+  if (first != LockResult::kHeld) return first;
+  const LockResult shared = LockFile(descriptor, F_RDLCK);
+  return shared == LockResult::kLocked ? LockFile(descriptor, F_WRLCK) : shared;
 }
 
 bool HasName(int descriptor, const std::string& path) {
@@ -118,7 +131,8 @@ std::unique_ptr<SharedMutexFile> SharedMutexFile::Enter(const std::string& path,
 SharedMutexFile::~SharedMutexFile() {
   Unmap();
   if (descriptor_ < 0) return;
-  if (LockFile(descriptor_, F_WRLCK) && HasName(descriptor_, path_)) unlink(path_.c_str());
+  const bool alone = LockFile(descriptor_, F_WRLCK) == LockResult::kLocked;
+  if (alone && HasName(descriptor_, path_)) unlink(path_.c_str());
   CloseFile();
 }
 
@@ -132,9 +146,12 @@ SharedMutexFile::Step SharedMutexFile::TryToEnter(bool create) {
     if (!make) FailWithErrno();
     return make && MakeFile(path_, sizeof(Content)) ? Step::kTryAgain : Step::kFailed;
   }
-  // The second attempt is for the case that the first met somebody who was only looking.
-  const bool alone = LockFile(descriptor_, F_WRLCK) ||
-                     (LockFile(descriptor_, F_RDLCK) && LockFile(descriptor_, F_WRLCK));
+  const LockResult locked = LockAlone(descriptor_);
+  if (locked == LockResult::kFailed) {
+    FailWithErrno();
+    return Step::kFailed;
+  }
+  const bool alone = locked == LockResult::kLocked;
   if (!HasName(descriptor_, path_)) return Step::kTryAgain;
   if (alone && !create) {
     SetLastError(kErrorFileNotFound);
@@ -150,7 +167,10 @@ SharedMutexFile::Step SharedMutexFile::Use(bool alone) {
   }
   if (!Map()) return Step::kFailed;
   if (alone) {
-    return Initialise() && LockFile(descriptor_, F_RDLCK) ? Step::kEntered : Step::kFailed;
+    if (!Initialise()) return Step::kFailed;
+    if (LockFile(descriptor_, F_RDLCK) == LockResult::kLocked) return Step::kEntered;
+    FailWithErrno();
+    return Step::kFailed;
   }
   if (content_->ready.load(std::memory_order_acquire) == kReady) return Step::kEntered;
   // Its maker died at work.

@@ -19,7 +19,7 @@ std::string MailboxItem(const MailboxRecord& mailbox) {
 // The mailbox's option, or nothing when it can't be read.
 std::optional<std::string> MailboxOption(const MailboxRecord& mailbox, const char* name) {
   std::array<char, 1024> text{};
-  if (GetMailboxOption(mailbox.Postoffice, mailbox.Mailbox, name, text.data(), text.size()) == 0) {
+  if (GetMailboxOption(mailbox.Postoffice, mailbox.Mailbox, name, text.data(), text.size()) != 1) {
     return std::nullopt;
   }
   return text.data();

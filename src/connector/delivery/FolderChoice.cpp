@@ -66,7 +66,7 @@ std::int32_t AskPostofficeForJunk(const MailboxDelivery& delivery) {
   LogJunk(delivery, "Checking postoffice level setting");
   char text[kOptionBytes] = {};
   if (GetPostofficeOption(delivery.postoffice.c_str(), "Delivery-DeliverToStatus", text,
-                          sizeof(text)) == 0) {
+                          sizeof(text)) != 1) {
     LogJunk(delivery, "No postoffice level setting. Delivering to inbox");
     return 0;
   }
@@ -93,7 +93,7 @@ std::int32_t JunkSwitch(const MailboxDelivery& delivery) {
 bool MailboxWantsBulkFolder(const MailboxDelivery& delivery) {
   char text[kOptionBytes] = {};
   return GetMailboxOption(delivery.postoffice.c_str(), delivery.record.Mailbox, "DeliverToBulk",
-                          text, sizeof(text)) != 0 &&
+                          text, sizeof(text)) == 1 &&
          std::atoi(text) == 1;
 }
 

@@ -30,7 +30,7 @@ std::int32_t ProcessPostofficeRules(const std::string& postoffice,
   if (settings::Get(settings::kProcessPostofficeRules) == 0) return 0;
   char status[kOptionBytes] = {};
   if (GetPostofficeOption(postoffice.c_str(), "Postoffice-PostofficeRulesStatus", status,
-                          sizeof(status)) == 0) {
+                          sizeof(status)) != 1) {
     platform::PrintConsoleF("No Filter Set for Postofffice (%s)\r\n", postoffice.c_str());
     return 0;
   }
@@ -43,7 +43,7 @@ std::int32_t ProcessMailboxRules(const MailboxRecord& mailbox, const ConnectorMe
   const std::string key = std::string(mailbox.Postoffice) + "/" + mailbox.Mailbox;
   char status[kOptionBytes] = {};
   if (GetMailboxOption(mailbox.Postoffice, mailbox.Mailbox, "MailBox-MailboxRulesStatus", status,
-                       sizeof(status)) == 0) {
+                       sizeof(status)) != 1) {
     platform::PrintConsoleF("No Filter Set for Mailbox (%s)\r\n", key.c_str());
     return 0;
   }

@@ -12,6 +12,7 @@
 
 #include "configuration/MailboxSizes.h"
 #include "platform/Clock.h"
+#include "tests/support/AsNobody.h"
 #include "tests/support/RunProgram.h"
 #include "tests/support/TemporaryDirectory.h"
 
@@ -229,6 +230,42 @@ TEST(MailboxSizes, IsListedAnewAfterAnHour) {
   ASSERT_EQ(sizes.BytesOf(directory.Path()), 5u);
   EXPECT_EQ(sizes.Listings(), 2u);
   platform::SetClock(before);
+}
+
+// A folder that can't be watched is listed at each change, but only new names are looked at; a file
+// that was written anew shows after five minutes.
+TEST(MailboxSizes, UnwatchedFoldersKeepTheSizesOfTheirFiles) {
+  platform::VirtualClock clock;
+  platform::Clock* before = platform::SetClock(&clock);
+  const TemporaryDirectory directory;
+  Spread(directory.Path(), "m", 100, "12345");
+  MailboxSizes sizes(false);
+  ASSERT_EQ(sizes.BytesOf(directory.Path()), 500u);
+  WriteBytes(directory / "m7", "1234567");
+  WriteBytes(directory / "new", "1");
+  EXPECT_EQ(sizes.BytesOf(directory.Path()), 501u);
+  fs::remove(directory / "new");
+  clock.Advance(300'000);
+  EXPECT_EQ(sizes.BytesOf(directory.Path()), 700u) << "all are one file";
+  platform::SetClock(before);
+}
+
+// A folder that can't be looked at keeps its size: an empty mailbox would have room for anything.
+TEST(MailboxSizes, AFolderThatCannotBeReadKeepsItsSize) {
+  const TemporaryDirectory directory;
+  fs::create_directories(directory / "Inbox");
+  fs::permissions(directory.Path(), fs::perms::all);
+  WriteBytes(directory / "Inbox/a.MAI", "12345");
+  MailboxSizes sizes(false);
+  ASSERT_EQ(sizes.BytesOf(directory.Path()), 5u);
+  WriteBytes(directory / "Inbox/b.MAI", "1");
+  fs::permissions(directory / "Inbox", fs::perms::none);
+  {
+    const test::AsNobody nobody;
+    EXPECT_EQ(sizes.BytesOf(directory.Path()), 5u);
+  }
+  fs::permissions(directory / "Inbox", fs::perms::all);
+  EXPECT_EQ(sizes.BytesOf(directory.Path()), 6u);
 }
 
 TEST(MailboxSizes, ADirectoryMayComeGoAndBeReplaced) {

@@ -16,6 +16,7 @@ namespace {
 // GetOption is not told how much its caller can take. Far more than any option that a library could
 // mean to give, and touched only as far as it writes.
 constexpr std::size_t kUnboundedOptionSize = 65536;
+constexpr std::int32_t kOptionUnreachable = -1;
 
 // Never destroyed: workers may still ask while the process ends.
 platform::HeldLibrary& optionLibrary = *new platform::HeldLibrary;
@@ -23,8 +24,8 @@ platform::HeldLibrary& optionLibrary = *new platform::HeldLibrary;
 std::int32_t CallUnbounded(GetOptionCall* call, OptionKind kind, const char* key, const char* name,
                            char* buffer, std::size_t size) {
   thread_local const auto answer = std::make_unique_for_overwrite<char[]>(kUnboundedOptionSize);
-  answer[0] = '\0';
-  answer[kUnboundedOptionSize - 1] = '\0';
+  // A library that writes no NUL must not give the rest of an older answer.
+  std::memset(answer.get(), 0, kUnboundedOptionSize);
   const std::int32_t result = call(static_cast<std::int32_t>(kind), key, name, answer.get());
   const std::size_t length = std::min(strnlen(answer.get(), kUnboundedOptionSize), size - 1);
   std::memcpy(buffer, answer.get(), length);
@@ -64,7 +65,8 @@ std::int32_t GetOptionText(OptionKind kind, const char* key, const char* name, c
     result = CallUnbounded(getOption, kind, key, name, buffer, size);
   }
   if (result == 0) buffer[0] = '\0';
-  return result;
+  if (result == kOptionUnreachable && buffer[0] == '\0') return kOptionUnreachable;
+  return result == 0 ? 0 : 1;
 }
 
 std::int32_t GetPostofficeOption(const char* postoffice, const char* name, char* buffer,

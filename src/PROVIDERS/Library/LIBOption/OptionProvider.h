@@ -24,8 +24,12 @@ void UnloadOptionProvider();
 //   key     "postoffice" or "postoffice/mailbox", as `kind` says
 //   buffer  receives the text, cut to `size` - 1 bytes; empty when there is none
 //
-// The answer of the library: not 0 when `buffer` holds the text. Goes to GetOption_Ex when the
-// library exports it, else to GetOption; GetOption must be there in either case.
+//  1  `buffer` holds the text
+//  0  there is no such option, or nobody to ask
+// -1  the options can't be reached just now: the library answered -1 and gave no text
+//
+// Goes to GetOption_Ex when the library exports it, else to GetOption; GetOption must be there in
+// either case.
 std::int32_t GetOptionText(OptionKind kind, const char* key, const char* name, char* buffer,
                            std::size_t size);
 

@@ -50,12 +50,6 @@ void ForgetFailedBinding() {
   if (!binding.library) binding.tried = false;
 }
 
-void Free() {
-  std::shared_ptr<const BoundLibrary> last;
-  std::lock_guard lock(binding.mutex);
-  last.swap(binding.library);
-}
-
 }  // namespace
 
 std::shared_ptr<const BoundLibrary> Hold() {
@@ -67,6 +61,18 @@ std::shared_ptr<const BoundLibrary> Hold() {
   return binding.library;
 }
 
+namespace {
+
+// Calls that begin from now on find no library; those that run keep theirs.
+std::shared_ptr<const BoundLibrary> TakeLast() {
+  std::shared_ptr<const BoundLibrary> last = Hold();
+  std::lock_guard lock(binding.mutex);
+  binding.library.reset();
+  return last;
+}
+
+}  // namespace
+
 void* Slot(const BoundLibrary& library, StoreExport slot) { return library.Slot(slot); }
 
 }  // namespace store
@@ -77,9 +83,10 @@ std::int32_t Lib_StoreLibrary_Init() {
 }
 
 std::int32_t Lib_StoreLibrary_UnInit() {
-  const std::int32_t result = store::Forward<std::int32_t>(StoreExport::StoreLibrary_UnInit);
-  store::Free();
-  return result;
+  const auto last = store::TakeLast();
+  if (!last) return 0;
+  auto* end = reinterpret_cast<std::int32_t (*)()>(last->Slot(StoreExport::StoreLibrary_UnInit));
+  return end == nullptr ? 0 : end();
 }
 
 std::int32_t Lib_Direct_StoreIndex_InsertItem(const char* postoffice, const char* mailbox,
