@@ -351,6 +351,19 @@ TEST_F(MailboxPipelineTest, AThrowingProviderIsReportedAndLeavesTheMessage) {
   EXPECT_EQ(test::ReadBytes(Queued()), kText);
 }
 
+// Nobody knows whether a rule's action has flushed what it wrote.
+TEST_F(MailboxPipelineTest, ALinkedFileIsFlushedOnceRulesHaveRun) {
+  Stub().Answer(kRulesOn);
+  for (const std::uint32_t rules : {0U, 1U}) {
+    Set({{"Process Mailbox Rules", rules}});
+    Message().LastRecipient = true;
+    Message().MessageFileFlushed = true;
+    static_cast<void>(Told([&] { DeliverWell(); }));
+    ASSERT_FALSE(Message().Delivered.empty());
+    EXPECT_EQ(Message().Delivered.back().data, rules == 1);
+  }
+}
+
 struct QuotaCase {
   const char* limit;
   const char* size;
