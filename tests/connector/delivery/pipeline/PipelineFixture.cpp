@@ -22,6 +22,14 @@ void ReplaceAll(std::string& text, const std::string& from, const std::string& t
 
 }  // namespace
 
+std::string Delivered(const std::string& folder, const std::string& mailbox) {
+  const std::string line = "[ID] Delivered message from [SMTP:s@x.test] to PO=acme MBX=" + mailbox +
+                           " FLD=" + folder + "\n";
+  return "> Audit 18 acme/anna 7.5 POSTOFFICE Message from: s@x.test was delivered to mailbox "
+         "folder: " +
+         folder + "\n" + line + "activity: " + line;
+}
+
 PipelineFixture::PipelineFixture(const std::string& variant) : stub_(variant) {
   setenv("CORVANE_DEBUG_CHANNEL", "1", 1);
   platform::SetClock(&time_);

@@ -30,6 +30,10 @@ class HookedClock : public platform::VirtualClock {
   std::function<void(std::int64_t milliseconds)> onSleep;
 };
 
+// The lines of a delivery from its audit entry on: the same for all.
+[[nodiscard]] std::string Delivered(const std::string& folder = "\\Inbox",
+                                    const std::string& mailbox = "anna");
+
 // The message ID is from s@x.test and lies in the outbound queue with the text kText; the mailbox
 // acme/anna with its Inbox is there. The stages around a delivery are those of Stages.h.
 class PipelineFixture : public SettingsFixture {
