@@ -30,7 +30,6 @@ std::string MappedAddress(const MailboxRecord& mailbox) {
   SetText(map.DestinationAddress, MailboxItem(mailbox));
   map.Status = -1;
   if (AddressMapGet(map) == 0) return {};
-  map.SourceAddress[sizeof(map.SourceAddress) - 1] = '\0';
   return map.SourceAddress;
 }
 

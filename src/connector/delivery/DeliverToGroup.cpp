@@ -4,8 +4,7 @@
 
 namespace corvane {
 
-std::int32_t DeliverToGroup(ConnectorMessage& message, std::string_view /*postoffice*/,
-                            std::string_view /*group*/, std::string_view recipientItem) {
+std::int32_t DeliverToGroup(ConnectorMessage& message, std::string_view recipientItem) {
   KeepInQueue(message, "group expansion", recipientItem);
   return 0;
 }

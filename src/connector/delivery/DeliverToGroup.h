@@ -12,7 +12,7 @@ namespace corvane {
 //
 // Group expansion is not built yet: the call says so in the debug log and keeps both queue files,
 // so that nothing is lost.
-[[nodiscard]] std::int32_t DeliverToGroup(ConnectorMessage& message, std::string_view postoffice,
-                                          std::string_view group, std::string_view recipientItem);
+[[nodiscard]] std::int32_t DeliverToGroup(ConnectorMessage& message,
+                                          std::string_view recipientItem);
 
 }  // namespace corvane

@@ -74,7 +74,8 @@ void CopyToBackupFile(MailboxDelivery& delivery) {
   ConnectorMessage& message = delivery.message;
   platform::SleepFor(kBackupWaitMilliseconds);
   const std::string name = std::string("G") + message.MessageID;
-  if (!TransferToFolder(message, delivery.source, delivery.PathIn(kInboxName, name))) {
+  const std::string backup = delivery.PathIn(kInboxName, name);
+  if (!TransferToFolder(message, delivery.source, backup)) {
     LogDebugF("[%s] Delivery failure occurred when delivering to backup file in PO=%s MBX=%s.\n",
               delivery.Id(), delivery.postoffice.c_str(), delivery.record.Mailbox);
     KeepCopyInBadMail(delivery.message, kBadMailCopyFailed);
@@ -86,7 +87,7 @@ void CopyToBackupFile(MailboxDelivery& delivery) {
   }
   AddNewMessageMarker(delivery.postoffice, delivery.record.Mailbox, "");
   LogDebugF("[%s] Message %s delivered after 2 retries to PO=%s MBX=%s.\n", delivery.Id(),
-            name.c_str(), delivery.postoffice.c_str(), delivery.record.Mailbox);
+            backup.c_str(), delivery.postoffice.c_str(), delivery.record.Mailbox);
 }
 
 // Neither copy worked.

@@ -14,13 +14,6 @@ namespace {
 
 constexpr std::uint32_t kSizeUnknown = UINT32_MAX - 1;
 
-// A provider may leave a text without its end.
-void EndTexts(MailboxRecord& record) {
-  record.Postoffice[sizeof(record.Postoffice) - 1] = '\0';
-  record.Mailbox[sizeof(record.Mailbox) - 1] = '\0';
-  record.RedirectAddress[sizeof(record.RedirectAddress) - 1] = '\0';
-}
-
 // Whether the answer says nothing of the mailbox: the shipped library lost its store.
 bool IsStoreOutOfReach(const MailboxRecord& record, std::int32_t result) {
   return result == -1 && record.Status == kMailboxStoreUnreachable;
@@ -49,7 +42,6 @@ bool FindMailbox(MailboxDelivery& delivery) {
   record.Size = kSizeUnknown;
   if (DebugLevelAbove(10)) LogDebugF("[%s] Getting mailbox details.\n", delivery.Id());
   const std::int32_t result = MailboxGet(record);
-  EndTexts(record);
   if (IsStoreOutOfReach(record, result)) {
     throw std::runtime_error("the configuration store can't be reached");
   }

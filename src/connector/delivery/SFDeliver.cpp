@@ -7,6 +7,7 @@
 #include "connector/delivery/DeliverToGroup.h"
 #include "connector/delivery/DeliverToMailbox.h"
 #include "connector/delivery/GenerateNDR.h"
+#include "connector/delivery/MailboxDelivery.h"
 #include "connector/delivery/MoveToBadMail.h"
 #include "connector/delivery/ParsedAddress.h"
 #include "connector/logs/Logs.h"
@@ -20,7 +21,6 @@ constexpr std::size_t kPostofficeLimit = 127;
 constexpr std::size_t kMailboxLimit = 63;
 constexpr std::size_t kGroupLimit = 255;
 constexpr const char* kNotAvailable = "The email address is not available on this system";
-constexpr const char* kNoMailbox = "The mailbox is not available on this system";
 
 // One recipient on its way through the steps.
 struct Recipient {
@@ -39,7 +39,7 @@ std::int32_t CorruptRecipient(ConnectorMessage& message, const std::string& item
 std::int32_t RefuseNames(ConnectorMessage& message, const Recipient& recipient) {
   LogDebugF("Message %s has recipient %s with a name that no mailbox can have.\n",
             message.MessageID, recipient.item.c_str());
-  GenerateNDR(message, recipient.item, kNoMailbox);
+  GenerateNDR(message, recipient.item, kNoMailboxReason);
   return 0;
 }
 
@@ -96,7 +96,7 @@ std::int32_t DeliverToGroupOrMailbox(ConnectorMessage& message, const Recipient&
       return DeliverToMailbox(message, recipient.postoffice, recipient.name, recipient.item);
     case 1:
       if (group.GroupStatus == 0) return DisabledGroup(message, recipient);
-      return DeliverToGroup(message, recipient.postoffice, recipient.name, recipient.item);
+      return DeliverToGroup(message, recipient.item);
     default:
       return 0;
   }

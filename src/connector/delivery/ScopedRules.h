@@ -15,8 +15,8 @@ namespace corvane {
 // Both answer 0 where rules are switched off, for the connector or for this postoffice or mailbox;
 // otherwise what ProcessScopedFilters answers (ProcessScopedFilters.h).
 [[nodiscard]] std::int32_t ProcessPostofficeRules(const std::string& postoffice,
-                                                  const ConnectorMessage& message);
+                                                  ConnectorMessage& message);
 [[nodiscard]] std::int32_t ProcessMailboxRules(const MailboxRecord& mailbox,
-                                               const ConnectorMessage& message);
+                                               ConnectorMessage& message);
 
 }  // namespace corvane

@@ -1,0 +1,102 @@
+// CopyWithReceivedLineTest.cpp -- the copy that delivery sends on.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <ctime>
+#include <filesystem>
+#include <string>
+
+#include "connector/delivery/CopyWithReceivedLine.h"
+#include "tests/support/FaultWalk.h"
+#include "tests/support/SettingsFixture.h"
+
+namespace corvane {
+namespace {
+
+class CopyWithReceivedLineTest : public test::SettingsFixture {
+ protected:
+  CopyWithReceivedLineTest() {
+    setenv("TZ", "XYZ-9:30", 1);
+    tzset();
+    std::filesystem::create_directories(Directory() / "SF/Outgoing/Messages");
+    std::filesystem::create_directories(Directory() / "SF/Inbound/Messages");
+    for (ConnectorMessage* message : {&message_, &newMessage_}) SetText(message->Connector, "SF");
+    SetText(message_.MessageID, "OLD.MAI");
+    SetText(newMessage_.MessageID, "NEW.MAI");
+  }
+  ~CopyWithReceivedLineTest() override {
+    unsetenv("TZ");
+    tzset();
+  }
+  [[nodiscard]] std::string Source() const { return Directory() / "SF/Outgoing/Messages/OLD.MAI"; }
+  [[nodiscard]] std::string Target() const { return Directory() / "SF/Inbound/Messages/NEW.MAI"; }
+
+  ConnectorMessage message_;
+  ConnectorMessage newMessage_;
+};
+
+constexpr const char* kReceived =
+    "Received: with Corvane Postoffice Connector; Wed, 15 Nov 2023 07:43:20 +0930\r\n";
+
+struct TextCase {
+  const char* name;
+  std::string source;
+  std::string copy;
+};
+
+TEST_F(CopyWithReceivedLineTest, PutsTheLineFirstAndKeepsTheText) {
+  using std::string_literals::operator""s;
+  const std::string longLine(9000, 'x');
+  const TextCase cases[] = {
+      {"Usual", "A: 1\r\n\r\nbody\r\n", "A: 1\r\n\r\nbody\r\n"},
+      {"LfBecomesCrLf", "A: 1\n\nbody\n", "A: 1\r\n\r\nbody\r\n"},
+      {"LastLineWithoutEnd", "A: 1\r\n\r\nbody", "A: 1\r\n\r\nbody"},
+      {"CrAloneStays", "a\rb\r\r\nc\r", "a\rb\r\r\nc\r"},
+      {"NulAndEndOfText", "a\0b\x1A\r\nc\r\n"s, "a\0b\x1A\r\nc\r\n"s},
+      {"LongLineStaysOne", longLine + "\r\nb\r\n", longLine + "\r\nb\r\n"},
+      {"LineEndAtThePieceEdge", std::string(4095, 'x') + "\r\nb", std::string(4095, 'x') + "\r\nb"},
+      {"Empty", "", ""},
+  };
+  for (const TextCase& row : cases) {
+    SCOPED_TRACE(row.name);
+    test::WriteBytes(Source(), row.source);
+    EXPECT_EQ(CopyWithReceivedLine(message_, newMessage_), 1);
+    EXPECT_EQ(test::ReadBytes(Target()), kReceived + row.copy);
+    EXPECT_EQ(test::ReadBytes(Source()), row.source);
+  }
+}
+
+TEST_F(CopyWithReceivedLineTest, LeavesNothingWhereAFileWontOpen) {
+  EXPECT_EQ(CopyWithReceivedLine(message_, newMessage_), 0);
+  EXPECT_FALSE(std::filesystem::exists(Target()));
+  test::WriteBytes(Source(), "A: 1\r\n");
+  std::filesystem::remove_all(Directory() / "SF/Inbound");
+  EXPECT_EQ(CopyWithReceivedLine(message_, newMessage_), 0);
+  EXPECT_EQ(test::ReadBytes(Source()), "A: 1\r\n");
+}
+
+TEST_F(CopyWithReceivedLineTest, AppearsWholeOrNotAtAll) {
+  const std::string body(40'000, 'b');
+  test::WriteBytes(Source(), body);
+  for (const auto action : {platform::FaultAction::kFail, platform::FaultAction::kThrow}) {
+    std::int32_t result = 0;
+    test::WalkFaults(
+        action,
+        [&] {
+          result = 0;
+          std::filesystem::remove(Target());
+        },
+        [&] { result = CopyWithReceivedLine(message_, newMessage_); },
+        [&](std::uint64_t call) {
+          SCOPED_TRACE("call " + std::to_string(call));
+          if (std::filesystem::exists(Target())) {
+            EXPECT_EQ(test::ReadBytes(Target()), kReceived + body);
+          } else {
+            EXPECT_EQ(result, 0);
+          }
+        });
+  }
+}
+
+}  // namespace
+}  // namespace corvane

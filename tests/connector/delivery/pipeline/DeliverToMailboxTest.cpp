@@ -1,0 +1,428 @@
+// DeliverToMailboxTest.cpp -- the ways that one delivery can end, each with what it tells, and what
+// it leaves on disk.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "platform/File.h"
+#include "tests/connector/delivery/pipeline/PipelineFixture.h"
+
+namespace corvane {
+namespace {
+
+using test::Delivered;
+using test::PipelineFixture;
+using test::Stages;
+
+constexpr const char* kNothing = "";
+constexpr const char* kInInbox = "anna/Inbox/ID anna/Inbox/_CHANGE.DTY anna/_1.NEW";
+
+std::string Exceeded(const std::string& rest) {
+  const std::string line =
+      "[ID] Message of size 1Kb for mailbox (anna) on postoffice (acme) would exceed mailbox quota "
+      "of 10Kb (current size 10Kb).\n";
+  return line + "> Audit 27 acme/anna 11.5 " + line + "> NotifyMailboxOfQuota acme/anna\n" + rest;
+}
+
+struct MailboxCase {
+  const char* name;
+  std::string told;
+  std::string files;
+  const char* answers = "MailboxGet acme/anna 1 Status=1";
+  std::vector<test::Number> numbers = {};
+  std::function<void(Stages&)> stages = {};
+  std::function<void(PipelineFixture&)> arrange = {};
+};
+
+constexpr const char* kRulesOn =
+    "GetOption acme:Postoffice-PostofficeRulesStatus 1 Value=1\n"
+    "GetOption acme/anna:MailBox-MailboxRulesStatus 1 Value=1\nMailboxGet acme/anna 1 Status=1";
+constexpr const char* kFull = "MailboxGet acme/anna 1 Status=1 Limit=10 Size=10";
+constexpr const char* kRedirected =
+    "MailboxGet acme/anna 1 Status=1 RedirectStatus=1 RedirectAddress=[SMTP:a@b.test]";
+constexpr const char* kRedirectedAndKept =
+    "MailboxGet acme/anna 1 Status=1 RedirectStatus=2 RedirectAddress=[SMTP:a@b.test]";
+
+void RemoveSource(PipelineFixture& fixture) { std::filesystem::remove(fixture.Queued()); }
+void RemoveSourceInRules(PipelineFixture& fixture) {
+  test::stages.duringRules = [&fixture] { RemoveSource(fixture); };
+}
+
+const MailboxCase kEnds[] = {
+    {"Plain", Delivered(), kInInbox},
+    {"PostofficeRuleStops",
+     "> Rules acme\n"
+     "[ID] Message delivery processing to PO=acme was interupted because a filter prevented "
+     "delivery of the original message.\n",
+     kNothing,
+     kRulesOn,
+     {{"Process Postoffice Rules", 1}},
+     [](Stages& stages) { stages.postofficeRules = 2; }},
+    {"PostofficeRuleRemovesTheMessage",
+     "> Rules acme\n[ID] Message does not exist after postoffice level filter for PO=acme.\n",
+     kNothing,
+     kRulesOn,
+     {{"Process Postoffice Rules", 1}},
+     {},
+     RemoveSourceInRules},
+    {"RulesAreOffForThePostoffice",
+     Delivered(),
+     kInInbox,
+     "GetOption acme:Postoffice-PostofficeRulesStatus 1 Value=2\nMailboxGet * 1 Status=1",
+     {{"Process Postoffice Rules", 1}, {"Process Mailbox Rules", 1}}},
+    {"MailboxUnknown",
+     "[ID] Mailbox (anna) could not be found on postoffice (acme) and message bounced.\n"
+     "> NDR [SF:acme/anna] The mailbox is not available on this system\n",
+     kNothing, "MailboxGet * 0 Status=1"},
+    {"MailboxDisabled",
+     "[ID] Mailbox (anna) on postoffice (acme) either no longer exists or is disabled. The message "
+     "has been returned to sender.\n> NDR [SF:acme/anna] The mailbox is not available on this "
+     "system\n",
+     kNothing, "MailboxGet * 1 Status=0"},
+    {"MailboxStatusIsPreset",
+     "[ID] Mailbox (anna) on postoffice (acme) either no longer exists or is disabled. The message "
+     "has been returned to sender.\n> NDR [SF:acme/anna] The mailbox is not available on this "
+     "system\n",
+     kNothing, "MailboxGet * -1"},
+    {"Redirected", "> Redirect [SMTP:a@b.test] for [SF:acme/anna] of acme\n", kNothing,
+     kRedirected},
+    {"JunkIsNotRedirected",
+     "> Redirect [SMTP:a@b.test] for [SF:acme/anna] of acme\n",
+     kNothing,
+     kRedirected,
+     {},
+     [](Stages& stages) { stages.redirected = 0; }},
+    {"RedirectFailsAndIsTriedAgain",
+     "> Redirect [SMTP:a@b.test] for [SF:acme/anna] of acme\n"
+     "[ID] Message could not be redirected due to error. Delivering to mailbox.\n"
+     "> Redirect [SMTP:a@b.test] for [SF:acme/anna] of acme, copy kept\n" +
+         Delivered(),
+     kInInbox,
+     kRedirected,
+     {},
+     [](Stages& stages) { stages.redirected = 2; }},
+    {"RedirectedAndKept",
+     "> Redirect [SMTP:a@b.test] for [SF:acme/anna] of acme, copy kept\n" + Delivered(), kInInbox,
+     kRedirectedAndKept},
+    {"RedirectionEnabledEndsIt", Delivered(), kInInbox, kRedirected, {{"Redirection Enabled", 1}}},
+    {"RedirectionEnabledTwoDoesNot",
+     "> Redirect [SMTP:a@b.test] for [SF:acme/anna] of acme\n",
+     kNothing,
+     kRedirected,
+     {{"Redirection Enabled", 2}}},
+    {"RedirectWithoutAddress", Delivered(), kInInbox, "MailboxGet * 1 Status=1 RedirectStatus=1"},
+    {"RedirectStatusUnset", Delivered(), kInInbox,
+     "MailboxGet * 1 Status=1 RedirectAddress=[SMTP:a@b.test]"},
+    {"BlacklistTakesSome",
+     "> RemoveBlacklistedRedirects [SMTP:a@b.test]\n"
+     "[ID] Mailbox (anna) on postoffice (acme) could not be redirected to all recipient domain(s) "
+     "due to redirection blacklist.\n> Redirect [SMTP:c@d.test] for [SF:acme/anna] of acme\n",
+     kNothing,
+     kRedirected,
+     {{"Redirection Blacklist Action", 1}},
+     [](Stages& stages) {
+       stages.redirectsRemoved = true;
+       stages.redirectsLeft = "[SMTP:c@d.test]";
+     }},
+    {"BlacklistBounces",
+     "> RemoveBlacklistedRedirects [SMTP:a@b.test]\n"
+     "> NDR [SF:acme/anna] The email could not be delivered since the final destination domain is "
+     "blocked.\n[ID] Mailbox (anna) on postoffice (acme) redirection to ([SMTP:a@b.test]) bounced "
+     "since recipient domain(s) is in redirection blacklist.\n",
+     kNothing,
+     kRedirected,
+     {{"Redirection Blacklist Action", 1}},
+     [](Stages& stages) { stages.redirectsRemoved = true; }},
+    {"BlacklistDeletes",
+     "> RemoveBlacklistedRedirects [SMTP:a@b.test]\n"
+     "[ID] Mailbox (anna) on postoffice (acme) redirection to ([SMTP:a@b.test]) deleted since "
+     "recipient domain(s) is in redirection blacklist.\n",
+     kNothing,
+     kRedirected,
+     {{"Redirection Blacklist Action", 2}},
+     [](Stages& stages) { stages.redirectsRemoved = true; }},
+    {"BlacklistOfAnotherAction",
+     "> RemoveBlacklistedRedirects [SMTP:a@b.test]\n> Redirect  for [SF:acme/anna] of acme\n",
+     kNothing,
+     kRedirected,
+     {{"Redirection Blacklist Action", 3}},
+     [](Stages& stages) { stages.redirectsRemoved = true; }},
+    {"BlacklistBouncesAndTheCopyStays",
+     "> RemoveBlacklistedRedirects [SMTP:a@b.test]\n"
+     "> NDR [SF:acme/anna] The email could not be delivered since the final destination domain is "
+     "blocked.\n[ID] Mailbox (anna) on postoffice (acme) redirection to ([SMTP:a@b.test]) bounced "
+     "since recipient domain is in redirection blacklist.\n" +
+         Delivered(),
+     kInInbox,
+     kRedirectedAndKept,
+     {{"Redirection Blacklist Action", 1}},
+     [](Stages& stages) { stages.redirectsRemoved = true; }},
+    {"QuotaExceeded", Exceeded("> NotifySenderOfQuota acme/anna\n"), kNothing, kFull},
+    {"QuotaExceededByBulkMail",
+     Exceeded(""),
+     kNothing,
+     kFull,
+     {},
+     [](Stages& stages) { stages.flags.Bulk = 1; }},
+    {"QuotaExceededBesideARedirection",
+     "> Redirect [SMTP:a@b.test] for [SF:acme/anna] of acme, copy kept\n"
+     "[ID] Message of size 1Kb for mailbox (anna) on postoffice (acme) would exceed mailbox quota "
+     "of 10Kb (current size 10Kb).\n> NotifyMailboxOfQuota acme/anna\n"
+     "> NotifySenderOfQuota acme/anna\n",
+     kNothing,
+     "MailboxGet * 1 Status=1 RedirectStatus=2 RedirectAddress=[SMTP:a@b.test] Limit=10 Size=10"},
+    {"OverflowMailboxIsMade",
+     Exceeded("> NotifySenderOfQuota acme/anna\n"
+              "[ID] Failed to copy message, error (3) occurred when delivering to PO=acme "
+              "MBX=POSTMASTER. Retrying.\n"
+              "[ID] Delivered message from [SMTP:s@x.test] to PO=acme MBX=POSTMASTER\n"),
+     "POSTMASTER/Inbox/ID POSTMASTER/Inbox/_CHANGE.DTY POSTMASTER/_1.NEW",
+     kFull,
+     {{"Postmaster Receives Mail When Quota Exceeded", 1}}},
+    {"OverflowMailboxOfAnotherName",
+     Exceeded("> NotifySenderOfQuota acme/anna\n" + Delivered("\\Inbox", "spill")),
+     "spill/Inbox/ID spill/Inbox/_CHANGE.DTY spill/_1.NEW",
+     kFull,
+     {{"Postmaster Receives Mail When Quota Exceeded", 1}},
+     {},
+     [](PipelineFixture& fixture) {
+       fixture.Set("Overflow Mailbox", "spill", "CONNECTORS\\SF");
+       std::filesystem::create_directories(fixture.InMailRoot("spill/Inbox"));
+     }},
+    {"MailboxRuleStops",
+     "> Rules acme/anna\n"
+     "[ID] Message delivery processing to PO=acme MBX=anna was interupted because a filter "
+     "prevented delivery of the original message.\n"
+     "> Audit 15 acme/anna 7.5 POSTOFFICE Message from: s@x.test was not delivered because a "
+     "mailbox rules filter triggered non-delivery.\n",
+     kNothing,
+     kRulesOn,
+     {{"Process Mailbox Rules", 1}},
+     [](Stages& stages) { stages.mailboxRules = 2; }},
+    {"MailboxRuleRemovesTheMessage",
+     "> Rules acme/anna\n"
+     "[ID] Message processing error occurred when delivering to PO=acme MBX=anna the original "
+     "message was removed by a filter.\n"
+     "> Audit 19 acme/anna 7.5 POSTOFFICE Message from: s@x.test was not delivered because the "
+     "original message was removed by a filter.\n",
+     kNothing,
+     kRulesOn,
+     {{"Process Mailbox Rules", 1}, {"Message Check Delay", 500}},
+     {},
+     RemoveSourceInRules},
+    {"DeliveryEventRemovesTheCopy",
+     "[ID] Mailbox delivery event removed a message to PO=acme MBX=anna.\n"
+     "> Audit 16 acme/anna 7.5 POSTOFFICE Message from: s@x.test was removed by mailbox delivery "
+     "event.\n",
+     kNothing,
+     "MailboxGet * 1 Status=1",
+     {},
+     [](Stages& stages) {
+       stages.deliveryEvent = 1;
+       stages.eventRemovesFile = true;
+     }},
+    {"DeliveryEventLeavesTheCopy",
+     Delivered(),
+     kInInbox,
+     "MailboxGet * 1 Status=1",
+     {},
+     [](Stages& stages) { stages.deliveryEvent = 1; }},
+    {"SpamSettingDeletesTheCopy",
+     "[ID] Message Spam processing occurred when delivering to PO=acme MBX=anna.\n"
+     "> Audit 17 acme/anna 7.5 POSTOFFICE Message from: s@x.test was detected as spam and was not "
+     "delivered.\n",
+     kNothing,
+     "MailboxGet * 1 Status=1",
+     {},
+     [](Stages& stages) { stages.spamSettings = 2; }},
+    {"SpamSettingOfAnotherResult",
+     Delivered(),
+     kInInbox,
+     "MailboxGet * 1 Status=1",
+     {},
+     [](Stages& stages) { stages.spamSettings = 1; }},
+    {"NoticeToTheSender",
+     Delivered() +
+         "[ID] Delivery Success notification message generated for [SMTP:s@x.test] to PO=acme "
+         "MBX=anna FLD=\\Inbox\n",
+     kInInbox,
+     "MailboxGet * 1 Status=1",
+     {},
+     [](Stages& stages) { stages.dsn = 1; }},
+    {"InsertionPostponed",
+     "[ID] Direct Insertion of message into index (PO=acme MBX=anna FLD=\\Inbox) was postponed.\n" +
+         Delivered(),
+     "anna/Inbox/ID anna/_1.NEW",
+     "MailboxGet * 1 Status=1",
+     {{"Store Event Notification Mode", 4, "."}, {"Index Files Enabled", 1}}},
+};
+
+class DeliverToMailboxTest : public PipelineFixture,
+                             public ::testing::WithParamInterface<MailboxCase> {};
+
+TEST_P(DeliverToMailboxTest, EndsInOneOfItsWays) {
+  const MailboxCase& row = GetParam();
+  Stub().Answer(row.answers);
+  Set(row.numbers);
+  if (row.stages) row.stages(test::stages);
+  if (row.arrange) row.arrange(*this);
+  std::int32_t result = 99;
+  EXPECT_EQ(Told([&] { result = Deliver(); }), row.told);
+  EXPECT_EQ(result, 1);
+  EXPECT_EQ(Files(), row.files);
+}
+INSTANTIATE_TEST_SUITE_P(Table, DeliverToMailboxTest, ::testing::ValuesIn(kEnds),
+                         [](const auto& info) { return info.param.name; });
+
+class MailboxPipelineTest : public PipelineFixture {
+ protected:
+  void DeliverWell() { EXPECT_EQ(Deliver(), 1); }
+};
+
+TEST_F(MailboxPipelineTest, RunsItsStagesInTheirOrder) {
+  Stub().Answer(kRulesOn);
+  Set({{"Debug Logging Level", 11},
+       {"Process Postoffice Rules", 1},
+       {"Process Mailbox Rules", 1},
+       {"Auto Responders Enabled", 1},
+       {"Remote Notification Mode", 1}});
+  test::stages.tellAll = true;
+  EXPECT_EQ(Told([&] { DeliverWell(); }),
+            "[ID] Checking message for postoffice filters.\n"
+            "> Rules acme\n"
+            "[ID] Reading message flags.\n"
+            "> Classify queue 1\n"
+            "[ID] Getting mailbox details.\n"
+            "[ID] Reading message size.\n"
+            "[ID] Processing any autoresponder.\n"
+            "> AutoResponder acme/anna\n"
+            "[ID] Checking message of size 1Kb for mailbox (anna) on postoffice (acme) with quota "
+            "of -1Kb (current size 4294967294Kb).\n"
+            "> Blacklist s@x.test acme/anna\n"
+            "> Whitelist s@x.test acme/anna\n"
+            "> Rules acme/anna\n"
+            "> Classify copy 1\n"
+            "> DeliveryEvent acme/anna\n"
+            "> SpamSettings acme/anna \\Inbox\n"
+            "[ID] DeliverToMailbox:: acme/anna, Sender=s@x.test Spam Rules Result=0\n"
+            "[ID] DeliverToMailbox:: Generating notification for message\n"
+            "> NotifyClients ROOT/Mail\\acme\\MAILROOT\\anna \\Inbox -1 0 "
+            "NEW\tMSG\tacme\tanna\t\\Inbox\t\tID\n" +
+                Delivered() + "> DSN acme/anna\n");
+  EXPECT_STREQ(Message().Account, "acme");
+  EXPECT_STREQ(Message().User, "anna");
+}
+
+TEST_F(MailboxPipelineTest, TellsTheQuotaOfAMailboxThatAlsoRedirectsUnsigned) {
+  Stub().Answer(kRedirectedAndKept);
+  Set({{"Debug Logging Level", 7}});
+  EXPECT_NE(Told([&] { static_cast<void>(Deliver()); }).find("with quota of 4294967295Kb (current"),
+            std::string::npos);
+}
+
+TEST_F(MailboxPipelineTest, WaitsOnceForAMessageThatIsMissing) {
+  Set({{"Message Check Delay", 500}});
+  RemoveSource(*this);
+  EXPECT_EQ(Told([&] { DeliverWell(); }),
+            "[ID] Message does not exist after postoffice level filter for PO=acme.\n");
+  EXPECT_EQ(Time().Slept(), 500);
+  Time().onSleep = [&](std::int64_t) { test::WriteBytes(Queued(), kText); };
+  EXPECT_EQ(Told([&] { DeliverWell(); }),
+            "[ID] Message became available after wait for PO=acme.\n" + Delivered());
+}
+
+TEST_F(MailboxPipelineTest, AThrowingProviderIsReportedAndLeavesTheMessage) {
+  Stub().Answer("MailboxGet * throw");
+  const std::string told = Told([&] { EXPECT_ANY_THROW(static_cast<void>(Deliver())); });
+  EXPECT_EQ(told.substr(0, told.find(", line")),
+            "DeliverToMailbox handled an exception; session will be dropped.\n"
+            "The exception was: the stub was told to\nThe exception occurred in : SFDeliver");
+  EXPECT_EQ(test::ReadBytes(Queued()), kText);
+}
+
+// Nobody knows whether a rule's action has flushed what it wrote.
+TEST_F(MailboxPipelineTest, ALinkedFileIsFlushedOnceRulesHaveRun) {
+  Stub().Answer(kRulesOn);
+  for (const std::uint32_t rules : {0U, 1U}) {
+    Set({{"Process Mailbox Rules", rules}});
+    Message().LastRecipient = true;
+    Message().MessageFileFlushed = true;
+    static_cast<void>(Told([&] { DeliverWell(); }));
+    ASSERT_FALSE(Message().Delivered.empty());
+    EXPECT_EQ(Message().Delivered.back().data, rules == 1);
+  }
+}
+
+// The second copy of a recipient who is named twice takes the place of the first.
+TEST_F(MailboxPipelineTest, TheSameRecipientTwiceGetsOneFile) {
+  const std::string target = InMailRoot(std::string("anna/Inbox/") + kId);
+  for (const bool last : {false, true}) {
+    Message().LastRecipient = last;
+    EXPECT_EQ(Told([&] { DeliverWell(); }), Delivered());
+    EXPECT_EQ(test::ReadBytes(target), kText);
+  }
+  EXPECT_EQ(Files(), "anna/Inbox/ID anna/Inbox/_CHANGE.DTY anna/_2.NEW");
+}
+
+struct QuotaCase {
+  const char* limit;
+  const char* size;
+  std::size_t bytes;
+  bool fits;
+};
+
+TEST_F(MailboxPipelineTest, MeasuresTheQuotaInKilobytesBegun) {
+  const QuotaCase cases[] = {
+      {"100000", "99999", 1023, true},
+      {"100000", "99999", 1024, false},
+      {"0", "0", 0, false},
+      {"-1", "4294967295", 5000, true},
+      {"10", "4294967294", 0, false},
+      {"0", "4294967295", 0, true},
+  };
+  for (const QuotaCase& row : cases) {
+    SCOPED_TRACE(std::string(row.limit) + " " + row.size + " " + std::to_string(row.bytes));
+    Stub().Answer(std::string("MailboxGet * 1 Status=1 Limit=") + row.limit + " Size=" + row.size);
+    test::WriteBytes(Queued(), std::string(row.bytes, 'x'));
+    const std::string told = Told([&] { DeliverWell(); });
+    EXPECT_EQ(told == Delivered(), row.fits) << told;
+  }
+}
+
+struct ReturnPathCase {
+  const char* commandType;
+  const char* sender;
+  const char* value;
+};
+
+TEST_F(MailboxPipelineTest, WritesTheReturnPathForTheMailboxAndTheQueue) {
+  Set("Bad Mail Notification Sender Address", "postmaster@x.test", "CONNECTORS\\SMTP");
+  const ReturnPathCase cases[] = {
+      {"NORMAL", "[SMTP:s@x.test]", "<s@x.test>"},
+      {"ndr", "[SMTP:s@x.test]", "<>"},
+      {"NORMAL", "[SMTP:PostMaster@X.test]", "<>"},
+      {"", "[SF:acme/bob]", "<>"},
+      {"", "[SMTP:s@x.test", "<>"},
+  };
+  for (const ReturnPathCase& row : cases) {
+    for (const bool last : {false, true}) {
+      SCOPED_TRACE(std::string(row.sender) + (last ? " last" : ""));
+      const std::string before = "Subject: t\r\n\r\nbody\r\n";
+      const std::string after =
+          std::string("Subject: t\r\nReturn-Path: ") + row.value + "\r\n\r\nbody\r\n";
+      test::WriteBytes(Queued(), before);
+      SetText(Message().CommandType, row.commandType);
+      SetText(Message().Sender, row.sender);
+      Message().LastRecipient = last;
+      static_cast<void>(Told([&] { DeliverWell(); }));
+      EXPECT_EQ(test::ReadBytes(InMailRoot(std::string("anna/Inbox/") + kId)), after);
+      EXPECT_EQ(test::ReadBytes(Queued()), last ? before : after);
+    }
+  }
+}
+
+}  // namespace
+}  // namespace corvane
