@@ -30,15 +30,14 @@ void LineWriter::Put(std::string_view text) {
     }
     kept_.append(text);
   }
-  changed_.notify_all();
+  lines_.notify_one();
 }
 
 bool LineWriter::Drain(std::chrono::milliseconds limit) {
   std::unique_lock lock(mutex_);
   ++drainers_;
-  changed_.notify_all();
-  const bool drained =
-      changed_.wait_for(lock, limit, [this] { return kept_.empty() && !writing_; });
+  state_.notify_all();
+  const bool drained = state_.wait_for(lock, limit, [this] { return kept_.empty() && !writing_; });
   --drainers_;
   return drained;
 }
@@ -49,15 +48,15 @@ void LineWriter::Run() {
     Write(Take());
     std::unique_lock lock(mutex_);
     writing_ = false;
-    changed_.notify_all();
-    if (!watched) changed_.wait_for(lock, kRest, [this] { return drainers_ > 0; });
+    state_.notify_all();
+    if (!watched) state_.wait_for(lock, kRest, [this] { return drainers_ > 0; });
   }
 }
 
 // Waits for lines and takes them all.
 std::string LineWriter::Take() {
   std::unique_lock lock(mutex_);
-  changed_.wait(lock, [this] { return !kept_.empty(); });
+  lines_.wait(lock, [this] { return !kept_.empty(); });
   writing_ = true;
   std::string text = std::exchange(kept_, {});
   if (lost_ > 0) text += "[" + std::to_string(std::exchange(lost_, 0)) + " lines were lost]\n";

@@ -39,7 +39,9 @@ class LineWriter {
 
   const int descriptor_;
   std::mutex mutex_;
-  std::condition_variable changed_;
+  std::condition_variable lines_;  // for a writer that has none; nobody else waits here, so that a
+                                   // Put meanwhile costs no system call
+  std::condition_variable state_;
   std::string kept_;
   std::uint64_t lost_ = 0;
   bool writing_ = false;

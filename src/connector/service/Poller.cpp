@@ -1,7 +1,9 @@
 #include "connector/service/Poller.h"
 
 #include <algorithm>
+#include <limits>
 #include <memory>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
@@ -23,6 +25,7 @@
 #include "connector/settings/Settings.h"
 #include "connector/settings/SettingsCheck.h"
 #include "platform/Clock.h"
+#include "platform/Error.h"
 #include "platform/FileSystem.h"
 #include "platform/Machine.h"
 #include "platform/SettingsStore.h"
@@ -38,8 +41,21 @@ constexpr std::int64_t kLeastPauseSeconds = 600;
 
 bool Stopping() { return settings::StopFlag().load() != 0; }
 
+// A wait is counted in 32 bits; an interval of weeks stays one.
+std::uint32_t IntervalMilliseconds() {
+  constexpr std::uint32_t kMost = std::numeric_limits<std::uint32_t>::max();
+  const std::uint32_t seconds = settings::Get(settings::kOutgoingPollInterval);
+  return seconds > kMost / 1000 ? kMost : seconds * 1000;
+}
+
 void WriteCounter(const settings::DwordSetting& counter, std::int64_t value) {
   WriteStatistic(counter, static_cast<std::uint32_t>(value));
+}
+
+// For both logs, since the debug log may be off just when its settings can't be found.
+void ReportTrouble(const std::string& line) {
+  LogDebug(line + "\n");
+  ReportToEventLog(kReportError, kReportSource, "", kConnectorEventId, line + "\n");
 }
 
 // What looks wrong in the settings: told once, in the way of nothing.
@@ -48,9 +64,46 @@ void ReportSettings() {
   for (const std::string& line : settings::CheckSettings(store))
     LogDebug("Settings: " + line + "\n");
   if (store.Readable()) return;
-  ReportToEventLog(kReportError, kReportSource, "", kConnectorEventId,
-                   "The settings can't be read: " + store.ErrorText() + "\n");
+  ReportTrouble("The settings can't be read: " + store.ErrorText() +
+                ". Defaults count. Name the store in CORVANE_SETTINGS, make one with 'cvctl init', "
+                "or give this service the right to read it.");
 }
+
+// A queue out of reach looks like an empty one, so the start says which it is.
+void ReportQueue(const std::string& directory) {
+  if (platform::DirectoryExists(directory)) return;
+  ReportTrouble("The outbound queue " + directory +
+                " can't be found: " + platform::ErrorText(platform::LastError()) +
+                " Make the directory, or set 'Connector Root Directory' of CONNECTORS. Each sweep "
+                "looks for it again.");
+}
+
+// Gives the role back at the end of a sweep, however it ends.
+class RoleHold {
+ public:
+  explicit RoleHold(ClusterRole& role) : role_(role) {}
+  ~RoleHold() { role_.Release(); }
+  RoleHold(const RoleHold&) = delete;
+  RoleHold& operator=(const RoleHold&) = delete;
+
+ private:
+  ClusterRole& role_;
+};
+
+// A worker's place, taken before its thread starts; given back unless the thread came to be.
+class TakenPlace {
+ public:
+  TakenPlace() { settings::ActiveDeliveryThreads().fetch_add(1); }
+  ~TakenPlace() {
+    if (!kept_) LeavePlace();
+  }
+  TakenPlace(const TakenPlace&) = delete;
+  TakenPlace& operator=(const TakenPlace&) = delete;
+  void KeepForWorker() { kept_ = true; }
+
+ private:
+  bool kept_ = false;
+};
 
 class Poller {
  public:
@@ -99,6 +152,7 @@ void Poller::Start() {
   SetText(message_.Connector, kServiceName);
   directory_ = OutgoingDirectory(kServiceName);
   pattern_ = directory_ + "\\*.MAI";
+  ReportQueue(directory_);
   RemoveLeftovers();
   if (settings::Get(settings::kResetMessagesOnRestart) != 0) ResetQueue();
   if (DebugLevelAbove(5)) LogTimings();
@@ -125,7 +179,8 @@ void Poller::LogTimings() {
 
 void Poller::ResetQueue() {
   std::int32_t error = 0;
-  const bool won = role_.TryAcquire(error) == 1;
+  std::optional<RoleHold> hold;
+  if (role_.TryAcquire(error) == 1) hold.emplace(role_);
   // A rewritten file is a new entry of its directory, which some file systems list once more.
   std::unordered_set<std::size_t> seen;
   platform::FileFinder files(pattern_);
@@ -134,7 +189,6 @@ void Poller::ResetQueue() {
     ResetOutgoingCommandFile(directory_.c_str(), file->name.c_str(), serverName_.c_str(),
                              settings::Get(settings::kQueueResetTime));
   }
-  if (won) role_.Release();
 }
 
 // A writer that died between two of its steps leaves its unfinished file under a name that no
@@ -152,7 +206,7 @@ void Poller::RemoveLeftovers() {
 
 // One pass of the loop: the wait, the role, the sweep.
 void Poller::Pass() {
-  TimedWait(std::int64_t{settings::Get(settings::kOutgoingPollInterval)} * 1000);
+  TimedWait(IntervalMilliseconds());
   turns_ = 0;
   WriteCounter(settings::kOutboundQueueItemMaxAge, greatestAge_);
   greatestAge_ = 0;
@@ -165,10 +219,10 @@ void Poller::Pass() {
     }
     return;
   }
+  const RoleHold hold(role_);
   WriteCounter(settings::kOutboundQueueLastPoll, platform::NowSeconds());
   Sweep();
   WriteCounter(settings::kOutboundQueueLength, turns_);
-  role_.Release();
 }
 
 void Poller::Sweep() {
@@ -249,11 +303,10 @@ bool Poller::MayTakeAgain(const OutgoingClaim& claim, const std::string& fileNam
 void Poller::StartWorker(OutgoingClaim claim) {
   auto claimed = std::make_shared<std::unique_ptr<ClaimedMessage>>(
       std::make_unique<ClaimedMessage>(ClaimedMessage{message_, std::move(claim), serverName_}));
-  settings::ActiveDeliveryThreads().fetch_add(1);
+  TakenPlace place;
   const bool started = platform::StartThread(platform::kWorkerStackBytes,
                                              [claimed] { WorkerThread(std::move(*claimed)); });
-  if (started) return;
-  settings::ActiveDeliveryThreads().fetch_sub(1);
+  if (started) return place.KeepForWorker();
   LogDebug("Failed to start send thread...\n");
 }
 
