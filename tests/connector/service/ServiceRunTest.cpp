@@ -123,6 +123,20 @@ TEST_F(ServiceRunTest, SecondStopDoesNothing) {
   EXPECT_EQ(clock_.Slept(), 2000);
 }
 
+// Whoever hears of the end finds the flag set.
+TEST_F(ServiceRunTest, TheStoppedFlagIsSetBeforeStoppedIsReported) {
+  unsetenv("NOTIFY_SOCKET");
+  platform::SetEventListener(  // each report fails and comes here
+      [](void*, std::string_view, platform::EventType, std::uint32_t, std::string_view,
+         std::string_view) { Note("reported at " + std::to_string(StoppedFlag())); },
+      nullptr);
+  ServiceRun run(RecordingHooks(), false);
+  run.StopRoutine();
+  platform::SetEventListener(nullptr, nullptr);
+  EXPECT_EQ(record,
+            (std::vector<std::string>{"reported at 0", "unload after 2000", "reported at 1"}));
+}
+
 // The service manager's end of its socket, in a directory of the test.
 class Manager {
  public:
