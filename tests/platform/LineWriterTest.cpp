@@ -5,9 +5,11 @@
 #include <algorithm>
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
 #include <string>
 
 #include "platform/LineWriter.h"
+#include "platform/Reports.h"
 
 namespace corvane::platform {
 namespace {
@@ -79,6 +81,32 @@ TEST_F(LineWriterTest, AReaderThatIsGoneHoldsNobodyUp) {
   close(ends_[0]);
   writer_->Put("nobody reads this\n");
   EXPECT_TRUE(writer_->Drain(milliseconds(10'000)));
+}
+
+// In a process of its own, since gathering has no end.
+[[noreturn]] void PrintToNobody() {
+  int ends[2] = {};
+  if (pipe(ends) != 0 || dup2(ends[1], STDOUT_FILENO) < 0) _exit(1);
+  GatherConsole();
+  const std::string line(1000, 'x');
+  for (int number = 0; number < 3000; ++number) PrintConsole(line);
+  FlushConsole(1);
+  _exit(7);
+}
+
+[[noreturn]] void PrintAndFlush() {
+  GatherConsole();
+  PrintConsole("to standard output\n");
+  WriteDebugChannel("to standard error\n");
+  FlushConsole(10'000);
+  _exit(7);
+}
+
+TEST(GatheredConsoleDeathTest, PrintingNeverWaitsAndAFlushWritesAll) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  setenv("CORVANE_DEBUG_CHANNEL", "1", 1);
+  EXPECT_EXIT(PrintToNobody(), testing::ExitedWithCode(7), "");
+  EXPECT_EXIT(PrintAndFlush(), testing::ExitedWithCode(7), "to standard error");
 }
 
 }  // namespace

@@ -19,16 +19,14 @@
 #include "connector/queue/QueuePaths.h"
 #include "connector/queue/QueueStatistics.h"
 #include "connector/service/ClusterRole.h"
+#include "connector/service/StartReports.h"
 #include "connector/service/Worker.h"
 #include "connector/service/WorkerPlaces.h"
 #include "connector/settings/ProcessState.h"
 #include "connector/settings/Settings.h"
-#include "connector/settings/SettingsCheck.h"
 #include "platform/Clock.h"
-#include "platform/Error.h"
 #include "platform/FileSystem.h"
 #include "platform/Machine.h"
-#include "platform/SettingsStore.h"
 #include "platform/Thread.h"
 
 namespace corvane {
@@ -41,6 +39,14 @@ constexpr std::int64_t kLeastPauseSeconds = 600;
 
 bool Stopping() { return settings::StopFlag().load() != 0; }
 
+// Whole seconds since the last change; less than 0 for one to come.
+std::int64_t AgeSeconds(const platform::FileInfo& info) {
+  constexpr std::int64_t kNanosecondsPerMillisecond = 1'000'000;
+  const std::int64_t changed =
+      info.lastWriteTime * 1000 + info.lastWriteNanoseconds / kNanosecondsPerMillisecond;
+  return (platform::CurrentClock().Milliseconds() - changed) / 1000;
+}
+
 // A wait is counted in 32 bits; an interval of weeks stays one.
 std::uint32_t IntervalMilliseconds() {
   constexpr std::uint32_t kMost = std::numeric_limits<std::uint32_t>::max();
@@ -50,32 +56,6 @@ std::uint32_t IntervalMilliseconds() {
 
 void WriteCounter(const settings::DwordSetting& counter, std::int64_t value) {
   WriteStatistic(counter, static_cast<std::uint32_t>(value));
-}
-
-// For both logs, since the debug log may be off just when its settings can't be found.
-void ReportTrouble(const std::string& line) {
-  LogDebug(line + "\n");
-  ReportToEventLog(kReportError, kReportSource, "", kConnectorEventId, line + "\n");
-}
-
-// What looks wrong in the settings: told once, in the way of nothing.
-void ReportSettings() {
-  auto& store = platform::SettingsStore::Default();
-  for (const std::string& line : settings::CheckSettings(store))
-    LogDebug("Settings: " + line + "\n");
-  if (store.Readable()) return;
-  ReportTrouble("The settings can't be read: " + store.ErrorText() +
-                ". Defaults count. Name the store in CORVANE_SETTINGS, make one with 'cvctl init', "
-                "or give this service the right to read it.");
-}
-
-// A queue out of reach looks like an empty one, so the start says which it is.
-void ReportQueue(const std::string& directory) {
-  if (platform::DirectoryExists(directory)) return;
-  ReportTrouble("The outbound queue " + directory +
-                " can't be found: " + platform::ErrorText(platform::LastError()) +
-                " Make the directory, or set 'Connector Root Directory' of CONNECTORS. Each sweep "
-                "looks for it again.");
 }
 
 // Gives the role back at the end of a sweep, however it ends.
@@ -88,21 +68,6 @@ class RoleHold {
 
  private:
   ClusterRole& role_;
-};
-
-// A worker's place, taken before its thread starts; given back unless the thread came to be.
-class TakenPlace {
- public:
-  TakenPlace() { settings::ActiveDeliveryThreads().fetch_add(1); }
-  ~TakenPlace() {
-    if (!kept_) LeavePlace();
-  }
-  TakenPlace(const TakenPlace&) = delete;
-  TakenPlace& operator=(const TakenPlace&) = delete;
-  void KeepForWorker() { kept_ = true; }
-
- private:
-  bool kept_ = false;
 };
 
 class Poller {
@@ -123,7 +88,6 @@ class Poller {
   void Start();
   void ResetQueue();
   void RemoveLeftovers();
-  void LogTimings();
   void Pass();
   void Sweep();
   bool Turn(const platform::FoundFile& file, bool& sameFileAgain);
@@ -156,25 +120,6 @@ void Poller::Start() {
   RemoveLeftovers();
   if (settings::Get(settings::kResetMessagesOnRestart) != 0) ResetQueue();
   if (DebugLevelAbove(5)) LogTimings();
-}
-
-void Poller::LogTimings() {
-  const auto interval = static_cast<long>(settings::Get(settings::kOutgoingPollInterval));
-  const auto threads = static_cast<long>(settings::Get(settings::kMaximumPickupThreads));
-  const auto delay = static_cast<long>(settings::Get(settings::kOutboundPollDelay));
-  LogDebugF(
-      "Outbound Poll Interval: %ld seconds. (Outbound message queue will be polled every %ld "
-      "seconds "
-      "for new messages after a queue sweep)\n",
-      interval, interval);
-  LogDebugF(
-      "Max Send Theads: %ld threads. (Postoffice Connector will deliver up to %ld messages at a "
-      "time)\n",
-      threads, threads);
-  LogDebugF(
-      "Outbound Poll Delay: %ld milliseconds. (Postoffice Connector will wait for %ld milliseconds "
-      "after each queue sweep.)\n",
-      delay, delay);
 }
 
 void Poller::ResetQueue() {
@@ -242,7 +187,7 @@ void Poller::Sweep() {
 // up.
 bool Poller::Turn(const platform::FoundFile& file, bool& sameFileAgain) {
   ++turns_;
-  greatestAge_ = std::max(greatestAge_, platform::NowSeconds() - file.info.lastWriteTime);
+  greatestAge_ = std::max(greatestAge_, AgeSeconds(file.info));
   const std::int64_t limit = settings::Get(settings::kMaximumPickupThreads);
   sameFileAgain = settings::ActiveDeliveryThreads().load() >= limit;
   if (!sameFileAgain) {

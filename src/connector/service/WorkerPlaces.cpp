@@ -36,6 +36,12 @@ void LeavePlace() {
   places.left.notify_one();
 }
 
+TakenPlace::TakenPlace() { settings::ActiveDeliveryThreads().fetch_add(1); }
+
+TakenPlace::~TakenPlace() {
+  if (!kept_) LeavePlace();
+}
+
 void WaitForPlace() {
   Places& places = ThePlaces();
   std::unique_lock lock(places.mutex);
