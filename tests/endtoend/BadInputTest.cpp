@@ -5,6 +5,7 @@
 #include <chrono>
 #include <csignal>
 #include <filesystem>
+#include <iterator>
 #include <string>
 #include <thread>
 #include <vector>
@@ -22,7 +23,7 @@ using test::ReadBytes;
 
 const std::string kMessage = "Subject: one\r\n\r\nbody\r\n";
 
-enum class Outcome { kStays, kGone };
+enum class Outcome { kStays, kGone, kBounced, kBadMail };
 
 struct BadCase {
   const char* name;
@@ -43,27 +44,27 @@ std::vector<BadCase> Cases(unsigned base) {
       {"NoRecipients", CommandFor(file(4), ""), true, Outcome::kGone, nullptr},
       {"MissingMessageFile", CommandFor(file(5), "[SF:acme/box0]"), false, Outcome::kGone,
        "Message does not exist after postoffice level filter for PO=acme."},
-      {"ParentDirectories", CommandFor(file(6), "[SF:../../x]"), true, Outcome::kStays,
+      {"ParentDirectories", CommandFor(file(6), "[SF:../../x]"), true, Outcome::kBounced,
        "with a name that no mailbox can have"},
-      {"PathInAName", CommandFor(file(7), "[SF:a/b/c]"), true, Outcome::kStays,
+      {"PathInAName", CommandFor(file(7), "[SF:a/b/c]"), true, Outcome::kBounced,
        "with a name that no mailbox can have"},
-      {"BackslashInAName", CommandFor(file(8), "[SF:acme/..\\..\\x]"), true, Outcome::kStays,
+      {"BackslashInAName", CommandFor(file(8), "[SF:acme/..\\..\\x]"), true, Outcome::kBounced,
        "with a name that no mailbox can have"},
       {"NulInAName", CommandFor(file(9), std::string("[SF:acme/bo\0x0]", 15)), true,
-       Outcome::kStays, "with a name that no mailbox can have"},
+       Outcome::kBounced, "with a name that no mailbox can have"},
       {"LongMailboxName", CommandFor(file(10), "[SF:acme/" + std::string(64, 'm') + "]"), true,
-       Outcome::kStays, "with a name that no mailbox can have"},
+       Outcome::kBounced, "with a name that no mailbox can have"},
       {"LongPostofficeName", CommandFor(file(11), "[SF:" + std::string(128, 'p') + "/box0]"), true,
-       Outcome::kStays, "with a name that no mailbox can have"},
+       Outcome::kBounced, "with a name that no mailbox can have"},
       {"OverlongItem", CommandFor(file(12), "[SF:acme/" + std::string(1100, 'm') + "]"), true,
        Outcome::kGone, "has a recipient of 1110 characters"},
-      {"CorruptItem", CommandFor(file(13), "[SF:acme/box0"), true, Outcome::kStays,
+      {"CorruptItem", CommandFor(file(13), "[SF:acme/box0"), true, Outcome::kBadMail,
        "has corrupted recipient [SF:acme/box0. Recipient ignored."},
-      {"EmptyName", CommandFor(file(14), "[SF:acme/]"), true, Outcome::kStays,
+      {"EmptyName", CommandFor(file(14), "[SF:acme/]"), true, Outcome::kBadMail,
        "has corrupted recipient"},
-      {"UnknownMailbox", CommandFor(file(15), "[SF:acme/nobody]"), true, Outcome::kStays,
+      {"UnknownMailbox", CommandFor(file(15), "[SF:acme/nobody]"), true, Outcome::kBounced,
        "Mailbox (nobody) could not be found on postoffice (acme)"},
-      {"UnknownPostoffice", CommandFor(file(16), "[SF:nowhere/box0]"), true, Outcome::kStays,
+      {"UnknownPostoffice", CommandFor(file(16), "[SF:nowhere/box0]"), true, Outcome::kBounced,
        "because the Postoffice (nowhere) has been disabled"},
       {"InternetItem", CommandFor(file(17), "[SMTP:a@b.example]"), true, Outcome::kGone, nullptr},
       {"AMillionSeparators", CommandFor(file(18), std::string(1'000'000, ';')), true,
@@ -87,8 +88,12 @@ TEST(BadInputTest, LosesNothingAndStopsNothing) {
   installation.PutRaw(NameOf(2), CommandFor("..\\..\\" + NameOf(99), "[SF:acme/box0]"), kMessage);
   installation.RunSweeps(2);
   const std::string log = installation.DebugLog();
+  std::ptrdiff_t bounces = 1;  // that of the good message
   for (unsigned i = 0; i < cases.size(); ++i) {
     SCOPED_TRACE(cases[i].name);
+    if (cases[i].outcome == Outcome::kBounced) ++bounces;
+    EXPECT_EQ(fs::exists(installation.Path("badmail/Messages/") + NameOf(100 + i)),
+              cases[i].outcome == Outcome::kBadMail);
     EXPECT_EQ(fs::exists(installation.Queue() + "/" + NameOf(100 + i)),
               cases[i].outcome == Outcome::kStays);
     EXPECT_EQ(fs::exists(installation.Queue() + "/Messages/" + NameOf(100 + i)),
@@ -98,7 +103,10 @@ TEST(BadInputTest, LosesNothingAndStopsNothing) {
     }
   }
   EXPECT_TRUE(fs::exists(installation.MailboxFile("box0", NameOf(1))));
-  EXPECT_TRUE(installation.InQueue(NameOf(1))) << "one of its recipients could not be settled";
+  EXPECT_FALSE(installation.InQueue(NameOf(1)));
+  EXPECT_EQ(std::distance(
+                fs::directory_iterator(installation.Path("connectors/SF/Inbound/Messages")), {}),
+            bounces);
   EXPECT_TRUE(fs::exists(installation.MailboxFile("box0", NameOf(2))));
   EXPECT_FALSE(fs::exists(installation.Queue() + "/" + NameOf(2)));
   EXPECT_EQ(installation.Inbox("box0").size(), 2U);

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <map>
 #include <random>
+#include <set>
 #include <string>
 #include <thread>
 
@@ -22,6 +23,7 @@ using test::NameOf;
 using test::ReadBytes;
 
 constexpr int kMailboxes = 8;
+constexpr std::string_view kFollows = "Message contents follow:\r\n\r\n";
 
 // A message whose end tells that it is whole.
 std::string MessageOf(unsigned number) {
@@ -32,10 +34,23 @@ std::string MessageOf(unsigned number) {
 
 std::string BoxOf(unsigned number) { return "box" + std::to_string(number % kMailboxes); }
 
-void Fill(const Installation& installation, unsigned from, unsigned count) {
+bool IsBounced(unsigned number) { return number % 10 == 7; }
+bool GoesToBadMail(unsigned number) { return number % 10 == 8; }
+
+// The way of a message's second recipient: a mailbox, a mailbox that is not there, or no address.
+std::string SecondItem(unsigned number, bool mixed) {
+  if (mixed && IsBounced(number)) return "[SF:acme/nobody]";
+  if (mixed && GoesToBadMail(number)) return "[SF:acme/corrupt";
+  return "[SF:acme/all]";
+}
+
+std::string SenderOf(unsigned number) { return "s" + std::to_string(number) + "@example.com"; }
+
+void Fill(const Installation& installation, unsigned from, unsigned count, bool mixed) {
   for (unsigned number = from; number < from + count; ++number) {
+    const std::string recipients = "[SF:acme/" + BoxOf(number) + "];" + SecondItem(number, mixed);
     installation.PutRaw(NameOf(number),
-                        CommandFor(NameOf(number), "[SF:acme/" + BoxOf(number) + "];[SF:acme/all]"),
+                        CommandFor(NameOf(number), recipients, "[SMTP:" + SenderOf(number) + "]"),
                         MessageOf(number));
   }
 }
@@ -56,12 +71,47 @@ void ExpectWholeFiles(const std::string& root, bool queue) {
   }
 }
 
-void ExpectDelivered(const Installation& installation, unsigned from, unsigned count) {
+// The senders that have been told that a message of theirs did not arrive. Every notice is whole.
+std::set<std::string> ToldSenders(const Installation& installation) {
+  std::set<std::string> told;
+  const std::string inbound = installation.Path("connectors/SF/Inbound");
+  for (const auto& entry : fs::directory_iterator(inbound)) {
+    if (!entry.is_regular_file()) continue;
+    const std::string command = ReadBytes(entry.path().string());
+    if (!command.ends_with("Status=Undelivered\r\n")) continue;  // cut off by a death
+    const std::size_t at = command.find("[SMTP:") + 6;
+    const std::string sender = command.substr(at, command.find(']', at) - at);
+    const std::string name = entry.path().filename().string();
+    const auto number = static_cast<unsigned>(std::strtoul(sender.c_str() + 1, nullptr, 10));
+    const std::string text = ReadBytes(inbound + "/Messages/" + name);
+    const std::size_t original = text.find(kFollows);
+    EXPECT_NE(original, std::string::npos) << sender;
+    if (original == std::string::npos) continue;
+    EXPECT_EQ(test::WithoutReturnPath(text.substr(original + kFollows.size())), MessageOf(number));
+    told.insert(sender);
+  }
+  return told;
+}
+
+void ExpectIn(const std::string& path, const std::string& what) {
+  EXPECT_EQ(test::WithoutReturnPath(ReadBytes(path)), what) << path;
+}
+
+void ExpectDelivered(const Installation& installation, unsigned from, unsigned count, bool mixed) {
+  const std::set<std::string> told = ToldSenders(installation);
   for (unsigned number = from; number < from + count; ++number) {
-    for (const std::string& box : {BoxOf(number), std::string("all")}) {
-      EXPECT_EQ(test::WithoutReturnPath(ReadBytes(installation.MailboxFile(box, NameOf(number)))),
-                MessageOf(number))
-          << NameOf(number) << " in " << box;
+    const std::string name = NameOf(number);
+    ExpectIn(installation.MailboxFile(BoxOf(number), name), MessageOf(number));
+    if (mixed && IsBounced(number)) {
+      EXPECT_TRUE(told.contains(SenderOf(number))) << name;
+    } else if (mixed && GoesToBadMail(number)) {
+      std::string kept = MessageOf(number);
+      kept.insert(kept.find("\r\n") + 2,
+                  "X-CV-BADMAIL: CORRUPTRECIPIENT, Message has corrupt recipients\r\n");
+      ExpectIn(installation.Path("badmail/Messages/") + name, kept);
+      EXPECT_TRUE(fs::exists(installation.Path("badmail/") + name));
+    } else {
+      ExpectIn(installation.MailboxFile("all", name), MessageOf(number));
     }
   }
 }
@@ -76,7 +126,7 @@ TEST(CrashTest, KillsAtRandomMomentsLoseNothing) {
   std::mt19937 random(20261122);
   unsigned next = 1;
   for (int kill = 0; kill < kills; ++kill) {
-    Fill(installation, next, 40);
+    Fill(installation, next, 40, true);
     next += 40;
     const auto connector = installation.StartConnector();
     // The first sweep begins a second after the start.
@@ -84,9 +134,10 @@ TEST(CrashTest, KillsAtRandomMomentsLoseNothing) {
     EXPECT_EQ(connector->Signal(SIGKILL), -SIGKILL);
     ExpectWholeFiles(installation.MailRoot(), false);
     ExpectWholeFiles(installation.Queue(), true);
+    static_cast<void>(ToldSenders(installation));
   }
   installation.RunUntilEmpty();
-  ExpectDelivered(installation, 1, next - 1);
+  ExpectDelivered(installation, 1, next - 1, true);
 }
 
 TEST(CrashTest, TwoConnectorsDeliverEachMessageOnce) {
@@ -97,11 +148,11 @@ TEST(CrashTest, TwoConnectorsDeliverEachMessageOnce) {
   const auto first = installation.StartConnector();
   const auto second = installation.StartConnector();
   constexpr unsigned kCount = 300;
-  Fill(installation, 1, kCount);
+  Fill(installation, 1, kCount, false);
   EXPECT_TRUE(installation.WaitForEmptyQueue(*first));
   EXPECT_EQ(first->Signal(SIGTERM), 0);
   EXPECT_EQ(second->Signal(SIGTERM), 0);
-  ExpectDelivered(installation, 1, kCount);
+  ExpectDelivered(installation, 1, kCount, false);
   // Each delivery says so once, in whichever connector's log.
   const std::string log = installation.DebugLog();
   for (unsigned number = 1; number <= kCount; ++number) {

@@ -26,6 +26,11 @@ class Installation {
                         const std::string& input = {}) const;
   void Set(const std::string& key, const std::string& name, const std::string& value) const;
   void AddMailboxes(const std::string& stem, int count) const;
+  // From now on the connector asks the stub provider libraries (tests/stubs/StubProvider.cpp),
+  // which give these answers.
+  void UseStubs(const std::string& answers, const std::string& variant = "full");
+  // From now on everybody reads this settings store.
+  void UseSettings(const std::string& path) { settingsPath_ = path; }
 
   [[nodiscard]] std::unique_ptr<BackgroundProgram> StartConnector() const;
   // Waits until no command file is left, some seconds at most. False when time ran out or the
@@ -53,6 +58,8 @@ class Installation {
   [[nodiscard]] std::vector<std::pair<std::string, std::string>> Environment() const;
 
   TemporaryDirectory directory_;
+  std::string settingsPath_ = Path("settings.db");
+  std::vector<std::pair<std::string, std::string>> stubEnvironment_;
   std::string outgoing_;
   std::string mailRoot_;
   std::string logs_;

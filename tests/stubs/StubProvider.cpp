@@ -15,11 +15,12 @@
 //   StoreLibrary_Init * 1
 //   Direct_StoreIndex_InsertItem acme/anna 1
 //
-// "throw" in place of the result throws an exception. A value "<full>" fills a text to its last
-// byte without a NUL. "%20" stands for a blank. Each call adds a line, its name and what it was
-// asked, to the file that CORVANE_STUB_LOG names.
+// "throw" in place of the result throws an exception. A field Remove=PATH removes that file. A
+// value "<full>" fills a text to its last byte without a NUL. "%20" stands for a blank. Each call
+// adds a line, its name and what it was asked, to the file that CORVANE_STUB_LOG names.
 #include <algorithm>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
@@ -85,7 +86,11 @@ std::int32_t Result(const StubAnswer& answer) {
 StubAnswer Ask(const std::string& call, const std::string& asked) {
   Log(call + " " + asked);
   const auto answers = Answers(call, asked);
-  return answers.empty() ? StubAnswer{} : answers.front();
+  if (answers.empty()) return {};
+  for (const auto& [key, value] : answers.front().fields) {
+    if (key == "Remove") std::remove(value.c_str());
+  }
+  return answers.front();
 }
 
 void Write(char* field, std::size_t size, const std::string& value) {

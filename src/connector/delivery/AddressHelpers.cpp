@@ -34,18 +34,18 @@ std::string MappedAddress(const MailboxRecord& mailbox) {
   return map.SourceAddress;
 }
 
+}  // namespace
+
+std::string PostmasterAddress() {
+  return settings::Get(settings::kBadMailNotificationSenderAddress);
+}
+
 bool IsLocalDomain(std::string_view domain) {
   DomainRecord record{};
   SetText(record.Domain, domain);
   record.Reserved1 = 1;
   record.Reserved2 = -1;
   return SMTPDomainGet(record) == 1;
-}
-
-}  // namespace
-
-std::string PostmasterAddress() {
-  return settings::Get(settings::kBadMailNotificationSenderAddress);
 }
 
 void GetMailboxReplyAddress(const MailboxRecord& mailbox, std::string& out) {

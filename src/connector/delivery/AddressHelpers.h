@@ -13,6 +13,9 @@ namespace corvane {
 
 [[nodiscard]] std::string PostmasterAddress();
 
+// Whether mail for the domain is served here.
+[[nodiscard]] bool IsLocalDomain(std::string_view domain);
+
 // The address item that replies to a mailbox go to: its option ReplyAddress (as it stands when it
 // contains "[", else wrapped as "[SMTP:...]"), else what the address map ties to it, else the
 // postmaster.

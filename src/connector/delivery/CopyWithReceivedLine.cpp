@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "connector/delivery/TextCopy.h"
 #include "connector/queue/Durability.h"
 #include "connector/queue/QueuePaths.h"
 #include "message/MessageDate.h"
@@ -13,13 +14,6 @@ namespace {
 
 constexpr std::size_t kPieceBytes = 4096;
 
-// A line of the source with the line end of text files on disk.
-bool WriteTextLine(platform::WholeFile& target, std::string_view line) {
-  if (!line.ends_with('\n')) return target.Write(line);
-  line.remove_suffix(1);
-  return target.Write(line) && target.Write("\r\n");
-}
-
 }  // namespace
 
 std::int32_t CopyWithReceivedLine(const ConnectorMessage& message,
@@ -30,14 +24,9 @@ std::int32_t CopyWithReceivedLine(const ConnectorMessage& message,
   auto target =
       platform::WholeFile::Create(InboundMessagePath(newMessage.Connector, newMessage.MessageID));
   if (!target) return 0;
-  bool written =
-      target.Write("Received: with Corvane Postoffice Connector; " + FormatMessageDate() + "\r\n");
-  while (written) {
-    const auto line = source.ReadLine(kPieceBytes);
-    if (!line) break;
-    written = WriteTextLine(target, *line);
-  }
-  if (!written || source.Failed()) return 0;
+  const std::string received =
+      "Received: with Corvane Postoffice Connector; " + FormatMessageDate() + "\n";
+  if (!WriteAsText(target, received) || !CopyAsText(source, target, kPieceBytes)) return 0;
   return target.Commit(true, DeliveryDurability(platform::Durability::kDataAndName)) ? 1 : 0;
 }
 

@@ -1,4 +1,6 @@
 // GenerateDSN.h -- tells a sender who asked for it what became of a message.
+//
+// A notice is a new message in the inbound queue, message file first.
 #pragma once
 
 #include <cstdint>
@@ -10,9 +12,9 @@ namespace corvane {
 
 enum class DsnKind : std::uint8_t { kSuccess };
 
-// 1 when a notice was written and queued, else 0.
-//
-// Notices are not built yet: nothing is sent.
+// 1 when a notice was written and queued. 0 when the sender asked for none in `DSNFlags`, the
+// setting "DSN Status" isn't 1, or a file could not be written: the delivery itself stands. On the
+// worker thread of the message.
 [[nodiscard]] std::int32_t GenerateDSN(const ConnectorMessage& message,
                                        const MailboxRecord& mailbox, DsnKind kind);
 

@@ -1,13 +1,12 @@
 #include "connector/delivery/MailboxCopy.h"
 
+#include "SERVICES/Library/LIBBadMail/BadMail.h"
 #include "SERVICES/Library/LIBStore/MarkFolderChanged.h"
 #include "SERVICES/Library/LIBStore/NewMessageMarkers.h"
 #include "connector/delivery/AddressHelpers.h"
 #include "connector/delivery/FolderTransfer.h"
-#include "connector/delivery/KeepInQueue.h"
-#include "connector/delivery/SystemOutboundMoveToBadMail.h"
+#include "connector/delivery/MoveToBadMail.h"
 #include "connector/logs/Logs.h"
-#include "connector/queue/QueuePaths.h"
 #include "connector/queue/SetMessageHeader.h"
 #include "platform/Clock.h"
 #include "platform/Error.h"
@@ -19,7 +18,6 @@ namespace {
 
 constexpr const char* kReturnPath = "Return-Path";
 constexpr const char* kInboxName = "Inbox";
-constexpr const char* kTransferFailed = "TRANSFERCOPYFAILED, Message Transfer Copy Failed";
 constexpr std::int64_t kNetworkWaitMilliseconds = 5000;
 constexpr std::int64_t kBackupWaitMilliseconds = 2000;
 
@@ -72,16 +70,6 @@ bool CopyToInbox(MailboxDelivery& delivery) {
   return true;
 }
 
-void MoveToBadMail(MailboxDelivery& delivery) {
-  SystemOutboundMoveToBadMail(OutgoingDirectory(delivery.message.Connector), delivery.message,
-                              kTransferFailed);
-}
-
-// Nobody else gets to see this recipient's message; the others may still be served from the queue.
-void KeepCopyInBadMail(MailboxDelivery& delivery) {
-  KeepInQueue(delivery.message, "copies in bad mail", delivery.recipientItem);
-}
-
 void CopyToBackupFile(MailboxDelivery& delivery) {
   ConnectorMessage& message = delivery.message;
   platform::SleepFor(kBackupWaitMilliseconds);
@@ -89,7 +77,7 @@ void CopyToBackupFile(MailboxDelivery& delivery) {
   if (!TransferToFolder(message, delivery.source, delivery.PathIn(kInboxName, name))) {
     LogDebugF("[%s] Delivery failure occurred when delivering to backup file in PO=%s MBX=%s.\n",
               delivery.Id(), delivery.postoffice.c_str(), delivery.record.Mailbox);
-    KeepCopyInBadMail(delivery);
+    KeepCopyInBadMail(delivery.message, kBadMailCopyFailed);
     return;
   }
   if (MarkFolderChanged(delivery.postoffice, delivery.record.Mailbox, kInboxFolder, kActionAdd,
@@ -106,11 +94,11 @@ void AfterSecondFailure(MailboxDelivery& delivery, std::int32_t error) {
   if (delivery.rulesResult != 0) {
     LogDebugF("[%s] Message was not delivered to PO=%s MBX=%s because of filter\n", delivery.Id(),
               delivery.postoffice.c_str(), delivery.record.Mailbox);
-    KeepCopyInBadMail(delivery);
+    KeepCopyInBadMail(delivery.message, kBadMailCopyFailed);
     return;
   }
   if (error != platform::kErrorNetworkNameGone && error != platform::kErrorSharingViolation) {
-    MoveToBadMail(delivery);
+    MoveToBadMail(delivery.message, kBadMailCopyFailed);
     LogDebugF(
         "[%s] Delivery failure occurred (error %d) when delivering to PO=%s MBX=%s. Message moved "
         "to bad mail\n",

@@ -3,13 +3,13 @@
 #include <string>
 
 #include "PROVIDERS/Library/LIBOption/ConfigurationProviders.h"
+#include "SERVICES/Library/LIBBadMail/BadMail.h"
 #include "connector/delivery/DeliverToGroup.h"
 #include "connector/delivery/DeliverToMailbox.h"
 #include "connector/delivery/GenerateNDR.h"
+#include "connector/delivery/MoveToBadMail.h"
 #include "connector/delivery/ParsedAddress.h"
-#include "connector/delivery/SystemOutboundMoveToBadMail.h"
 #include "connector/logs/Logs.h"
-#include "connector/queue/QueuePaths.h"
 #include "connector/settings/Settings.h"
 #include "platform/Path.h"
 
@@ -30,8 +30,7 @@ struct Recipient {
 };
 
 std::int32_t CorruptRecipient(ConnectorMessage& message, const std::string& item) {
-  SystemOutboundMoveToBadMail(OutgoingDirectory(message.Connector), message,
-                              "CORRUPTRECIPIENT, Message has corrupt recipients");
+  MoveToBadMail(message, kBadMailCorruptRecipient);
   LogDebugF("Message %s has corrupted recipient %s. Recipient ignored.\n", message.MessageID,
             item.c_str());
   return 0;

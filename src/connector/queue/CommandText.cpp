@@ -1,6 +1,7 @@
 #include "connector/queue/CommandText.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <iterator>
 #include <limits>
 
@@ -49,6 +50,26 @@ std::int32_t NumberOf(std::string_view text) {
   }
   if (negative) return static_cast<std::int32_t>(-number);
   return static_cast<std::int32_t>(std::min(number, kMost));
+}
+
+bool TakeNumber(std::string_view line, std::string_view key, std::int32_t& field) {
+  const auto value = ValueOf(line, key);
+  if (value) field = NumberOf(*value);
+  return value.has_value();
+}
+
+void AppendLine(std::string& text, std::string_view key, std::string_view value) {
+  text.append(key);
+  const std::size_t start = text.size();
+  text.append(value);
+  std::replace_if(
+      text.begin() + static_cast<std::ptrdiff_t>(start), text.end(),
+      [](char c) { return c == '\r' || c == '\n' || c == '\0'; }, ' ');
+  text.append("\r\n");
+}
+
+void AppendLine(std::string& text, std::string_view key, std::int32_t value) {
+  AppendLine(text, key, std::to_string(value));
 }
 
 bool BeginsWithKnownKey(std::string_view line) {

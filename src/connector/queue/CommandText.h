@@ -4,9 +4,13 @@
 // what is no number is 0.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <string_view>
+
+#include "connector/queue/ConnectorMessage.h"
 
 namespace corvane {
 
@@ -28,6 +32,22 @@ class LineWalker {
 
 // A leading signed decimal number behind blanks, held to 32 bits; 0 when there is none.
 [[nodiscard]] std::int32_t NumberOf(std::string_view text);
+
+// Takes the value of a line that begins with `key` into `field`, cut to `limit` bytes; false for
+// any other line.
+template <std::size_t Size>
+bool TakeText(std::string_view line, std::string_view key, char (&field)[Size],
+              std::size_t limit = Size - 1) {
+  const auto value = ValueOf(line, key);
+  if (value) SetText(field, *value, limit);
+  return value.has_value();
+}
+bool TakeNumber(std::string_view line, std::string_view key, std::int32_t& field);
+
+// Appends a line of `key` and `value`. A line end or NUL inside a value would make another line of
+// its rest, so it goes out as a blank.
+void AppendLine(std::string& text, std::string_view key, std::string_view value);
+void AppendLine(std::string& text, std::string_view key, std::int32_t value);
 
 // Whether the line begins with one of the keys of a command file.
 [[nodiscard]] bool BeginsWithKnownKey(std::string_view line);

@@ -1,11 +1,10 @@
 #include "connector/queue/OutgoingCommandFile.h"
 
-#include <algorithm>
-#include <cstddef>
 #include <string>
 
 #include "CLIENTS/CVMAPI/CVMSLIB/common/FileManagement.h"
 #include "CLIENTS/CVMAPI/CVMSLIB/common/TimedWait.h"
+#include "connector/queue/CommandSwitches.h"
 #include "connector/queue/CommandText.h"
 #include "connector/queue/Durability.h"
 #include "connector/queue/QueuePaths.h"
@@ -16,23 +15,6 @@
 
 namespace corvane {
 namespace {
-
-bool DsnFlagsInUse() { return settings::Get(settings::kDsnStatus) == 1; }
-bool CampaignInUse() { return settings::Get(settings::kCampaignStatus) == 1; }
-
-template <std::size_t Size, std::size_t Limit = Size - 1>
-bool TakeText(std::string_view line, std::string_view key, char (&field)[Size],
-              std::size_t limit = Limit) {
-  const auto value = ValueOf(line, key);
-  if (value) SetText(field, *value, limit);
-  return value.has_value();
-}
-
-bool TakeNumber(std::string_view line, std::string_view key, std::int32_t& field) {
-  const auto value = ValueOf(line, key);
-  if (value) field = NumberOf(*value);
-  return value.has_value();
-}
 
 bool TakeEnvelope(std::string_view line, ConnectorMessage& message) {
   return TakeText(line, "DomainName=", message.DomainName) ||
@@ -52,21 +34,6 @@ bool TakeDescription(std::string_view line, ConnectorMessage& message) {
          TakeText(line, "CommandType=", message.CommandType) ||
          (DsnFlagsInUse() && TakeText(line, "DSNFlags=", message.DSNFlags)) ||
          (CampaignInUse() && TakeText(line, "Campaign=", message.Campaign));
-}
-
-// A line end inside a value would make another line of its rest, so it goes out as a blank.
-void AppendLine(std::string& text, std::string_view key, std::string_view value) {
-  text.append(key);
-  const std::size_t start = text.size();
-  text.append(value);
-  std::replace_if(
-      text.begin() + static_cast<std::ptrdiff_t>(start), text.end(),
-      [](char c) { return c == '\r' || c == '\n' || c == '\0'; }, ' ');
-  text.append("\r\n");
-}
-
-void AppendLine(std::string& text, std::string_view key, std::int32_t value) {
-  AppendLine(text, key, std::to_string(value));
 }
 
 std::string CommandText(const ConnectorMessage& message) {

@@ -14,6 +14,8 @@ std::string QueuePath(std::string_view connector, std::string_view directory,
 
 }  // namespace
 
+std::string ConnectorDirectory(std::string_view connector) { return QueuePath(connector, "", ""); }
+
 std::string OutgoingDirectory(std::string_view connector) {
   return QueuePath(connector, "\\Outgoing", "");
 }

@@ -37,4 +37,9 @@ RunningTotal& OutboundDeliveryCount() {
   return total;
 }
 
+RunningTotal& InboundDeliveryCount() {
+  static RunningTotal total(settings::kInboundDeliveryCount);
+  return total;
+}
+
 }  // namespace corvane

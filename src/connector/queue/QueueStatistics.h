@@ -33,5 +33,6 @@ class RunningTotal {
 
 [[nodiscard]] RunningTotal& OutboundDeliveryAttempts();
 [[nodiscard]] RunningTotal& OutboundDeliveryCount();
+[[nodiscard]] RunningTotal& InboundDeliveryCount();
 
 }  // namespace corvane

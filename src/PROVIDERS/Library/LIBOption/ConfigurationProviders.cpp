@@ -77,6 +77,11 @@ void UnloadConfigurationProvider(const char* libraryName) {
   provider->library.Unload();
 }
 
+bool IsProviderLoaded(const char* libraryName) {
+  const Provider* provider = FindProvider(libraryName);
+  return provider != nullptr && static_cast<bool>(provider->library.Hold());
+}
+
 bool IsExportPresent(const char* libraryName, const char* exportName) {
   const Provider* provider = FindProvider(libraryName);
   if (provider == nullptr) return false;

@@ -30,6 +30,8 @@ class ProviderUnloaded : public std::runtime_error {
 [[nodiscard]] bool LoadConfigurationProvider(const char* libraryName);
 void UnloadConfigurationProvider(const char* libraryName);
 
+// Whether the library is loaded.
+[[nodiscard]] bool IsProviderLoaded(const char* libraryName);
 // Whether the library is loaded and has that export.
 [[nodiscard]] bool IsExportPresent(const char* libraryName, const char* exportName);
 

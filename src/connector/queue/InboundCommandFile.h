@@ -1,0 +1,53 @@
+// InboundCommandFile.h -- command files of the inbound queue: what delivery itself sends goes
+// there, and another service of the mail server takes it on.
+//
+// The queue has the shape of the outbound one: <connector directory>\Inbound\<name> beside
+// <connector directory>\Inbound\Messages\<name>. The message file is durable before its command
+// file appears, so a command always has its message. Keys, with the bytes that a reader keeps:
+//
+//   Recipients=  all   TimeAcquired= time   AuthenticationStatus= number   Account=      127
+//   Server=      255   ClientIP=     65     User=      127                 Status=       15
+//   Sender=      511   Priority=     31     DSNFlags=  127                 CommandType=  31
+//                                           Campaign=  127                 Subject=      1023
+//
+// Written in the order of InboundCommandFile.cpp; `User=` only for an authenticated sender,
+// `DSNFlags=`, `Priority=` and `Campaign=` only with their settings on. Any thread.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "connector/queue/ConnectorMessage.h"
+
+namespace corvane {
+
+// Writes `<connectorDirectory>\Inbound\<MessageID>`, whole and durable; up to 10 tries while
+// somebody holds it. 1, or 0.
+[[nodiscard]] std::int32_t WriteInboundCommandFile(const std::string& connectorDirectory,
+                                                   const ConnectorMessage& message);
+
+// Empties the fields of the keys above and fills them from the file of `MessageID`. 1, or 0 when it
+// can't be opened or read; a read error also prints "Skipping File: Command file in write
+// operation\n".
+[[nodiscard]] std::int32_t ReadInboundCommandFile(const std::string& connectorDirectory,
+                                                  ConnectorMessage& message);
+
+// The short command file of a bounce, as `<Connector Root Directory>\SF\Inbound\<MessageID>`. 1, or
+// 0 when it can't be written.
+[[nodiscard]] std::int32_t WriteInboundNDRCommand(const ConnectorMessage& message);
+
+// An inbound queue as its owner knows it.
+struct InboundQueue {
+  char DisplayName[128] = {};
+  char Connector[128] = {};
+  std::int32_t Reset = 0;  // 1: its messages are to be reset
+  std::string ConnectorDirectory;
+};
+
+// Puts each message of the queue that isn't in the state "Undelivered" back to it: no server,
+// acquired now. For the service that empties the queue, at its start, and for an administrator's
+// word. The log says what was done. Returns how many messages were reset.
+std::int32_t ResetInboundQueue(const InboundQueue& queue);
+
+}  // namespace corvane

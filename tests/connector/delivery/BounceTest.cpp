@@ -1,0 +1,253 @@
+// Bounces and notices: who gets one, in whose name, when there is none, and what the files say.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+
+#include "PROVIDERS/Library/LIBOption/ConfigurationProviders.h"
+#include "connector/delivery/GenerateDSN.h"
+#include "connector/delivery/GenerateNDR.h"
+#include "connector/delivery/SmtpRoute.h"
+#include "connector/settings/Settings.h"
+#include "tests/support/BuildPlaces.h"
+#include "tests/support/FaultWalk.h"
+#include "tests/support/SettingsFixture.h"
+
+namespace corvane {
+namespace {
+
+namespace fs = std::filesystem;
+using test::ReadBytes;
+using test::WriteBytes;
+
+constexpr const char* kName = "0123456789ABCDEF0123456789ABCDEF.MAI";
+constexpr const char* kMessage = "From: x\r\nSubject: one\r\n two\r\n\r\nbody\r\n";
+
+TEST(SmtpRouteTest, AddressesAndSourceRoutes) {
+  struct Row {
+    const char* address;
+    const char* domain;
+    const char* out;
+  };
+  const Row rows[] = {
+      {"a@b.example", "b.example", "a@b.example"},
+      {"a@b@c.example", "b@c.example", "a@b@c.example"},
+      {"@one,@two:a@b.example", "@one", "@two:a@b.example"},
+      {"@one,@two,@three:a@b.example", "@one", "@two,@three:a@b.example"},
+      {"@one:a@b.example", "@one", "a@b.example"},
+      {"nobody", "house.example", "POSTMASTER@house.example"},
+      {"", "house.example", "POSTMASTER@house.example"},
+  };
+  settings::Hold(settings::kLocalDomainName, "house.example");
+  for (const Row& row : rows) {
+    std::string domain;
+    std::string out;
+    ResolveSmtpRoute(row.address, domain, out);
+    EXPECT_EQ(domain, row.domain) << row.address;
+    EXPECT_EQ(out, row.out) << row.address;
+  }
+  EXPECT_EQ(BounceAddress("[SMTP:a@b]"), "a@b");
+  EXPECT_EQ(BounceAddress("SMTP:a@b"), "");
+  EXPECT_EQ(BounceAddress("]a:b"), "");
+  settings::ForgetSettings();
+}
+
+class BounceTest : public test::SettingsFixture {
+ protected:
+  BounceTest() {
+    Prepare();
+    setenv("CORVANE_STUB_ANSWERS", (Directory() / "answers").c_str(), 1);
+    Set("Application Directory", test::StubLibraries("full"));
+    Set("Bad Mail Directory", Directory() / "badmail");
+    Set("Local Domain Name", "house.example", "CONNECTORS\\SMTP");
+    Set("Bad Mail Notification Sender Address", "post@house.example", "CONNECTORS\\SMTP");
+    WriteBytes(Directory() / "answers", "SMTPDomainGet served.example 1\n");
+    EXPECT_TRUE(LoadConfigurationProvider(kSmtpProvider));
+  }
+  ~BounceTest() override { UnloadConfigurationProvider(kSmtpProvider); }
+
+  void Prepare() {
+    for (const char* queue : {"SF/Inbound", "SF/Outgoing", "badmail"}) {
+      fs::remove_all(Directory() / queue);
+      fs::create_directories(Directory() / (std::string(queue) + "/Messages"));
+    }
+    WriteBytes(Directory() / (std::string("SF/Outgoing/") + kName), "Recipients=x\r\n");
+    WriteMessage(kMessage);
+    message_ = ConnectorMessage{};
+    SetText(message_.Connector, "SF");
+    SetText(message_.MessageID, kName);
+    SetText(message_.Sender, "[SMTP:a@b.example]");
+    message_.TimeAcquired = 17;
+  }
+  void WriteMessage(const std::string& text) const {
+    WriteBytes(Directory() / (std::string("SF/Outgoing/Messages/") + kName), text);
+  }
+  std::int32_t Bounce() { return GenerateNDR(message_, "[SF:acme/nobody]", "It is so."); }
+  // The one command file in the inbound queue, or empty.
+  [[nodiscard]] std::string Command() const { return ReadBytes(Only(Directory() / "SF/Inbound")); }
+  [[nodiscard]] std::string Text() const {
+    return ReadBytes(Only(Directory() / "SF/Inbound/Messages"));
+  }
+  [[nodiscard]] bool InBadMail() const {
+    return fs::exists(Directory() / (std::string("badmail/Messages/") + kName));
+  }
+  [[nodiscard]] static std::string Only(const std::string& directory) {
+    std::string path;
+    for (const auto& entry : fs::directory_iterator(directory)) {
+      if (!entry.is_regular_file()) continue;
+      EXPECT_EQ(path, "") << "more than one";
+      path = entry.path();
+    }
+    return path;
+  }
+
+  ConnectorMessage message_;
+};
+
+TEST_F(BounceTest, TheFromAddressFollowsTheSender) {
+  struct Row {
+    const char* sender;
+    const char* to;
+    const char* from;
+  };
+  const Row rows[] = {
+      {"[SMTP:a@b.example]", "a@b.example", "post@house.example"},
+      {"[SMTP:a@served.example]", "a@served.example", "POSTMASTER@served.example"},
+      {"[SMTP:nobody]", "POSTMASTER@house.example", "POSTMASTER@house.example"},
+      {"no item", "POSTMASTER@house.example", "POSTMASTER@house.example"},
+      {"[SMTP:@one,@two:a@b.example]", "@two:a@b.example", "post@house.example"},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.sender);
+    Prepare();
+    SetText(message_.Sender, row.sender);
+    EXPECT_EQ(Bounce(), 1);
+    EXPECT_NE(Command().find(std::string("Recipients=[SMTP:") + row.to + "]\r\n"),
+              std::string::npos);
+    EXPECT_NE(Command().find(std::string("Sender=[SMTP:") + row.from + "]\r\n"), std::string::npos);
+    EXPECT_TRUE(Text().starts_with(std::string("From: ") + row.from + "\r\n"));
+  }
+}
+
+TEST_F(BounceTest, SettingsSuppressIt) {
+  struct Row {
+    std::uint32_t mode;
+    std::uint32_t smtpMode;
+    std::int32_t authenticated;
+    bool bounces;
+  };
+  const Row rows[] = {{0, 1, 0, true},  {1, 0, 1, false}, {2, 0, 0, true},
+                      {2, 1, 1, false}, {2, 2, 0, true},  {2, 3, 0, false},
+                      {2, 3, 1, true},  {3, 0, 0, false}, {3, 0, 1, true}};
+  for (const Row& row : rows) {
+    Prepare();
+    Set("No NDR Generation", row.mode, "CONNECTORS\\SF");
+    Set("No NDR Generation", row.smtpMode, "CONNECTORS\\SMTP");
+    message_.AuthenticationStatus = row.authenticated;
+    EXPECT_EQ(Bounce(), 1);
+    EXPECT_EQ(!Command().empty(), row.bounces)
+        << row.mode << " " << row.smtpMode << " " << row.authenticated;
+  }
+}
+
+TEST_F(BounceTest, LoopsEndInBadMail) {
+  SetText(message_.Sender, "[smtp:POST@house.EXAMPLE]");
+  EXPECT_EQ(Bounce(), 1);
+  EXPECT_TRUE(InBadMail());
+  EXPECT_EQ(Command(), "");
+  struct Row {
+    std::string head;
+    bool loop;
+  };
+  const Row rows[] = {
+      {"AUTO-SUBMITTED:   auto-Replied\r\n", true},
+      {"Auto-Submitted: auto-generated\r\n", false},
+      {"Auto-Submitted: auto-replied (away)\r\n", false},
+      {"\r\nAuto-Submitted: auto-replied\r\n", false},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.head);
+    Prepare();
+    WriteMessage("A: 1\r\n" + row.head + kMessage);
+    EXPECT_EQ(Bounce(), 1);
+    EXPECT_EQ(InBadMail(), row.loop);
+    EXPECT_EQ(Command().empty(), row.loop);
+  }
+}
+
+TEST_F(BounceTest, WithoutTheOriginalItSaysSo) {
+  fs::remove(Directory() / (std::string("SF/Outgoing/Messages/") + kName));
+  EXPECT_EQ(Bounce(), 1);
+  EXPECT_TRUE(
+      Text().ends_with("\t[SF:acme/nobody]\r\nCorvane: Message Delivery Failure.\r\n\r\n"
+                       "Message file was corrupted... Please resend.\r\n\r\n"));
+}
+
+TEST_F(BounceTest, WithoutTheSmtpProviderBadMailKeepsACopy) {
+  UnloadConfigurationProvider(kSmtpProvider);
+  EXPECT_EQ(Bounce(), 0);
+  EXPECT_EQ(Command(), "");
+  EXPECT_TRUE(InBadMail());
+  EXPECT_TRUE(fs::exists(Directory() / (std::string("SF/Outgoing/Messages/") + kName)));
+}
+
+// A bounce has its message file, or there is none and the message stays in the queue.
+TEST_F(BounceTest, FaultsLeaveNoHalfBounce) {
+  for (const auto action : {platform::FaultAction::kFail, platform::FaultAction::kThrow}) {
+    test::WalkFaults(
+        action, [&] { Prepare(); }, [&] { Bounce(); },
+        [&](std::uint64_t call) {
+          SCOPED_TRACE(call);
+          if (!Command().empty()) {
+            EXPECT_TRUE(Text().ends_with(kMessage));
+          } else if (action == platform::FaultAction::kFail) {
+            EXPECT_TRUE(message_.KeepInQueue);
+            EXPECT_EQ(Text(), "");
+          }
+        });
+  }
+}
+
+TEST_F(BounceTest, ANoticeIsMadeForThoseWhoAskedForIt) {
+  MailboxRecord mailbox{};
+  SetText(mailbox.Postoffice, "acme");
+  SetText(mailbox.Mailbox, "anna");
+  const auto notice = [&] { return GenerateDSN(message_, mailbox, DsnKind::kSuccess); };
+  SetText(message_.DSNFlags, "SUCCESS");
+  EXPECT_EQ(notice(), 0) << "DSN Status is 0";
+  Set("DSN Status", 1, "CONNECTORS\\SMTP");
+  for (const char* flags : {"", "NEVER", "FAILURE,DELAY"}) {
+    SetText(message_.DSNFlags, flags);
+    EXPECT_EQ(notice(), 0) << flags;
+  }
+  EXPECT_EQ(Text(), "");
+  SetText(message_.DSNFlags, "failure,success");
+  EXPECT_EQ(notice(), 1);
+  const std::string id = fs::path(Only(Directory() / "SF/Inbound")).filename();
+  EXPECT_EQ(Command(),
+            "Recipients=[SMTP:a@b.example]\r\nServer=\r\nSender=[SMTP:post@house.example]\r\n"
+            "TimeAcquired=17\r\nClientIP=\r\nAuthenticationStatus=0\r\nDSNFlags=failure,success\r\n"
+            "Account=\r\nStatus=Undelivered\r\nCommandType=\r\nSubject=\r\n");
+  std::string text = Text();
+  const std::size_t date = text.find("Date: ");
+  text.erase(date, text.find("\r\n", date) + 2 - date);
+  const std::string rule(81, '-');
+  EXPECT_EQ(
+      text,
+      "From: post@house.example\r\nTo: <a@b.example>\r\nSubject: Delivery Success: one two\r\n"
+      "Message-ID: <" +
+          id +
+          "@house.example>\r\nPrecedence: bulk\r\n"
+          "Content-Type: multipart/report;\r\n\treport-type=delivery-status;\r\n"
+          "\tboundary=\"----=_NextPart_000_0016_01CA741D.3C2790E0\"\r\n\r\n"
+          "------=_NextPart_000_0016_01CA741D.3C2790E0\r\nContent-Type: text/plain;\r\n"
+          "\tcharset=\"us-ascii\"\r\nContent-Transfer-Encoding: 7bit\r\n\r\n" +
+          rule +
+          "\r\nThe message you sent to acme/anna was successfully delivered.\r\n\r\n"
+          "The subject of the message follows: \r\n\r\none two\r\n\r\n" +
+          rule + "\r\n------=_NextPart_000_0016_01CA741D.3C2790E0--\r\n");
+}
+
+}  // namespace
+}  // namespace corvane

@@ -1,0 +1,175 @@
+// The inbound queue: what delivery sends, read back, and its reset; and headers read from a file.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+#include "connector/queue/InboundCommandFile.h"
+#include "connector/queue/ReadHeaderValue.h"
+#include "platform/File.h"
+#include "tests/support/FaultWalk.h"
+#include "tests/support/SettingsFixture.h"
+
+namespace corvane {
+namespace {
+
+namespace fs = std::filesystem;
+using test::ReadBytes;
+using test::WriteBytes;
+
+constexpr const char* kName = "0123456789ABCDEF0123456789ABCDEF.MAI";
+
+class InboundQueueTest : public test::SettingsFixture {
+ protected:
+  InboundQueueTest() {
+    fs::create_directories(Directory() / "SF/Inbound/Messages");
+    message_.Recipients = "[SMTP:b@b.example];[SMTP:c@c.example]";
+    SetText(message_.Connector, "SF");
+    SetText(message_.MessageID, kName);
+    SetText(message_.Sender, "[SMTP:a@b.example]");
+    SetText(message_.ClientIP, "192.0.2.1");
+    SetText(message_.User, "anna");
+    SetText(message_.DSNFlags, "SUCCESS");
+    SetText(message_.Campaign, "spring");
+    SetText(message_.Priority, "Normal");
+    SetText(message_.Account, "acme");
+    SetText(message_.Status, "Undelivered");
+    SetText(message_.CommandType, "NORMAL");
+    SetText(message_.Subject, "one\r\nStatus=two");
+    message_.TimeAcquired = 17;
+  }
+  [[nodiscard]] std::string Root() const { return Directory() / "SF"; }
+  [[nodiscard]] std::string Path(const std::string& name = kName) const {
+    return Directory() / ("SF/Inbound/" + name);
+  }
+  [[nodiscard]] std::string Written() const {
+    EXPECT_EQ(WriteInboundCommandFile(Root(), message_), 1);
+    return ReadBytes(Path());
+  }
+  [[nodiscard]] std::int32_t Reset(std::int32_t flag = 1) const {
+    InboundQueue queue;
+    SetText(queue.DisplayName, "SF");
+    queue.Reset = flag;
+    queue.ConnectorDirectory = Root();
+    return ResetInboundQueue(queue);
+  }
+
+  ConnectorMessage message_;
+};
+
+TEST_F(InboundQueueTest, SwitchesDecideWhichLinesAreWritten) {
+  const std::string head =
+      "Recipients=[SMTP:b@b.example];[SMTP:c@c.example]\r\nServer=\r\n"
+      "Sender=[SMTP:a@b.example]\r\nTimeAcquired=17\r\nClientIP=192.0.2.1\r\n"
+      "AuthenticationStatus=";
+  const std::string tail =
+      "Account=acme\r\nStatus=Undelivered\r\nCommandType=NORMAL\r\nSubject=one  Status=two\r\n";
+  EXPECT_EQ(Written(), head + "0\r\n" + tail) << "a line end in a value makes no line";
+  Set("DSN Status", 1, "CONNECTORS\\SMTP");
+  Set("Campaign Status", 1, "CONNECTORS\\SMTP");
+  Set("Queue Prioritization", 1);
+  message_.AuthenticationStatus = 1;
+  EXPECT_EQ(Written(), head + "1\r\nUser=anna\r\nDSNFlags=SUCCESS\r\nPriority=Normal\r\n" +
+                           "Campaign=spring\r\n" + tail);
+}
+
+TEST_F(InboundQueueTest, ReadingEmptiesFillsAndCuts) {
+  const std::string x(2000, 'x');
+  WriteBytes(Path(), "Sender=" + x + "\r\nServer=" + x + "\r\nClientIP=" + x + "\r\nUser=" + x +
+                         "\r\nAccount=" + x + "\r\nStatus=" + x + "\r\nCommandType=" + x +
+                         "\r\nSubject=" + x + "\r\nPriority=" + x + "\r\nDSNFlags=" + x +
+                         "\r\nAuthenticationStatus=2\r\nRecipients=" + std::string(9000, 'r'));
+  ASSERT_EQ(ReadInboundCommandFile(Root(), message_), 1);
+  EXPECT_EQ(std::string(message_.Sender), x.substr(0, 511));
+  EXPECT_EQ(std::string(message_.Server), x.substr(0, 255));
+  EXPECT_EQ(std::string(message_.ClientIP), x.substr(0, 65));
+  EXPECT_EQ(std::string(message_.User), x.substr(0, 127));
+  EXPECT_EQ(std::string(message_.Account), x.substr(0, 127));
+  EXPECT_EQ(std::string(message_.Status), x.substr(0, 15));
+  EXPECT_EQ(std::string(message_.CommandType), x.substr(0, 31));
+  EXPECT_EQ(std::string(message_.Subject), x.substr(0, 1023));
+  EXPECT_EQ(std::string(message_.Priority), x.substr(0, 31));
+  EXPECT_EQ(message_.AuthenticationStatus, 2);
+  EXPECT_EQ(message_.Recipients, std::string(9000, 'r'));
+  EXPECT_STREQ(message_.DSNFlags, "") << "only with DSN Status 1";
+  EXPECT_EQ(message_.TimeAcquired, 0) << "emptied";
+  SetText(message_.MessageID, "none.MAI");
+  EXPECT_EQ(ReadInboundCommandFile(Root(), message_), 0);
+}
+
+TEST_F(InboundQueueTest, ACommandAppearsWholeOrNotAtAll) {
+  test::WalkFaults(
+      platform::FaultAction::kFail, [&] { fs::remove(Path()); },
+      [&] { static_cast<void>(WriteInboundNDRCommand(message_)); },
+      [&](std::uint64_t) {
+        const std::string text = ReadBytes(Path());
+        EXPECT_TRUE(!fs::exists(Path()) || text.ends_with("Status=Undelivered\r\n")) << text;
+      });
+  EXPECT_EQ(ReadBytes(Path()),
+            "CommandType=NORMAL\r\nRecipients=[SMTP:b@b.example];[SMTP:c@c.example]\r\nServer=\r\n"
+            "Sender=[SMTP:a@b.example]\r\nTimeAcquired=17\r\nNextSendTime=17\r\nMessageID=" +
+                std::string(kName) + "\r\nStatus=Undelivered\r\n");
+}
+
+TEST_F(InboundQueueTest, ResetPutsBackWhatIsNotUndelivered) {
+  const std::string other = "FFFF.MAI";
+  SetText(message_.Status, "Delivering");
+  SetText(message_.Server, "NODE1");
+  static_cast<void>(Written());
+  WriteBytes(Path(other), "Recipients=x\r\nServer=KEPT\r\nStatus=undelivered\r\n");
+  WriteBytes(Path("note.txt"), "Status=Delivering\r\n");
+  EXPECT_EQ(Reset(0), 0) << "not asked to";
+  EXPECT_EQ(Reset(), 1);
+  ASSERT_EQ(ReadInboundCommandFile(Root(), message_), 1);
+  EXPECT_STREQ(message_.Status, "Undelivered");
+  EXPECT_STREQ(message_.Server, "");
+  EXPECT_EQ(message_.TimeAcquired, 1'700'000'000);
+  EXPECT_EQ(message_.Recipients, "[SMTP:b@b.example];[SMTP:c@c.example]");
+  EXPECT_EQ(ReadBytes(Path(other)), "Recipients=x\r\nServer=KEPT\r\nStatus=undelivered\r\n");
+  EXPECT_EQ(Reset(), 0);
+}
+
+struct HeaderCase {
+  const char* name;
+  std::string text;
+  bool found;
+  std::string value;
+};
+
+TEST_F(InboundQueueTest, ReadsOneHeaderOfAFile) {
+  const HeaderCase cases[] = {
+      {"any case, blanks dropped", "A: 1\r\nsubject:   two  \r\n\r\n", true, "two  "},
+      {"folds as they stand", "Subject: one\r\n two\r\n\tthree\r\nB: x\r\n\r\n", true,
+       "one two\tthree"},
+      {"LF alone", "Subject: one\n two\n\n", true, "one two"},
+      {"first match", "Subject: one\r\nSubject: two\r\n\r\n", true, "one"},
+      {"not in the body", "A: 1\r\n\r\nSubject: one\r\n", false, ""},
+      {"not a longer name", "Subjects: one\r\n\r\n", false, ""},
+      {"at the end of the file", "Subject: one", true, "one"},
+      {"on a line of its own", "Subject:\r\n one\r\n\r\n", true, " one"},
+      {"too far down",
+       std::string(4 * 11, '\n')
+               .replace(0, 44,
+                        [] {
+                          std::string lines;
+                          for (int i = 0; i < 11; ++i) lines += "A: 1\n";
+                          return lines;
+                        }()) +
+           "Subject: one\r\n",
+       false, ""},
+      {"behind a long line", "A: " + std::string(5000, 'a') + "\r\nSubject: one\r\n", true, "one"},
+      {"cut", "Subject: " + std::string(100, 's') + "\r\n\r\n", true, std::string(63, 's')},
+  };
+  for (const HeaderCase& row : cases) {
+    SCOPED_TRACE(row.name);
+    WriteBytes(Path(), row.text);
+    std::string value = "old";
+    EXPECT_EQ(ReadHeaderValue(Path(), "Subject", value, 64, 10), row.found);
+    EXPECT_EQ(value, row.value);
+  }
+  std::string value;
+  EXPECT_FALSE(ReadHeaderValue(Path("none"), "Subject:", value, 64, 10));
+}
+
+}  // namespace
+}  // namespace corvane
