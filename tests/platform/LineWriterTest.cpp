@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <chrono>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <string>
 
@@ -85,6 +86,7 @@ TEST_F(LineWriterTest, AReaderThatIsGoneHoldsNobodyUp) {
 
 // In a process of its own, since gathering has no end.
 [[noreturn]] void PrintToNobody() {
+  std::fflush(stdout);  // what the test framework has printed goes elsewhere
   int ends[2] = {};
   if (pipe(ends) != 0 || dup2(ends[1], STDOUT_FILENO) < 0) _exit(1);
   GatherConsole();
