@@ -41,6 +41,18 @@ inline constexpr std::int32_t kErrorFileCorrupt = 1392;
 [[nodiscard]] std::int32_t LastError();
 void SetLastError(std::int32_t error);
 
+// Puts the last error back at the end of its scope, for what is no business of the caller's.
+class KeepLastError {
+ public:
+  KeepLastError() : error_(LastError()) {}
+  ~KeepLastError() { SetLastError(error_); }
+  KeepLastError(const KeepLastError&) = delete;
+  KeepLastError& operator=(const KeepLastError&) = delete;
+
+ private:
+  const std::int32_t error_;
+};
+
 // The number for a value of errno. ENOENT is 2; callers that know that a directory on the way is
 // missing say 3 themselves. ESTALE, EHOSTDOWN, ENETDOWN, ENETUNREACH, ENOTCONN and EREMOTEIO
 // are 64. Unknown values are 1117.

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <filesystem>
 
 #include "platform/NameTable.h"
 #include "platform/PathSearch.h"
@@ -39,6 +40,13 @@ std::string ResolvePath(std::string_view path) {
   if (stat(system.c_str(), &state) == 0) return system;
   if (errno != ENOENT && errno != ENOTDIR) return system;
   return FindSpelling(system).path;
+}
+
+std::string AbsolutePath(std::string_view path) {
+  std::error_code failure;
+  const std::string system = SystemPath(path);
+  const auto absolute = std::filesystem::absolute(system, failure).lexically_normal();
+  return failure ? system : absolute.string();
 }
 
 std::string JoinPath(std::string_view directory, std::string_view name) {

@@ -31,6 +31,9 @@ namespace corvane::platform {
 // exists is answered after one look.
 [[nodiscard]] std::string ResolvePath(std::string_view path);
 
+// SystemPath(path), with the current directory before it unless it begins at the root.
+[[nodiscard]] std::string AbsolutePath(std::string_view path);
+
 // `directory` + '\' + `name`, with no second separator where one of them brings it.
 [[nodiscard]] std::string JoinPath(std::string_view directory, std::string_view name);
 

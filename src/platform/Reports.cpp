@@ -1,13 +1,18 @@
 #include "platform/Reports.h"
 
 #include <syslog.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
+#include <chrono>
 #include <cstdarg>
 #include <cstdio>
+#include <memory>
 #include <mutex>
 
 #include "platform/Format.h"
+#include "platform/LineWriter.h"
 #include "platform/Machine.h"
 
 namespace corvane::platform {
@@ -58,9 +63,26 @@ void WriteRecords(EventType type, std::uint32_t eventId, std::string_view text) 
   }
 }
 
-void Print(std::FILE* stream, std::string_view text) {
+// Null until the lines of the stream are gathered; never destroyed then.
+std::atomic<LineWriter*> consoleWriter{nullptr};
+std::atomic<LineWriter*> debugWriter{nullptr};
+
+void Print(std::FILE* stream, const std::atomic<LineWriter*>& writer, std::string_view text) {
+  if (LineWriter* const gatherer = writer.load(std::memory_order_acquire)) {
+    return gatherer->Put(text);
+  }
   std::fwrite(text.data(), 1, text.size(), stream);
   std::fflush(stream);
+}
+
+void Gather(int descriptor, std::atomic<LineWriter*>& writer) {
+  auto started = std::make_unique<LineWriter>(descriptor);
+  if (started->Start()) writer.store(started.release(), std::memory_order_release);
+}
+
+bool DebugChannelWanted() {
+  static const bool wanted = EnvironmentVariable("CORVANE_DEBUG_CHANNEL") == "1";
+  return wanted;
 }
 
 }  // namespace
@@ -86,11 +108,10 @@ void SetEventListener(EventListener listener, void* context) {
 }
 
 void WriteDebugChannel(std::string_view text) {
-  static const bool wanted = EnvironmentVariable("CORVANE_DEBUG_CHANNEL") == "1";
-  if (wanted) Print(stderr, text);
+  if (DebugChannelWanted()) Print(stderr, debugWriter, text);
 }
 
-void PrintConsole(std::string_view text) { Print(stdout, text); }
+void PrintConsole(std::string_view text) { Print(stdout, consoleWriter, text); }
 
 void PrintConsoleF(const char* format, ...) {
   std::va_list arguments;
@@ -98,6 +119,19 @@ void PrintConsoleF(const char* format, ...) {
   const std::string text = FormatTextV(format, arguments);
   va_end(arguments);
   PrintConsole(text);
+}
+
+void GatherConsole() {
+  Gather(STDOUT_FILENO, consoleWriter);
+  if (DebugChannelWanted()) Gather(STDERR_FILENO, debugWriter);
+}
+
+void FlushConsole(std::int64_t milliseconds) {
+  for (const auto* writer : {&consoleWriter, &debugWriter}) {
+    if (LineWriter* const gatherer = writer->load(std::memory_order_acquire)) {
+      (void)gatherer->Drain(std::chrono::milliseconds(milliseconds));
+    }
+  }
 }
 
 }  // namespace corvane::platform

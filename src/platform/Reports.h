@@ -18,11 +18,20 @@ using EventListener = void (*)(void* context, std::string_view source, EventType
                                std::string_view second);
 void SetEventListener(EventListener listener, void* context);
 
-// Standard error when the environment variable CORVANE_DEBUG_CHANNEL is 1, otherwise nothing.
+// Text as it stands, at once, to standard error when the environment variable CORVANE_DEBUG_CHANNEL
+// is 1, otherwise nothing.
 void WriteDebugChannel(std::string_view text);
 
-// Standard output, at once. Text as it stands.
+// Text as it stands, at once, to standard output.
 void PrintConsole(std::string_view text);
 void PrintConsoleF(const char* format, ...) __attribute__((format(printf, 1, 2)));
+
+// From here on both leave their lines to a thread (LineWriter.h), so that a program at work never
+// waits for who reads them. To be called once, when the signals that threads must not take are
+// blocked. Without a thread to be had all stays as it was.
+void GatherConsole();
+// Returns when all lines are written, or after `milliseconds`; before the process is ended in a way
+// that runs nothing else.
+void FlushConsole(std::int64_t milliseconds);
 
 }  // namespace corvane::platform

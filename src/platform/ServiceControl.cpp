@@ -61,6 +61,13 @@ sigset_t StopSignals() {
   return signals;
 }
 
+int WaitForSignal(const sigset_t& signals) {
+  int signalNumber = 0;
+  while (sigwait(&signals, &signalNumber) != 0) {
+  }
+  return signalNumber;
+}
+
 }  // namespace
 
 bool HasServiceManager() { return !NotifySocket().empty(); }
@@ -71,20 +78,26 @@ bool TellServiceManager(std::string_view state) {
   if (!MakeAddress(NotifySocket(), &address, &length)) return false;
   const Socket socket;
   if (socket.Descriptor() < 0) return FailWithErrno();
-  const ssize_t sent = sendto(socket.Descriptor(), state.data(), state.size(), MSG_NOSIGNAL,
-                              reinterpret_cast<const sockaddr*>(&address), length);
+  const ssize_t sent =
+      sendto(socket.Descriptor(), state.data(), state.size(), MSG_NOSIGNAL | MSG_DONTWAIT,
+             reinterpret_cast<const sockaddr*>(&address), length);
   return sent == static_cast<ssize_t>(state.size()) || FailWithErrno();
 }
 
-bool OnStopSignal(std::function<void(int signalNumber)> stop) {
+bool OnStopSignal(std::function<void(int signalNumber)> stop, std::function<void()> again) {
   std::signal(SIGPIPE, SIG_IGN);
   const sigset_t signals = StopSignals();
   pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-  return StartThread(kStopStackBytes, [signals, stop = std::move(stop)] {
-    int signalNumber = 0;
-    while (sigwait(&signals, &signalNumber) != 0) {
+  return StartThread(kStopStackBytes, [signals, stop = std::move(stop), again = std::move(again)] {
+    const int signalNumber = WaitForSignal(signals);
+    // Without another thread to be had the stop itself matters most.
+    if (!StartThread(kStopStackBytes, [&stop, signalNumber] { stop(signalNumber); })) {
+      stop(signalNumber);
     }
-    stop(signalNumber);
+    for (;;) {
+      (void)WaitForSignal(signals);
+      if (again) again();
+    }
   });
 }
 
@@ -103,14 +116,19 @@ class SpawnPlan {
   SpawnPlan(const SpawnPlan&) = delete;
   SpawnPlan& operator=(const SpawnPlan&) = delete;
 
-  // Output into `descriptor`, no input; no signal blocked, whatever this process blocks.
+  // Output into `descriptor`, no input; signals as any program finds them, whatever this process
+  // blocks and ignores.
   void Prepare(int descriptor) {
     posix_spawn_file_actions_addopen(&actions_, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
     posix_spawn_file_actions_adddup2(&actions_, descriptor, STDOUT_FILENO);
     sigset_t none;
     sigemptyset(&none);
     posix_spawnattr_setsigmask(&attributes_, &none);
-    posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK);
+    sigset_t usual;
+    sigemptyset(&usual);
+    sigaddset(&usual, SIGPIPE);
+    posix_spawnattr_setsigdefault(&attributes_, &usual);
+    posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
   }
 
   int Run(const std::string& program, char* const* arguments, pid_t* child) {

@@ -13,13 +13,15 @@ namespace corvane::platform {
 // Whether a service manager started this process and listens for its state (NOTIFY_SOCKET).
 [[nodiscard]] bool HasServiceManager();
 // One datagram of its protocol, such as "READY=1" or "STOPPING=1\nSTATUS=..."; false when it could
-// not be sent.
+// not be sent. Never waits for a manager that doesn't listen.
 bool TellServiceManager(std::string_view state);
 
-// Calls `stop` on a thread of its own at the first SIGINT or SIGTERM; the signals no longer end the
-// process, nor does writing to a pipe that nobody reads. Call before any other thread is started,
-// so that none of them takes the signal. False when the thread could not be started (LastError).
-[[nodiscard]] bool OnStopSignal(std::function<void(int signalNumber)> stop);
+// Calls `stop` on a thread of its own at the first SIGINT or SIGTERM, and `again`, if there is one,
+// at each further one, even while `stop` is still at work. The signals no longer end the process,
+// nor does writing to a pipe that nobody reads. Call before any other thread is started, so that
+// none of them takes the signal. False when the thread could not be started (LastError).
+[[nodiscard]] bool OnStopSignal(std::function<void(int signalNumber)> stop,
+                                std::function<void()> again = nullptr);
 
 // How a run of a program ended, and what it printed.
 struct ToolResult {

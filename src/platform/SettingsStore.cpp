@@ -2,11 +2,13 @@
 //
 // A reader keeps the last View that it used as its own. As long as the View's sign of the database
 // holds and no other View has been published, a read touches nothing that another thread writes.
-// Otherwise it takes the mutex, under which alone the connection is used, views are made and
-// changes are written. A View keeps its connection open, and with it the mapping that its sign is
-// compared with.
+// Otherwise it takes the mutex, under which alone the readers' connection is used and views are
+// made. A View keeps its connection open, and with it the mapping that its sign is compared with.
+// Changes go through a connection of their own (SettingsWriter.h), outside the mutex, and are
+// published when they are written.
 #include "platform/SettingsStore.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstdlib>
 #include <mutex>
@@ -18,6 +20,7 @@
 #include "platform/Error.h"
 #include "platform/SettingsFile.h"
 #include "platform/SettingsSnapshot.h"
+#include "platform/SettingsWriter.h"
 
 namespace corvane::platform {
 namespace {
@@ -28,12 +31,8 @@ constexpr std::int64_t kLookMilliseconds = 200;
 constexpr std::int64_t kNeverLooked = INT64_MIN / 2;
 constexpr int kBusyMilliseconds = 5000;
 
-// An open file and its sign of change.
-struct Connection {
-  explicit Connection(Database opened) : database(std::move(opened)), change(database) {}
-  Database database;
-  DatabaseChange change;
-};
+using Connection = SettingsConnection;
+using Care = SettingsWriter::Care;
 
 // What readers answer from.
 struct View {
@@ -70,13 +69,14 @@ std::uint64_t NextStoreNumber() {
 }  // namespace
 
 struct SettingsStore::State {
-  explicit State(std::string_view storePath) : path(storePath) {}
+  explicit State(std::string_view storePath) : path(storePath), writer(path) {}
 
   const std::uint64_t number = NextStoreNumber();
   const std::string path;
   std::atomic<std::uint64_t> publication{0};         // grows with each published View
   std::atomic<std::int64_t> lastLook{kNeverLooked};  // when the path itself was last looked at
-  std::mutex mutex;                                  // guards all below
+  SettingsWriter writer;
+  std::mutex mutex;  // guards all below
   ViewPointer current = std::make_shared<const View>();
   std::shared_ptr<Connection> connection;
   std::string errorText;  // empty while the store can be read
@@ -93,10 +93,11 @@ struct SettingsStore::State {
   [[nodiscard]] bool Open(DatabaseMode mode);
   [[nodiscard]] bool OpenForReading();
   [[nodiscard]] bool Load();
-  [[nodiscard]] bool Write(const std::vector<SettingChange>& changes, bool flush);
-  [[nodiscard]] bool Commit(const std::vector<SettingChange>& changes, DatabaseSign* before);
+  [[nodiscard]] bool Write(const std::vector<SettingChange>& changes, Care care);
+  [[nodiscard]] bool Follow(const std::vector<SettingChange>& changes,
+                            const SettingsWriter::Written& written);
   [[nodiscard]] bool PublishOneNumber(const std::vector<SettingChange>& changes,
-                                      const DatabaseSign& before);
+                                      const SettingsWriter::Written& written);
 };
 
 bool SettingsStore::State::LookIsDue() const {
@@ -185,51 +186,45 @@ void SettingsStore::State::Break(const std::string& why) {
   Publish(View{.settings = current->settings, .sign = {}, .connection = nullptr});
 }
 
-bool SettingsStore::State::Write(const std::vector<SettingChange>& changes, bool flush) {
-  for (const SettingChange& change : changes) {
-    if (!CanonicalSettingKey(change.key).empty()) continue;
+bool SettingsStore::State::Write(const std::vector<SettingChange>& changes, Care care) {
+  SettingsWriter::Written written;
+  std::string why;
+  const bool named = std::none_of(changes.begin(), changes.end(), [](const SettingChange& change) {
+    return CanonicalSettingKey(change.key).empty();
+  });
+  if (!named) {
     SetLastError(kErrorInvalidParameter);
-    return Fail("a setting needs a key");
+    why = "a setting needs a key";
   }
-  bool usable = connection != nullptr && connection->change.Mapped() &&
-                !DatabaseChange::HasMoved(connection->database);
-  // A counter is no reason to make a store: one that was moved away for a moment would come back
-  // empty.
-  const DatabaseMode mode = flush ? DatabaseMode::kCreate : DatabaseMode::kReadWrite;
-  if (!usable && !Open(mode)) return false;
-  const char* safety = flush ? "PRAGMA synchronous=FULL" : "PRAGMA synchronous=NORMAL";
-  DatabaseSign before;
-  if (!connection->database.Execute(safety) || !Commit(changes, &before)) return false;
-  lastLook.store(CurrentClock().Monotonic(), std::memory_order_relaxed);
-  return PublishOneNumber(changes, before) || Load();
+  const bool done = named && writer.Write(changes, care, &written, &why);
+  const std::lock_guard lock(mutex);
+  return done ? Follow(changes, written) : Fail(why);
 }
 
-bool SettingsStore::State::Commit(const std::vector<SettingChange>& changes, DatabaseSign* before) {
-  std::string why;
-  Transaction transaction(connection->database);
-  bool begun = transaction.Begun();
-  // Nobody else commits from here on.
-  *before = connection->change.Read();
-  if (begun && ChangeSettings(connection->database, changes, &why) && transaction.Commit()) {
-    return true;
-  }
-  return Fail(path + ": " + (why.empty() ? connection->database.ErrorText() : why));
+// Lets readers see what has been written, unless one of them was quicker.
+bool SettingsStore::State::Follow(const std::vector<SettingChange>& changes,
+                                  const SettingsWriter::Written& written) {
+  lastLook.store(CurrentClock().Monotonic(), std::memory_order_relaxed);
+  const bool lost = connection == nullptr || !connection->change.Mapped() ||
+                    (written.reopened && DatabaseChange::HasMoved(connection->database));
+  if (lost) return OpenForReading() && Load();
+  return current->Holds() || PublishOneNumber(changes, written) || Load();
 }
 
 // A counter that is written over needs no new reading of the whole store, as long as nobody else's
 // change lies between the View in force and now.
 bool SettingsStore::State::PublishOneNumber(const std::vector<SettingChange>& changes,
-                                            const DatabaseSign& before) {
+                                            const SettingsWriter::Written& written) {
   const SettingChange& change = changes.front();
-  bool simple = changes.size() == 1 && change.kind == SettingChange::Kind::kSet &&
-                change.value.type == SettingType::kDword;
-  bool known =
-      connection->change.Mapped() && current->connection == connection && current->sign == before;
-  DatabaseSign after = connection->change.Read();
-  if (!simple || !known || !DatabaseChange::OneCommitApart(before, after)) return false;
+  const bool simple = changes.size() == 1 && change.kind == SettingChange::Kind::kSet &&
+                      change.value.type == SettingType::kDword;
+  const bool known = current->connection == connection && current->sign == written.before;
+  if (!simple || !known || !DatabaseChange::OneCommitApart(written.before, written.after)) {
+    return false;
+  }
   auto settings = current->settings.WithNumber(change.key, change.name, change.value.number);
   if (!settings) return false;
-  Publish(View{.settings = std::move(*settings), .sign = after, .connection = connection});
+  Publish(View{.settings = std::move(*settings), .sign = written.after, .connection = connection});
   return true;
 }
 
@@ -295,8 +290,7 @@ std::vector<SettingEntry> SettingsStore::List(std::string_view key) {
 }
 
 bool SettingsStore::Apply(const std::vector<SettingChange>& changes) {
-  std::lock_guard lock(state_->mutex);
-  return changes.empty() || state_->Write(changes, true);
+  return changes.empty() || state_->Write(changes, Care::kDurable);
 }
 
 bool SettingsStore::SetDword(std::string_view key, std::string_view name, std::uint32_t value) {
@@ -310,10 +304,9 @@ bool SettingsStore::SetString(std::string_view key, std::string_view name, std::
 }
 
 bool SettingsStore::NoteDword(std::string_view key, std::string_view name, std::uint32_t value) {
-  std::lock_guard lock(state_->mutex);
   return state_->Write(
       {{.key = std::string(key), .name = std::string(name), .value = SettingValue::Dword(value)}},
-      false);
+      Care::kCounter);
 }
 
 bool SettingsStore::Readable() {

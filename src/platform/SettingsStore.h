@@ -4,7 +4,8 @@
 // CORVANE_SETTINGS or /var/lib/corvane/settings.db. Reads are answered from an immutable snapshot
 // in memory that is checked for change at every read by comparing a few words of shared memory, so
 // that a value "read at each use" costs a fraction of a microsecond; a change made by any process
-// is seen by the next read. Readers don't wait for each other, nor for a writer's disk.
+// is seen by the next read. Readers wait neither for a writer's disk nor for other programs; they
+// wait for each other only while one of them reads a changed store anew.
 //
 // A store that is missing or can't be read answers "absent" to every read, and is looked for again
 // every 200 milliseconds. One that goes away or breaks while in use goes on answering with what was
@@ -87,7 +88,8 @@ class SettingsStore {
   [[nodiscard]] bool SetDword(std::string_view key, std::string_view name, std::uint32_t value);
   [[nodiscard]] bool SetString(std::string_view key, std::string_view name, std::string_view value);
   // SetDword for counters: whole and seen at once by everybody, but without a flush, so that a
-  // power failure may take back the last ones.
+  // power failure may take back the last ones; makes no store, and gives up after a fifth of a
+  // second (32) when another program holds it.
   [[nodiscard]] bool NoteDword(std::string_view key, std::string_view name, std::uint32_t value);
 
   // Whether the store could be opened and read at the last try (false leaves LastError), and one

@@ -58,6 +58,16 @@ TEST(ServiceControl, ManagerHearsEachState) {
   }
 }
 
+TEST(ServiceControl, ManagerThatDoesNotListenHoldsNobodyUp) {
+  const test::TemporaryDirectory directory;
+  Manager manager(directory / "notify");
+  const std::string state(100, 'x');
+  int sent = 0;
+  while (sent < 100'000 && TellServiceManager(state)) ++sent;
+  EXPECT_GT(sent, 0);
+  EXPECT_LT(sent, 100'000) << "the socket is never full";
+}
+
 TEST(ServiceControl, WithoutAManagerNothingIsSent) {
   unsetenv("NOTIFY_SOCKET");
   EXPECT_FALSE(HasServiceManager());
@@ -77,10 +87,24 @@ TEST(ServiceControl, WithoutAManagerNothingIsSent) {
   _exit(seen == signalNumber ? 7 : 2);
 }
 
+[[noreturn]] void SignalTwice() {
+  static std::atomic<bool> stopping{false};
+  const auto hang = [](int) {
+    stopping = true;
+    for (;;) std::this_thread::yield();
+  };
+  if (!OnStopSignal(hang, [] { _exit(9); })) _exit(1);
+  kill(getpid(), SIGINT);
+  while (!stopping) std::this_thread::yield();
+  kill(getpid(), SIGINT);
+  for (;;) std::this_thread::yield();
+}
+
 TEST(ServiceControlDeathTest, StopSignalsCallTheStopAndDoNotEndTheProcess) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   EXPECT_EXIT(StopBySignal(SIGTERM), testing::ExitedWithCode(7), "");
   EXPECT_EXIT(StopBySignal(SIGINT), testing::ExitedWithCode(7), "");
+  EXPECT_EXIT(SignalTwice(), testing::ExitedWithCode(9), "");
 }
 
 TEST(ServiceControl, ToolsTellTheirOutputAndExitCode) {

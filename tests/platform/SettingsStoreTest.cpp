@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <filesystem>
 #include <thread>
 
@@ -292,6 +293,77 @@ TEST_F(SettingsStoreTest, ReadersNeverSeeHalfAChange) {
   }
   stop = true;
   for (std::thread& reader : readers) reader.join();
+  EXPECT_EQ(faults, 0);
+}
+
+// Another program has the store to itself for a while.
+class Occupied {
+ public:
+  explicit Occupied(const std::string& path)
+      : database_(Database::Open(path, DatabaseMode::kReadWrite)) {
+    EXPECT_TRUE(database_.Execute("BEGIN IMMEDIATE"));
+  }
+  void End() { EXPECT_TRUE(database_.Execute("COMMIT")); }
+
+ private:
+  Database database_;
+};
+
+TEST_F(SettingsStoreTest, ReadersDoNotWaitForAWriterThatWaits) {
+  ASSERT_TRUE(store_.SetDword(kKey, "Value", 1));
+  Occupied other(path_);
+  std::atomic<bool> begun{false};
+  bool written = false;
+  std::thread writer([&] {
+    begun = true;
+    written = store_.SetDword(kKey, "Value", 2);
+  });
+  while (!begun) std::this_thread::yield();
+  // Each thread's first read takes the longest way. A reader that waited would wait until the
+  // writer gives up.
+  for (int i = 0; i < 500; ++i) {
+    std::thread([&] { EXPECT_EQ(store_.GetDword(kKey, "Value"), 1U); }).join();
+  }
+  other.End();
+  writer.join();
+  EXPECT_TRUE(written);
+  EXPECT_EQ(store_.GetDword(kKey, "Value"), 2U);
+}
+
+TEST_F(SettingsStoreTest, ACounterGivesUpSoonWhereASettingWaits) {
+  ASSERT_TRUE(store_.SetDword(kKey, "Counter", 1));
+  Occupied other(path_);
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_FALSE(store_.NoteDword(kKey, "Counter", 2));
+  EXPECT_EQ(LastError(), kErrorSharingViolation);
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(3));
+  EXPECT_EQ(store_.GetDword(kKey, "Counter"), 1U);
+  other.End();
+  EXPECT_TRUE(store_.NoteDword(kKey, "Counter", 3));
+  EXPECT_EQ(store_.GetDword(kKey, "Counter"), 3U);
+}
+
+TEST_F(SettingsStoreTest, CountersAndChangesOfManyThreadsAreAllSeen) {
+  constexpr int kThreads = 4;
+  constexpr std::uint32_t kSteps = 100;
+  ASSERT_TRUE(store_.SetDword(kKey, "Shared", 0));
+  std::atomic<int> faults{0};
+  std::vector<std::thread> threads;
+  for (int number = 0; number < kThreads; ++number) {
+    threads.emplace_back([&, name = "Counter " + std::to_string(number)] {
+      for (std::uint32_t step = 1; step <= kSteps; ++step) {
+        // One that found the store busy for too long is left out.
+        const bool noted = store_.NoteDword(kKey, name, step);
+        if (noted && store_.GetDword(kKey, name) != step) ++faults;
+      }
+    });
+  }
+  SettingsStore other(path_);
+  for (std::uint32_t step = 1; step <= kSteps / 4; ++step) {
+    EXPECT_TRUE(other.SetDword(kKey, "Shared", step));
+    EXPECT_EQ(store_.GetDword(kKey, "Shared"), step);
+  }
+  for (std::thread& thread : threads) thread.join();
   EXPECT_EQ(faults, 0);
 }
 

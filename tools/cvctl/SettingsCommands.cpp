@@ -136,6 +136,15 @@ SettingValue ValueToSet(const Arguments& arguments, const std::string& key) {
   return SettingValue::Dword(value);
 }
 
+// The whole key to change; the root of all keys can't be meant.
+std::string KeyToChange(const Arguments& arguments) {
+  std::string key = settings::WholeKey(arguments.key);
+  if (!key.empty()) return key;
+  throw Failure(kUsage, "'" + arguments.key +
+                            "' is the root of all keys; name a key below it, or . for the product "
+                            "key");
+}
+
 void Get(const Arguments& arguments) {
   SettingsStore store(SettingsStore::DefaultPath());
   RequireReadable(store);
@@ -146,17 +155,17 @@ void Get(const Arguments& arguments) {
 }
 
 void Set(const Arguments& arguments) {
+  std::string key = KeyToChange(arguments);
   SettingsStore store(SettingsStore::DefaultPath());
-  std::string key = settings::WholeKey(arguments.key);
   const settings::Setting* known = settings::FindSetting(key, arguments.name);
   if (known != nullptr) key = settings::WholeKey(known->key);  // the usual spelling
   Apply(store, {{SettingChange::Kind::kSet, key, arguments.name, ValueToSet(arguments, key)}});
 }
 
 void Delete(const Arguments& arguments, bool wholeKey) {
+  std::string key = KeyToChange(arguments);
   SettingsStore store(SettingsStore::DefaultPath());
   RequireThere(store);
-  std::string key = settings::WholeKey(arguments.key);
   bool there = wholeKey ? !store.List(key).empty() : store.Get(key, arguments.name).has_value();
   if (!there) {
     throw Failure(kNotFound, "there is no " +

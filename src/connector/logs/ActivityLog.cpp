@@ -4,6 +4,7 @@
 #include "connector/logs/DailyLog.h"
 #include "connector/logs/Logs.h"
 #include "connector/settings/Settings.h"
+#include "platform/Error.h"
 #include "platform/Format.h"
 #include "platform/Reports.h"
 
@@ -29,6 +30,7 @@ std::string ActivityLine(std::string_view text) {
 }  // namespace
 
 void LogActivity(std::string_view text) {
+  const platform::KeepLastError keep;
   switch (ActivityTarget()) {
     case kFile:
       LogActivityToFile(text);
@@ -54,6 +56,7 @@ void LogActivityF(const char* format, ...) {
 }
 
 void LogActivityToFile(std::string_view text) {
+  const platform::KeepLastError keep;
   if (ActivityTarget() == kFile) {
     ActivityFile().Append((LogTimeStamp() + "\t# ").append(text));
   }

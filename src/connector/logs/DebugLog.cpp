@@ -90,6 +90,7 @@ void WriteToTarget(std::uint32_t target, std::string_view text) {
 }  // namespace
 
 void LogDebug(std::string_view text) {
+  const platform::KeepLastError keep;
   const std::uint32_t target = DebugTarget();
   if (target != kNone) WriteToTarget(target, text);
 }

@@ -13,14 +13,13 @@ constexpr const char* kServiceText = "Corvane Postoffice Service";
 
 void ReportToEventLog(std::int32_t type, const char* source, const char* /*category*/,
                       std::uint32_t eventId, std::string_view text) {
-  const std::int32_t error = platform::LastError();
+  const platform::KeepLastError keep;
   const bool named = source != nullptr && *source != '\0';
-  platform::WriteEventLog(named ? source : kReportSource, static_cast<platform::EventType>(type),
-                          eventId,
-                          platform::FormatText("%s (%s) error: %d", kServiceText,
-                                               platform::ProgramPath().c_str(), error),
-                          text);
-  platform::SetLastError(error);
+  platform::WriteEventLog(
+      named ? source : kReportSource, static_cast<platform::EventType>(type), eventId,
+      platform::FormatText("%s (%s) error: %d", kServiceText, platform::ProgramPath().c_str(),
+                           platform::LastError()),
+      text);
 }
 
 }  // namespace corvane

@@ -7,7 +7,9 @@
 //
 // Any thread, at any time until the process ends, before the logs are open and after they are
 // closed: lines find no file then and are dropped. No log failure reaches a caller, but for one:
-// a debug log mutex that can't be locked throws Exception (xMutexLock.h).
+// a debug log mutex that can't be locked throws Exception (xMutexLock.h). The caller's last error
+// stays as it was. Console and debugger channel never make a line wait for its reader once the
+// service host has begun to gather them (platform/Reports.h).
 #pragma once
 
 #include <cstdint>

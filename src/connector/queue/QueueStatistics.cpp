@@ -16,7 +16,16 @@ std::int32_t WriteStatistic(const settings::DwordSetting& counter, std::uint32_t
   return 1;
 }
 
-void RunningTotal::Increment() { WriteStatistic(counter_, total_.fetch_add(1) + 1); }
+void RunningTotal::Increment() {
+  total_.fetch_add(1);
+  std::uint32_t written = 0;
+  do {
+    const std::unique_lock lock(writing_, std::try_to_lock);
+    if (!lock) return;
+    written = total_.load();
+    WriteStatistic(counter_, written);
+  } while (written != total_.load());
+}
 
 RunningTotal& OutboundDeliveryAttempts() {
   static RunningTotal total(settings::kOutboundDeliveryAttempts);

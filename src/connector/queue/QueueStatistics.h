@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <mutex>
 
 #include "connector/settings/Settings.h"
 
@@ -15,8 +16,9 @@ namespace corvane {
 // Writes one counter; always 1.
 std::int32_t WriteStatistic(const settings::DwordSetting& counter, std::uint32_t value);
 
-// A total since the start of the process that all workers add to; each step is written as a
-// counter.
+// A total since the start of the process that all workers add to. One of them at a time writes it
+// as a counter; the others leave their step to it, so that none waits for the store and the last
+// value written is the total.
 class RunningTotal {
  public:
   explicit constexpr RunningTotal(const settings::DwordSetting& counter) : counter_(counter) {}
@@ -26,6 +28,7 @@ class RunningTotal {
  private:
   const settings::DwordSetting& counter_;
   std::atomic<std::uint32_t> total_{0};
+  std::mutex writing_;
 };
 
 [[nodiscard]] RunningTotal& OutboundDeliveryAttempts();

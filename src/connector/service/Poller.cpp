@@ -1,7 +1,9 @@
 #include "connector/service/Poller.h"
 
 #include <algorithm>
+#include <limits>
 #include <memory>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
@@ -17,15 +19,14 @@
 #include "connector/queue/QueuePaths.h"
 #include "connector/queue/QueueStatistics.h"
 #include "connector/service/ClusterRole.h"
+#include "connector/service/StartReports.h"
 #include "connector/service/Worker.h"
 #include "connector/service/WorkerPlaces.h"
 #include "connector/settings/ProcessState.h"
 #include "connector/settings/Settings.h"
-#include "connector/settings/SettingsCheck.h"
 #include "platform/Clock.h"
 #include "platform/FileSystem.h"
 #include "platform/Machine.h"
-#include "platform/SettingsStore.h"
 #include "platform/Thread.h"
 
 namespace corvane {
@@ -38,19 +39,36 @@ constexpr std::int64_t kLeastPauseSeconds = 600;
 
 bool Stopping() { return settings::StopFlag().load() != 0; }
 
+// Whole seconds since the last change; less than 0 for one to come.
+std::int64_t AgeSeconds(const platform::FileInfo& info) {
+  constexpr std::int64_t kNanosecondsPerMillisecond = 1'000'000;
+  const std::int64_t changed =
+      info.lastWriteTime * 1000 + info.lastWriteNanoseconds / kNanosecondsPerMillisecond;
+  return (platform::CurrentClock().Milliseconds() - changed) / 1000;
+}
+
+// A wait is counted in 32 bits; an interval of weeks stays one.
+std::uint32_t IntervalMilliseconds() {
+  constexpr std::uint32_t kMost = std::numeric_limits<std::uint32_t>::max();
+  const std::uint32_t seconds = settings::Get(settings::kOutgoingPollInterval);
+  return seconds > kMost / 1000 ? kMost : seconds * 1000;
+}
+
 void WriteCounter(const settings::DwordSetting& counter, std::int64_t value) {
   WriteStatistic(counter, static_cast<std::uint32_t>(value));
 }
 
-// What looks wrong in the settings: told once, in the way of nothing.
-void ReportSettings() {
-  auto& store = platform::SettingsStore::Default();
-  for (const std::string& line : settings::CheckSettings(store))
-    LogDebug("Settings: " + line + "\n");
-  if (store.Readable()) return;
-  ReportToEventLog(kReportError, kReportSource, "", kConnectorEventId,
-                   "The settings can't be read: " + store.ErrorText() + "\n");
-}
+// Gives the role back at the end of a sweep, however it ends.
+class RoleHold {
+ public:
+  explicit RoleHold(ClusterRole& role) : role_(role) {}
+  ~RoleHold() { role_.Release(); }
+  RoleHold(const RoleHold&) = delete;
+  RoleHold& operator=(const RoleHold&) = delete;
+
+ private:
+  ClusterRole& role_;
+};
 
 class Poller {
  public:
@@ -70,7 +88,6 @@ class Poller {
   void Start();
   void ResetQueue();
   void RemoveLeftovers();
-  void LogTimings();
   void Pass();
   void Sweep();
   bool Turn(const platform::FoundFile& file, bool& sameFileAgain);
@@ -99,33 +116,16 @@ void Poller::Start() {
   SetText(message_.Connector, kServiceName);
   directory_ = OutgoingDirectory(kServiceName);
   pattern_ = directory_ + "\\*.MAI";
+  ReportQueue(directory_);
   RemoveLeftovers();
   if (settings::Get(settings::kResetMessagesOnRestart) != 0) ResetQueue();
   if (DebugLevelAbove(5)) LogTimings();
 }
 
-void Poller::LogTimings() {
-  const auto interval = static_cast<long>(settings::Get(settings::kOutgoingPollInterval));
-  const auto threads = static_cast<long>(settings::Get(settings::kMaximumPickupThreads));
-  const auto delay = static_cast<long>(settings::Get(settings::kOutboundPollDelay));
-  LogDebugF(
-      "Outbound Poll Interval: %ld seconds. (Outbound message queue will be polled every %ld "
-      "seconds "
-      "for new messages after a queue sweep)\n",
-      interval, interval);
-  LogDebugF(
-      "Max Send Theads: %ld threads. (Postoffice Connector will deliver up to %ld messages at a "
-      "time)\n",
-      threads, threads);
-  LogDebugF(
-      "Outbound Poll Delay: %ld milliseconds. (Postoffice Connector will wait for %ld milliseconds "
-      "after each queue sweep.)\n",
-      delay, delay);
-}
-
 void Poller::ResetQueue() {
   std::int32_t error = 0;
-  const bool won = role_.TryAcquire(error) == 1;
+  std::optional<RoleHold> hold;
+  if (role_.TryAcquire(error) == 1) hold.emplace(role_);
   // A rewritten file is a new entry of its directory, which some file systems list once more.
   std::unordered_set<std::size_t> seen;
   platform::FileFinder files(pattern_);
@@ -134,7 +134,6 @@ void Poller::ResetQueue() {
     ResetOutgoingCommandFile(directory_.c_str(), file->name.c_str(), serverName_.c_str(),
                              settings::Get(settings::kQueueResetTime));
   }
-  if (won) role_.Release();
 }
 
 // A writer that died between two of its steps leaves its unfinished file under a name that no
@@ -152,7 +151,7 @@ void Poller::RemoveLeftovers() {
 
 // One pass of the loop: the wait, the role, the sweep.
 void Poller::Pass() {
-  TimedWait(std::int64_t{settings::Get(settings::kOutgoingPollInterval)} * 1000);
+  TimedWait(IntervalMilliseconds());
   turns_ = 0;
   WriteCounter(settings::kOutboundQueueItemMaxAge, greatestAge_);
   greatestAge_ = 0;
@@ -165,10 +164,10 @@ void Poller::Pass() {
     }
     return;
   }
+  const RoleHold hold(role_);
   WriteCounter(settings::kOutboundQueueLastPoll, platform::NowSeconds());
   Sweep();
   WriteCounter(settings::kOutboundQueueLength, turns_);
-  role_.Release();
 }
 
 void Poller::Sweep() {
@@ -188,7 +187,7 @@ void Poller::Sweep() {
 // up.
 bool Poller::Turn(const platform::FoundFile& file, bool& sameFileAgain) {
   ++turns_;
-  greatestAge_ = std::max(greatestAge_, platform::NowSeconds() - file.info.lastWriteTime);
+  greatestAge_ = std::max(greatestAge_, AgeSeconds(file.info));
   const std::int64_t limit = settings::Get(settings::kMaximumPickupThreads);
   sameFileAgain = settings::ActiveDeliveryThreads().load() >= limit;
   if (!sameFileAgain) {
@@ -249,11 +248,10 @@ bool Poller::MayTakeAgain(const OutgoingClaim& claim, const std::string& fileNam
 void Poller::StartWorker(OutgoingClaim claim) {
   auto claimed = std::make_shared<std::unique_ptr<ClaimedMessage>>(
       std::make_unique<ClaimedMessage>(ClaimedMessage{message_, std::move(claim), serverName_}));
-  settings::ActiveDeliveryThreads().fetch_add(1);
+  TakenPlace place;
   const bool started = platform::StartThread(platform::kWorkerStackBytes,
                                              [claimed] { WorkerThread(std::move(*claimed)); });
-  if (started) return;
-  settings::ActiveDeliveryThreads().fetch_sub(1);
+  if (started) return place.KeepForWorker();
   LogDebug("Failed to start send thread...\n");
 }
 

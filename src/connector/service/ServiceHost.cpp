@@ -1,20 +1,20 @@
 #include "connector/service/ServiceHost.h"
 
 #include <array>
+#include <cstddef>
 #include <cstdio>
-#include <functional>
+#include <cstdlib>
 #include <memory>
 #include <string>
 #include <string_view>
-#include <utility>
 
-#include "connector/logs/ExceptionReport.h"
 #include "connector/logs/Logs.h"
 #include "connector/service/ServiceInstall.h"
 #include "connector/service/ServiceNames.h"
 #include "platform/Path.h"
 #include "platform/Reports.h"
 #include "platform/ServiceControl.h"
+#include "platform/Thread.h"
 
 namespace corvane {
 namespace {
@@ -22,6 +22,9 @@ namespace {
 constexpr int kExitDone = 0;
 constexpr int kExitFailed = 1;
 constexpr std::int32_t kStartWaitHintMilliseconds = 3000;
+constexpr std::size_t kRunStackBytes = 8'000'000;
+constexpr std::int64_t kFlushMilliseconds = 1000;
+constexpr std::int64_t kHurriedFlushMilliseconds = 100;
 
 // Each behind the program's name.
 constexpr std::array<const char*, 3> kUsageLines = {
@@ -30,46 +33,46 @@ constexpr std::array<const char*, 3> kUsageLines = {
     " -debug <params>   to run as a console app for debugging\n",
 };
 
-// The run routine, then the rest of a stop that goes on beside it. A run that ended by an exception
-// is stopped in the same order.
-int RunToTheEnd(ServiceRun& run) {
-  const bool ended =
-      EndException([&] { run.RunRoutine(); },
-                   [](const ExceptionDetails& details) {
-                     ReportException(FormatExceptionReport("ServiceMain", CV_HERE, details));
-                   });
-  if (!ended) run.StopRoutine();
-  run.WaitForStopRoutine();
-  return ended ? kExitDone : kExitFailed;
+int NoThread(const char* purpose) {
+  std::fprintf(stderr, "%s: no thread for %s\n", kProgramName, purpose);
+  return kExitFailed;
 }
 
-bool StopOnSignal(std::function<void()> stop) {
-  if (platform::OnStopSignal([stop = std::move(stop)](int /*signalNumber*/) { stop(); })) {
-    return true;
+// Runs until the end of the stop routine, whatever the poller still waits for.
+int RunToTheEnd(const std::shared_ptr<ServiceRun>& run) {
+  platform::GatherConsole();
+  if (!platform::StartThread(kRunStackBytes, [run] { run->RunToTheEnd(); })) {
+    return NoThread("the poller");
   }
-  std::fprintf(stderr, "%s: no thread for the stop signals\n", kProgramName);
-  return false;
+  return run->WaitForEnd();
+}
+
+// Somebody at the keyboard waits for no more than the last lines.
+void EndAtOnce() {
+  platform::FlushConsole(kHurriedFlushMilliseconds);
+  std::_Exit(kExitDone);
 }
 
 int RunInConsole(const ServiceHooks& hooks) {
   const auto run = std::make_shared<ServiceRun>(hooks, true);
   platform::PrintConsoleF("Debugging %s.\n", kServiceDisplayName);
-  const bool listening = StopOnSignal([run] {
+  const auto stop = [run](int /*signalNumber*/) {
     platform::PrintConsoleF("Stopping %s.\n", kServiceDisplayName);
     run->StopRoutine();
-  });
-  return listening ? RunToTheEnd(*run) : kExitFailed;
+  };
+  if (!platform::OnStopSignal(stop, EndAtOnce)) return NoThread("the stop signals");
+  return RunToTheEnd(run);
 }
 
 int ServiceMain(const ServiceHooks& hooks) {
   const auto run = std::make_shared<ServiceRun>(hooks, false);
-  const bool listening = StopOnSignal([run] {
+  const auto stop = [run](int /*signalNumber*/) {
     run->Status().ReportStatus(ServiceState::kStopPending, 0, 0);
     run->StopRoutine();
-  });
-  if (!listening) return kExitFailed;
+  };
+  if (!platform::OnStopSignal(stop)) return NoThread("the stop signals");
   run->Status().ReportStatus(ServiceState::kStartPending, 0, kStartWaitHintMilliseconds);
-  const int exitCode = RunToTheEnd(*run);
+  const int exitCode = RunToTheEnd(run);
   run->Status().ReportStatus(ServiceState::kStopped, exitCode, 0);
   return exitCode;
 }
@@ -90,17 +93,7 @@ int RunAsService(const ServiceHooks& hooks) {
   return platform::HasServiceManager() ? ServiceMain(hooks) : RefuseToRun();
 }
 
-// The first argument without its sign; empty when it has none.
-std::string_view Command(int argc, char** argv) {
-  const std::string_view argument = argc > 1 ? argv[1] : "";
-  const bool signedWord = argument.starts_with('-') || argument.starts_with('/');
-  return signedWord ? argument.substr(1) : std::string_view();
-}
-
-}  // namespace
-
-int RunServiceHost(int argc, char** argv, const ServiceHooks& hooks) {
-  const std::string_view command = Command(argc, argv);
+int Run(std::string_view command, const ServiceHooks& hooks) {
   if (platform::EqualsNoCase(command, "install")) {
     InstallService(ServiceManagerPlace::FromEnvironment());
     return kExitDone;
@@ -111,6 +104,21 @@ int RunServiceHost(int argc, char** argv, const ServiceHooks& hooks) {
   }
   if (platform::EqualsNoCase(command, "debug")) return RunInConsole(hooks);
   return RunAsService(hooks);
+}
+
+// The first argument without its sign; empty when it has none.
+std::string_view Command(int argc, char** argv) {
+  const std::string_view argument = argc > 1 ? argv[1] : "";
+  const bool signedWord = argument.starts_with('-') || argument.starts_with('/');
+  return signedWord ? argument.substr(1) : std::string_view();
+}
+
+}  // namespace
+
+int RunServiceHost(int argc, char** argv, const ServiceHooks& hooks) {
+  const int exitCode = Run(Command(argc, argv), hooks);
+  platform::FlushConsole(kFlushMilliseconds);
+  return exitCode;
 }
 
 }  // namespace corvane

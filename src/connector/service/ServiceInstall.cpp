@@ -35,6 +35,18 @@ void PrintFailure(const char* operation) {
   PrintConsoleF("%s failed - %s\n", operation, LastErrorText().c_str());
 }
 
+// The store of whoever installs, as the service finds it from another directory.
+std::string SettingsStoreOfUnit() {
+  const std::string store = platform::EnvironmentVariable("CORVANE_SETTINGS").value_or("");
+  return store.empty() ? store : platform::AbsolutePath(store);
+}
+
+// States of a unit without a process; a unit that the manager has not heard of is "unknown", and a
+// manager that says nothing has none to stop.
+bool IsAtRest(std::string_view state) {
+  return state.empty() || state == "inactive" || state == "failed" || state == "unknown";
+}
+
 class ServiceManager {
  public:
   explicit ServiceManager(const ServiceManagerPlace& place)
@@ -56,8 +68,9 @@ class ServiceManager {
       platform::SetLastError(platform::kErrorServiceExists);
       return false;
     }
-    const std::string store = platform::EnvironmentVariable("CORVANE_SETTINGS").value_or("");
-    if (!platform::WriteWholeFile(unit_, ServiceUnit(program, store), false)) return false;
+    if (!platform::WriteWholeFile(unit_, ServiceUnit(program, SettingsStoreOfUnit()), false)) {
+      return false;
+    }
     if (Tell({"daemon-reload"}) && Tell({"enable", kUnitName})) return true;
     const std::int32_t error = platform::LastError();
     (void)platform::DeleteFile(unit_);
@@ -69,12 +82,12 @@ class ServiceManager {
     return Tell({"disable", kUnitName}) && platform::DeleteFile(unit_) && Tell({"daemon-reload"});
   }
 
-  // The stop control: taken only by a service that runs.
+  // The stop control: taken by a service that runs, comes up, or goes down already.
   [[nodiscard]] bool BeginStop() const {
-    return State() == "active" && Tell({"stop", "--no-block", kUnitName});
+    return !IsAtRest(State()) && Tell({"stop", "--no-block", kUnitName});
   }
 
-  // "active", "deactivating", "inactive", "failed" ...
+  // "active", "activating", "reloading", "deactivating", "inactive", "failed" ...
   [[nodiscard]] std::string State() const {
     const auto result = platform::RunServiceTool(place_.controlProgram, {"is-active", kUnitName});
     if (!result) return "";
@@ -103,8 +116,8 @@ void StopService(const ServiceManager& manager) {
     platform::SleepFor(kStatePollMilliseconds);
     state = manager.State();
   }
-  const bool stopped = state == "inactive" || state == "failed";
-  PrintConsoleF(stopped ? "\n%s stopped.\n" : "\n%s failed to stop.\n", kServiceDisplayName);
+  PrintConsoleF(IsAtRest(state) ? "\n%s stopped.\n" : "\n%s failed to stop.\n",
+                kServiceDisplayName);
 }
 
 // A word as unit files want it: in quotes, with their special characters undone.
@@ -144,6 +157,7 @@ std::string ServiceUnit(const std::string& program, const std::string& settingsS
       "[Service]\n"
       "Type=notify\n"
       "UMask=0027\n"
+      "StandardOutput=null\n"
       "ExecStart=:%s\n"
       "%s"
       "Restart=on-failure\n"

@@ -12,25 +12,41 @@ namespace {
 
 constexpr std::chrono::milliseconds kLongestWait{5};
 
-std::mutex mutex;
-std::condition_variable placeLeft;
-std::uint64_t placesLeft = 0;
+struct Places {
+  std::mutex mutex;
+  std::condition_variable left;
+  std::uint64_t timesLeft = 0;
+};
+
+// Never destroyed: a worker may leave while the process ends.
+Places& ThePlaces() {
+  static Places* const places = new Places;
+  return *places;
+}
 
 }  // namespace
 
 void LeavePlace() {
+  Places& places = ThePlaces();
   settings::ActiveDeliveryThreads().fetch_sub(1);
   {
-    const std::lock_guard lock(mutex);
-    ++placesLeft;
+    const std::lock_guard lock(places.mutex);
+    ++places.timesLeft;
   }
-  placeLeft.notify_one();
+  places.left.notify_one();
+}
+
+TakenPlace::TakenPlace() { settings::ActiveDeliveryThreads().fetch_add(1); }
+
+TakenPlace::~TakenPlace() {
+  if (!kept_) LeavePlace();
 }
 
 void WaitForPlace() {
-  std::unique_lock lock(mutex);
-  const std::uint64_t before = placesLeft;
-  placeLeft.wait_for(lock, kLongestWait, [&] { return placesLeft != before; });
+  Places& places = ThePlaces();
+  std::unique_lock lock(places.mutex);
+  const std::uint64_t before = places.timesLeft;
+  places.left.wait_for(lock, kLongestWait, [&] { return places.timesLeft != before; });
 }
 
 }  // namespace corvane

@@ -125,10 +125,20 @@ class Reader {
                       std::string(kVersion4) + "\"");
   }
 
+  // Where the key of a line ends: a name may hold ], so it is the first one behind which nothing
+  // but a comment stands.
+  static std::size_t EndOfKey(std::string_view line) {
+    for (std::size_t end = line.find(']'); end != std::string_view::npos;
+         end = line.find(']', end + 1)) {
+      const std::size_t behind = line.find_first_not_of(" \t", end + 1);
+      if (behind == std::string_view::npos || line[behind] == ';') return end;
+    }
+    throw SyntaxError("a key must end with ]");
+  }
+
   SettingChange ReadKey() {
     std::string_view line = TakeRestOfLine();
-    std::size_t end = line.rfind(']');
-    if (end == std::string_view::npos) throw SyntaxError("a key must end with ]");
+    std::size_t end = EndOfKey(line);
     at_ -= line.size() - end - 1;
     bool deleted = line.size() > 1 && line[1] == '-';
     std::string_view path = line.substr(deleted ? 2 : 1, end - (deleted ? 2 : 1));

@@ -7,7 +7,7 @@
 namespace corvane::settings {
 namespace {
 
-constexpr std::string_view kSoftware = "Software\\";
+constexpr std::string_view kSoftware = "Software";
 constexpr std::string_view kNode = "Wow6432Node\\";
 constexpr std::string_view kCompany = "Corvane";
 
@@ -15,25 +15,31 @@ bool BeginsWith(std::string_view text, std::string_view start) {
   return text.size() >= start.size() && platform::EqualsNoCase(text.substr(0, start.size()), start);
 }
 
+bool IsSeparator(char character) { return character == '\\' || character == '/'; }
+
 bool IsAtOrBelow(std::string_view key, std::string_view top) {
-  return BeginsWith(key, top) && (key.size() == top.size() || key[top.size()] == '\\');
+  return BeginsWith(key, top) && (key.size() == top.size() || IsSeparator(key[top.size()]));
 }
 
 }  // namespace
 
 std::string WithBitnessNode(std::string_view key) {
   std::string changed(key);
-  for (std::size_t at = 0; at < key.size(); ++at) {
+  for (std::size_t at = 0; at + kSoftware.size() < key.size(); ++at) {
     if (!BeginsWith(key.substr(at), kSoftware)) continue;
-    if (!BeginsWith(key.substr(at + kSoftware.size()), kCompany)) continue;
-    return changed.insert(at + kSoftware.size(), kNode);
+    std::size_t company = at + kSoftware.size();
+    while (company < key.size() && IsSeparator(key[company])) ++company;
+    const bool separated = company > at + kSoftware.size();
+    if (separated && BeginsWith(key.substr(company), kCompany)) {
+      return changed.insert(company, kNode);
+    }
   }
   return changed;
 }
 
 std::string WholeKey(std::string_view key) {
   std::string canonical = platform::CanonicalSettingKey(key);
-  bool rooted = BeginsWith(key, "HKEY_LOCAL_MACHINE") || BeginsWith(key, "HKLM");
+  bool rooted = IsAtOrBelow(key, "HKEY_LOCAL_MACHINE") || IsAtOrBelow(key, "HKLM");
   if (rooted || IsAtOrBelow(canonical, "SOFTWARE")) return WithBitnessNode(canonical);
   std::string product = WholeKey(Key::Product);
   return canonical.empty() || canonical == "." ? product : product + "\\" + canonical;

@@ -9,12 +9,13 @@
 
 namespace corvane::settings {
 
-// `key` with its first "Software\Corvane", in any case, changed to "Software\Wow6432Node\Corvane".
+// `key` with its first "Software\Corvane", in any case and with either separator, changed to
+// "Software\Wow6432Node\Corvane".
 [[nodiscard]] std::string WithBitnessNode(std::string_view key);
 
 // The whole key, as the store takes it, of one that people write: whole
 // ("HKEY_LOCAL_MACHINE\SOFTWARE\...", "HKLM\...", "SOFTWARE\...") or below the product key; "." and
-// an empty text are the product key itself.
+// an empty text are the product key itself. Empty for the bare root, which holds no values.
 [[nodiscard]] std::string WholeKey(std::string_view key);
 
 // The part of a whole key below the product key, "." for the product key; the key itself when it

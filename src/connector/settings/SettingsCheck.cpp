@@ -4,7 +4,6 @@
 
 #include "connector/settings/KnownSettings.h"
 #include "connector/settings/SettingKeys.h"
-#include "platform/Error.h"
 
 namespace corvane::settings {
 namespace {
@@ -68,11 +67,6 @@ std::optional<std::string> CheckKey(const std::string& key) {
 
 std::vector<std::string> CheckSettings(platform::SettingsStore& store) {
   std::vector<std::string> lines;
-  bool missing = !store.Readable() && (platform::LastError() == platform::kErrorFileNotFound ||
-                                       platform::LastError() == platform::kErrorPathNotFound);
-  if (!store.Readable() && !missing) {
-    lines.push_back("The settings store can't be read, defaults count: " + store.ErrorText());
-  }
   std::string key;
   for (const SettingEntry& entry : store.List(WholeKey(Key::Product))) {
     if (entry.key != key) {

@@ -33,7 +33,7 @@ std::int32_t NoText(char* buffer, std::size_t size) {
 }  // namespace
 
 std::int32_t ReadSettingDword(const char* key, const char* name, std::uint32_t* value) {
-  if (IsEmpty(key)) return 0;
+  if (IsEmpty(key) || value == nullptr) return 0;
   auto stored = SettingsStore::Default().GetDword(key, View(name));
   if (!stored) return 0;
   *value = *stored;

@@ -268,6 +268,22 @@ TEST_F(LogsTest, AFailedWriteLosesItsLineAndNotTheDay) {
   EXPECT_NE(log.find("kept"), std::string::npos);
 }
 
+TEST_F(LogsTest, TheCallersLastErrorStays) {
+  std::filesystem::remove_all(directory_ / "debug");
+  std::filesystem::remove_all(directory_ / "activity");
+  for (const std::uint32_t target : {1U, 2U, 5U}) {
+    Use(target, 1);
+    platform::SetLastError(77);
+    Printed([] {
+      LogDebug("text\n");
+      LogDebugF("%s\n", "text");
+      LogActivity("text\n");
+      LogActivityToFile("text\n");
+    });
+    EXPECT_EQ(platform::LastError(), 77) << target;
+  }
+}
+
 TEST_F(LogsTest, WithoutATargetTheMutexIsLeftAlone) {
   Use(0, 0);
   CreateLogMutexes();

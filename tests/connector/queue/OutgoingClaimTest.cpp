@@ -59,6 +59,8 @@ const ClaimCase kClaims[] = {
     {"LeadingStatusStays", "Status=Unsent\r\nServer=\r\n", 1, "Status=Unsent\r\nServer=\r\n"},
     {"StatusBeforeServer", "Sender=x\r\nStatus=Unsent\r\nServer=OLD\r\n", 1,
      "Sender=x\r\nStatus=Delivering\r\nServer=NODE1\r\n"},
+    {"TheSearchEndsAtTimeAndState", "NextSendTime=1\r\nStatus=Unsent\r\nServer=OLD\r\n", 1,
+     "NextSendTime=1\r\nStatus=Delivering\r\nServer=OLD\r\n"},
     {"KeysInASubjectMeanNothing",
      "Subject=NextSendTime=4000000000 Status=Held\r\nServer=\r\nStatus=Unsent\r\n", 1,
      "Subject=NextSendTime=4000000000 Status=Held\r\nServer=NODE1\r\nStatus=Delivering\r\n"},

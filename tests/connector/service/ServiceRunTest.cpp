@@ -75,8 +75,8 @@ TEST_F(ServiceRunTest, StopRunsBesideThePollerAndWaitsTwoSeconds) {
     while (!polls()) std::this_thread::yield();
     run.StopRoutine();
   });
-  run.RunRoutine();
-  run.WaitForStopRoutine();
+  run.RunToTheEnd();
+  EXPECT_EQ(run.WaitForEnd(), 0);
   stopper.join();
   EXPECT_EQ(StoppedFlag(), 1);
   ASSERT_EQ(record.size(), 4U);
@@ -87,18 +87,31 @@ TEST_F(ServiceRunTest, StopRunsBesideThePollerAndWaitsTwoSeconds) {
   EXPECT_EQ(record[polledFirst ? 2 : 3], "polled");
 }
 
-TEST_F(ServiceRunTest, StopDuringTheLoadIsNotForgotten) {
+TEST_F(ServiceRunTest, StopDuringTheLoadStartsNoPoller) {
   ServiceHooks hooks = RecordingHooks();
   ServiceRun* stopping = nullptr;
   hooks.loadSettings = [&stopping] {
     Note("load");
     stopping->StopRoutine();
+    StopFlag() = 0;  // as the load does at its end
+    StoppedFlag() = 0;
   };
   ServiceRun run(hooks, true);
   stopping = &run;
-  run.RunRoutine();
-  run.WaitForStopRoutine();
-  EXPECT_EQ(record, (std::vector<std::string>{"load", "unload after 2000", "poll", "polled"}));
+  run.RunToTheEnd();
+  EXPECT_EQ(run.WaitForEnd(), 0);
+  EXPECT_EQ(record, (std::vector<std::string>{"load", "unload after 2000"}));
+  EXPECT_EQ(StopFlag(), 1);
+  EXPECT_EQ(StoppedFlag(), 1);
+}
+
+TEST_F(ServiceRunTest, ExceptionStopsTheRunInOrder) {
+  ServiceHooks hooks = RecordingHooks();
+  hooks.poll = [] { throw std::runtime_error("no queue"); };
+  ServiceRun run(hooks, true);
+  run.RunToTheEnd();
+  EXPECT_EQ(run.WaitForEnd(), 1);
+  EXPECT_EQ(record, (std::vector<std::string>{"load", "unload after 2000"}));
   EXPECT_EQ(StoppedFlag(), 1);
 }
 
@@ -108,6 +121,20 @@ TEST_F(ServiceRunTest, SecondStopDoesNothing) {
   run.StopRoutine();
   EXPECT_EQ(record.size(), 1U);
   EXPECT_EQ(clock_.Slept(), 2000);
+}
+
+// Whoever hears of the end finds the flag set.
+TEST_F(ServiceRunTest, TheStoppedFlagIsSetBeforeStoppedIsReported) {
+  unsetenv("NOTIFY_SOCKET");
+  platform::SetEventListener(  // each report fails and comes here
+      [](void*, std::string_view, platform::EventType, std::uint32_t, std::string_view,
+         std::string_view) { Note("reported at " + std::to_string(StoppedFlag())); },
+      nullptr);
+  ServiceRun run(RecordingHooks(), false);
+  run.StopRoutine();
+  platform::SetEventListener(nullptr, nullptr);
+  EXPECT_EQ(record,
+            (std::vector<std::string>{"reported at 0", "unload after 2000", "reported at 1"}));
 }
 
 // The service manager's end of its socket, in a directory of the test.
@@ -197,6 +224,25 @@ void PollUntilTerminated() {
   while (StopFlag() == 0) std::this_thread::yield();
 }
 
+// As a poller does that is in the middle of a long wait.
+void PollForEver() {
+  kill(getpid(), SIGTERM);
+  for (;;) std::this_thread::yield();
+}
+
+// The stop routine hangs in its wait, as the clock stands; another signal comes.
+void PollUntilTheSecondSignal() {
+  class StandingClock : public platform::VirtualClock {
+    void Sleep(std::int64_t) override {
+      kill(getpid(), SIGINT);
+      for (;;) std::this_thread::yield();
+    }
+  };
+  static StandingClock clock;
+  platform::SetClock(&clock);
+  PollForEver();
+}
+
 void PollAndFail() { throw std::runtime_error("no queue"); }
 
 TEST(ServiceHostDeathTest, EachWayToRun) {
@@ -204,6 +250,8 @@ TEST(ServiceHostDeathTest, EachWayToRun) {
   unsetenv("NOTIFY_SOCKET");
   EXPECT_EXIT(RunProgram({"-debug"}, PollUntilTerminated), testing::ExitedWithCode(0), "");
   EXPECT_EXIT(RunProgram({"/DeBuG", "x"}, PollUntilTerminated), testing::ExitedWithCode(0), "");
+  EXPECT_EXIT(RunProgram({"-debug"}, PollForEver), testing::ExitedWithCode(0), "");
+  EXPECT_EXIT(RunProgram({"-debug"}, PollUntilTheSecondSignal), testing::ExitedWithCode(0), "");
   EXPECT_EXIT(RunProgram({"-debug"}, PollAndFail), testing::ExitedWithCode(1), "");
   EXPECT_EXIT(RunProgram({}, PollUntilTerminated), testing::ExitedWithCode(1),
               "not started by the service manager");
@@ -255,6 +303,27 @@ TEST_F(ServiceInstallTest, InstallsOnceAndRemovesARunningService) {
             "disable CVPOCS.service\ndaemon-reload\n");
 }
 
+TEST_F(ServiceInstallTest, NamesTheStoreFromTheRoot) {
+  FakeControlProgram(place_.controlProgram, "inactive");
+  setenv("CORVANE_SETTINGS", "sub/../settings.db", 1);
+  EXPECT_EQ(Printed(InstallService), "Corvane Postoffice Connector installed.\n");
+  EXPECT_EQ(test::ReadBytes(unit_),
+            ServiceUnit(platform::ProgramPath(),
+                        (std::filesystem::current_path() / "settings.db").string()));
+}
+
+TEST_F(ServiceInstallTest, StopsAServiceInEveryStateWithAProcess) {
+  for (const char* state : {"activating", "reloading", "deactivating"}) {
+    FakeControlProgram(place_.controlProgram, state);
+    std::filesystem::remove(place_.controlProgram + ".stopped");
+    test::WriteBytes(unit_, "");
+    EXPECT_EQ(Printed(RemoveService),
+              "Stopping Corvane Postoffice Connector.\nCorvane Postoffice Connector stopped.\n"
+              "Corvane Postoffice Connector removed.\n")
+        << state;
+  }
+}
+
 TEST_F(ServiceInstallTest, RemovesAServiceThatDoesNotRunWithoutAWord) {
   FakeControlProgram(place_.controlProgram, "inactive");
   test::WriteBytes(unit_, "");
@@ -282,6 +351,7 @@ TEST(ServiceUnit, QuotesTheProgramAndNamesTheStore) {
   EXPECT_NE(unit.find("\nExecStart=:\"/opt/a b/%%x\\\"\\\\y\"\n"), std::string::npos);
   EXPECT_NE(unit.find("\nEnvironment=\"CORVANE_SETTINGS=/var/lib/s.db\"\n"), std::string::npos);
   EXPECT_NE(unit.find("\nType=notify\n"), std::string::npos);
+  EXPECT_NE(unit.find("\nStandardOutput=null\n"), std::string::npos);
   EXPECT_NE(unit.find("\nRestart=on-failure\n"), std::string::npos);
 }
 

@@ -150,6 +150,7 @@ TEST_F(ConnectorSettingsTest, RawNumbersAreReadAsFourBytes) {
     EXPECT_EQ(ReadSettingDword(key, "Value", &value), 0);
   }
   EXPECT_EQ(ReadSettingDword(kSf, "Nothing", &value), 0);
+  EXPECT_EQ(ReadSettingDword(kSf, "Value", nullptr), 0);
   EXPECT_EQ(value, 77U);
 }
 
@@ -169,6 +170,7 @@ TEST_F(ConnectorSettingsTest, RawTextsFillTheirBuffer) {
       {kSf, "Text", 5, 1, "0123"},
       {"Software\\Corvane\\Corvane\\Connectors\\SF", "TEXT", 32, 1, "0123456789"},
       {"SOFTWARE\\CORVANE\\CORVANE\\Connectors\\SF", "Text", 32, 1, "0123456789"},
+      {"Software/Corvane/Corvane/Connectors/SF", "Text", 32, 1, "0123456789"},
       {kSf, "Number", 32, 0, ""},
       {kSf, "Nothing", 32, 0, ""},
       {"", "Text", 32, 0, ""},

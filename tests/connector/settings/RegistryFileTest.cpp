@@ -97,6 +97,7 @@ TEST(RegistryFileTest, SoundFilesMeanWhatTheySay) {
       {"comments and blanks",
        kVersion5 + " ; one\r\n\t\r\n" + kKeyA + " \"a\"=dword:1 ; two\r\n;three", "K A\nD A|a=1\n"},
       {"a key with brackets", kVersion5 + "[HKLM\\A [x]]\r\n", "K A [x]\n"},
+      {"a comment with brackets", kVersion5 + "[HKLM\\A] ; see [1]\r\n", "K A\n"},
       {"lone CR line ends", "REGEDIT4\r[HKLM\\A]\r\"a\"=dword:1\r", "K A\nD A|a=1\n"},
       {"a UTF-8 mark", "\xef\xbb\xbf" + kVersion5 + kKeyA + "\"a\"=\"\xc3\xa4\"",
        "K A\nS A|a=\xc3\xa4\n"},

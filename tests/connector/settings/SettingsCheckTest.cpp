@@ -59,16 +59,6 @@ TEST(SettingsCheckTest, EachFaultGivesALineAndSoundSettingsNone) {
   }
 }
 
-TEST(SettingsCheckTest, AStoreThatCannotBeReadIsALineAMissingOneIsNot) {
-  test::TemporaryDirectory directory;
-  platform::SettingsStore missing(directory / "missing.db");
-  EXPECT_TRUE(CheckSettings(missing).empty());
-  test::WriteBytes(directory / "noise.db", std::string(5000, 'x'));
-  platform::SettingsStore noise(directory / "noise.db");
-  ASSERT_EQ(CheckSettings(noise).size(), 1U);
-  EXPECT_NE(CheckSettings(noise).front().find("noise.db"), std::string::npos);
-}
-
 TEST(SettingKeysTest, KeysArePutInWholeForm) {
   const std::string product = "SOFTWARE\\Wow6432Node\\Corvane\\Corvane";
   const std::pair<const char*, std::string> cases[] = {

@@ -13,7 +13,7 @@ std::string Exception::description() const { return Describe(); }
 
 std::string Exception::Describe() const {
   std::string text = Message;
-  if (File.empty()) return text;
+  if (File.empty() && Line == 0) return text;
   if (!text.empty()) text += ' ';
   text += '(' + File;
   if (Line != 0) text += ':' + std::to_string(Line);

@@ -126,6 +126,7 @@ TEST(Exception, DescriptionHoldsWhatIsPresent) {
       {Exception("text", "file"), "text (file)"},
       {Exception("text", "file", 12), "text (file:12)"},
       {Exception("", "file", 12), "(file:12)"},
+      {Exception("text", "", 12), "text (:12)"},
   };
   for (const DescriptionCase& row : cases) {
     EXPECT_EQ(row.exception.description(), row.description);
