@@ -151,6 +151,7 @@ class ShippedProviders : public ::testing::Test {
     auto store = Store();
     ASSERT_EQ(AddPostoffice(store, "acme", 1), EditResult::kDone);
     ASSERT_EQ(AddMailbox(store, "acme", "anna", {}), EditResult::kDone);
+    ASSERT_EQ(AddDomain(store, "acme.test"), EditResult::kDone);
   }
 
   test::TemporaryDirectory directory_;
