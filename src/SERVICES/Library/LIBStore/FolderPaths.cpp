@@ -30,7 +30,7 @@ bool BeginsWithName(std::string_view folder, std::string_view name) {
 // What follows the name of a special folder, which begins at the first or second character: empty
 // for the folder itself, nothing when the folder is another one.
 std::optional<std::string_view> RestBehind(std::string_view folder, std::string_view name) {
-  for (const std::size_t start : {0, 1}) {
+  for (const std::size_t start : {0U, 1U}) {
     if (folder.size() < start || !BeginsWithName(folder.substr(start), name)) continue;
     // A path below is looked for behind one separator only.
     const bool led = start == 1 && !IsSeparator(folder[0]);
