@@ -1,0 +1,308 @@
+#include "SERVICES/Library/LIBStoreIndexSerialisation/StreamIndexParser.h"
+
+#include <algorithm>
+
+#include "SERVICES/Library/LIBStoreIndexSerialisation/IndexFormat.h"
+#include "connector/settings/Settings.h"
+#include "platform/Path.h"
+
+namespace corvane {
+namespace {
+
+constexpr std::size_t kNoName = SIZE_MAX;
+constexpr std::size_t kFirstBytes = 100;
+constexpr std::string_view kRoot = "BASEELEMENT";
+constexpr std::string_view kElement = "ELEMENT";
+
+bool BeginsWith(std::string_view text, std::string_view start) {
+  return text.substr(0, start.size()) == start;
+}
+
+std::string Quoted(const char* before, std::string_view inside, const char* behind) {
+  return std::string(before).append(inside).append(behind);
+}
+
+// Takes the next attribute off `rest`: 1 taken, 0 none left, -1 a value without its closing quote.
+int NextAttribute(std::string_view* rest, std::string_view* name, std::string_view* value) {
+  const std::size_t begin = rest->find_first_not_of(" \t\r\n/");
+  const std::size_t equals = rest->find('=');
+  if (begin == std::string_view::npos || equals == std::string_view::npos || equals < begin) {
+    return 0;
+  }
+  *name = rest->substr(begin, equals - begin);
+  while (!name->empty() && name->back() == ' ') name->remove_suffix(1);
+  const std::size_t open = rest->find_first_of("\"'", equals);
+  const std::size_t close =
+      open == std::string_view::npos ? open : rest->find((*rest)[open], open + 1);
+  if (close == std::string_view::npos) return -1;
+  *value = rest->substr(open + 1, close - open - 1);
+  rest->remove_prefix(close + 1);
+  return 1;
+}
+
+}  // namespace
+
+IndexKeySet MakeKeySet(std::string_view keyFilter) {
+  IndexKeySet keys;
+  while (!keyFilter.empty()) {
+    const std::size_t comma = std::min(keyFilter.find(','), keyFilter.size());
+    if (comma > 0) keys.emplace(keyFilter.substr(0, comma));
+    keyFilter.remove_prefix(std::min(comma + 1, keyFilter.size()));
+  }
+  return keys;
+}
+
+StreamIndexParser::StreamIndexParser(SORTEDSTOREINDEXTYPE* index, platform::File* file,
+                                     std::string folder, const IndexRead& read, IndexKeySet* keys)
+    : index_(index),
+      file_(file),
+      stream_(file, settings::Get(settings::kIndexReadCacheSize)),
+      level_(read.level),
+      append_(read.append),
+      verifyFiles_(read.verifyFiles),
+      keys_(keys),
+      files_(std::move(folder), false),
+      garbageThreshold_(settings::Get(settings::kIndexGarbageCollectionThreshold)),
+      idxId_(FindProperty(nullptr, "IDX")),
+      sequenceId_(FindProperty(nullptr, "SEQ")),
+      names_(1),
+      current_(kNoName) {}
+
+void StreamIndexParser::Fail(const std::string& message) {
+  if (valid_) message_ = message;
+  valid_ = false;
+}
+
+void StreamIndexParser::ForgetFilter() {
+  index_->KeyFilter.clear();
+  keys_->clear();
+  index_->MarkFullRewrite();
+}
+
+ParseResult StreamIndexParser::Parse() {
+  IndexReadStream::Piece piece;
+  while (stream_.Next(&piece)) {
+    HandleTag(piece);
+    if (tombstones_ >= garbageThreshold_ && !ReadsAll() && !append_) break;
+  }
+  return Finish();
+}
+
+void StreamIndexParser::HandleTag(const IndexReadStream::Piece& piece) {
+  const std::string_view tag = piece.tag;
+  const bool end = !tag.empty() && tag.front() == '/';
+  const std::string_view name = end ? tag.substr(1) : tag;
+  if (BeginsWith(name, kElement)) {
+    itemEnd_ = stream_.Consumed();
+    if (end) {
+      EndElement();
+    } else {
+      StartElement(piece);
+    }
+  } else if (BeginsWith(name, kRoot)) {
+    if (end) {
+      EndRoot();
+    } else {
+      StartRoot(tag);
+    }
+  } else if (level_ != kKeys) {
+    if (end) {
+      EndProperty(name, piece.text);
+    } else {
+      StartProperty(tag);
+    }
+  }
+}
+
+void StreamIndexParser::StartRoot(std::string_view tag) {
+  if (rootStarted_) {
+    Fail("Encountered root element start tag after already encountering a root element start tag");
+  }
+  rootStarted_ = true;
+  std::string_view text;
+  const bool found = indexformat::FindLastUid(tag, &text);
+  const indexformat::LastUid lastUid = indexformat::ParseLastUid(text);
+  newForm_ = found && lastUid.isNewForm;
+  index_->LastUID = append_ ? std::max(index_->LastUID, lastUid.value) : lastUid.value;
+  index_->FileLastUID = lastUid.value;
+  const bool ends = tag.find('/') != std::string_view::npos;
+  if (!newForm_ || ends) ForgetFilter();
+  if (ends) rootEnded_ = true;
+}
+
+void StreamIndexParser::EndRoot() {
+  if (!rootStarted_) Fail("Encountered root element end tag before root element start tag");
+  if (rootEnded_) {
+    Fail("Encountered root element end tag after already encountering a root element end tag");
+  }
+  rootEnded_ = true;
+}
+
+void StreamIndexParser::StartElement(const IndexReadStream::Piece& piece) {
+  if (!rootStarted_) {
+    Fail("Encountered element tag before encountering a root element start tag");
+  }
+  if (rootEnded_) {
+    Fail("Encountered element tag after already encountering a root element end tag");
+  }
+  if (current_ != kNoName) {
+    Fail(Quoted("Encountered element start tag nested within a property (", names_[current_].name,
+                ")"));
+  }
+  if (inElement_) Fail("Encountered element start tag nested within another element");
+  inElement_ = true;
+  hasItem_ = false;
+  hasID_ = false;
+  previousName_ = 0;
+  batch_.Clear();
+  itemOffset_ = piece.tagOffset;
+  const bool taken = TakeAttributes(piece.tag);
+  if (taken && !hasID_) Fail("Encountered element start tag without an ID");
+  if (!taken) hasItem_ = false;
+  if (piece.tag.back() == '/') EndElement();
+}
+
+bool StreamIndexParser::TakeAttributes(std::string_view tag) {
+  std::string_view rest = tag.substr(kElement.size());
+  for (;;) {
+    Attribute attribute;
+    const int taken = NextAttribute(&rest, &attribute.name, &attribute.value);
+    if (taken == 0) return true;
+    if (taken < 0) {
+      Fail(Quoted("Unable to parse ID attribute, Tag=[", tag, "]"));
+      return true;
+    }
+    if (indexformat::IsTombstone(attribute.value)) {
+      ++tombstones_;
+      return false;
+    }
+    if (newForm_ && attribute.name == "UID") CheckUidOrder(attribute.value);
+    attribute.value = indexformat::DecodeValue(attribute.value, &decoded_);
+    if (!Admits(attribute)) return false;
+    hasItem_ = true;
+    if (attribute.name == "ID") {
+      hasID_ = !attribute.value.empty();
+      batch_.AddText(kPropertyID, attribute.value);
+    } else if (attribute.name == "UID") {
+      batch_.AddNumber(kPropertyUID, NumberOfText(attribute.value));
+    } else if (const PropertyId id = FindProperty(nullptr, attribute.name);
+               id.Type == kPropertyNumber) {
+      batch_.AddNumber(id, NumberOfText(attribute.value));
+    } else {
+      batch_.AddText(id, attribute.value);
+    }
+  }
+}
+
+void StreamIndexParser::CheckUidOrder(std::string_view value) {
+  const std::uint32_t uid = NumberOfText(value);
+  if (uid < lastUid_) {
+    Fail("Encountered element with UID out of order. This UID=" + std::to_string(uid) +
+         ", Previous UID=" + std::to_string(lastUid_) +
+         ", Largest/Last UID=" + std::to_string(index_->LastUID));
+  }
+  lastUid_ = uid;
+}
+
+bool StreamIndexParser::Admits(const Attribute& attribute) {
+  if (!platform::EqualsNoCase(attribute.name, "ID")) return true;
+  if (!keys_->empty() && !index_->FullRewrite) {
+    return keys_->count("*") != 0 || keys_->count(std::string(attribute.value)) != 0;
+  }
+  return verifyFiles_ < 1 || files_.Has(attribute.value);
+}
+
+void StreamIndexParser::EndElement() {
+  if (!inElement_) Fail("Encountered element end tag before encountering a matching element start tag");
+  inElement_ = false;
+  if (!hasItem_) return;
+  hasItem_ = false;
+  batch_.AddNumber(idxId_, idx_++);
+  if (newForm_) {
+    batch_.AddNumber(sequenceId_, static_cast<std::uint32_t>(index_->Sequence.size() + 1));
+  }
+  auto item = std::make_unique<IndexItemPropertyContainer>();
+  item->Take(batch_);
+  item->SetOffset(itemOffset_);
+  item->SetLength(static_cast<std::uint32_t>(itemEnd_ - itemOffset_));
+  if (!index_->InsertItem(item.get(), !append_)) return;
+  if (newForm_) index_->Sequence.push_back(item.get());
+  static_cast<void>(item.release());
+}
+
+// The names of an element mostly come in the order of the one before.
+std::size_t StreamIndexParser::PlaceOfName(std::string_view name) {
+  const std::size_t expected = names_[previousName_].next;
+  if (expected != 0 && names_[expected].name == name) return expected;
+  const auto [entry, isNew] = nameAt_.try_emplace(std::string(name), names_.size());
+  if (isNew) names_.push_back({std::string(name), FindProperty(nullptr, name)});
+  names_[previousName_].next = entry->second;
+  return entry->second;
+}
+
+void StreamIndexParser::StartProperty(std::string_view tag) {
+  const bool closes = !tag.empty() && tag.back() == '/';
+  if (closes) tag.remove_suffix(1);
+  if (!rootStarted_) {
+    Fail(Quoted("Encountered property tag (", tag,
+                ") before encountering a root element start tag"));
+  }
+  if (rootEnded_) {
+    Fail(Quoted("Encountered property tag (", tag,
+                ") after already encountering a root element end tag"));
+  }
+  if (!inElement_) Fail(Quoted("Encountered property tag (", tag, ") outside an element"));
+  if (current_ != kNoName) {
+    Fail(Quoted("Encountered property start tag (", tag, ") nested within another property (") +
+         names_[current_].name + ")");
+  }
+  if (!valid_ || closes) return;  // nothing more is stored from a malformed file
+  current_ = PlaceOfName(tag);
+  previousName_ = current_;
+}
+
+void StreamIndexParser::EndProperty(std::string_view name, std::string_view text) {
+  if (!valid_) return;
+  if (current_ == kNoName || names_[current_].name != name) {
+    Fail(Quoted("Encountered property end tag (", name,
+                ") that does not match previous property start tag (") +
+         (current_ == kNoName ? std::string() : names_[current_].name) + ")");
+    current_ = kNoName;
+    return;
+  }
+  const PropertyId id = names_[current_].id;
+  current_ = kNoName;
+  if (!hasItem_) return;
+  if (id.Type == kPropertyNumber) {
+    if (!text.empty()) batch_.AddNumber(id, NumberOfText(text));
+  } else {
+    batch_.AddText(id, indexformat::DecodeValue(text, &decoded_));
+  }
+}
+
+ParseResult StreamIndexParser::Finish() {
+  if (!newForm_ && !append_) index_->SequenceFromUIDs();
+  if (tombstones_ >= garbageThreshold_ && !append_) {
+    const bool readsAll = ReadsAll();
+    index_->KeyFilter.clear();
+    index_->MarkFullRewrite();
+    if (!readsAll) {
+      index_->UnInit();
+      return ParseResult::kStartAgain;
+    }
+  }
+  if (!rootEnded_) Fail("Did not find root element end tag");
+  if (!rootStarted_) {
+    std::string first(kFirstBytes, '\0');
+    const std::int64_t got = file_->Seek(0) ? file_->Read(first.data(), first.size()) : 0;
+    first.resize(static_cast<std::size_t>(std::max<std::int64_t>(got, 0)));
+    const auto info = file_->Info();
+    Fail("Did not find root element start tag [" + std::to_string(info ? info->size : 0) + ":" +
+         first + "]");
+  }
+  if (!valid_) return ParseResult::kMalformed;
+  if (verifyFiles_ >= 1 && level_ == kAllProperties) index_->MarkFullRewrite();
+  return ParseResult::kGood;
+}
+
+}  // namespace corvane

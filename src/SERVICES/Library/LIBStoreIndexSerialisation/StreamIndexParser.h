@@ -1,0 +1,105 @@
+// StreamIndexParser.h -- reads the elements of an index file into an index.
+//
+// One pass over text and tags in turn. The first thing that the format doesn't allow is worded and
+// makes the file malformed; the pass goes on to its end. Memory is that of the items and of the
+// longest text. One thread.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+#include "SERVICES/Library/LIBStoreIndexCore/SORTEDSTOREINDEXTYPE.h"
+#include "SERVICES/Library/LIBStoreIndexSerialisation/FolderNames.h"
+#include "SERVICES/Library/LIBStoreIndexSerialisation/IndexReadStream.h"
+#include "SERVICES/Library/LIBStoreIndexType/ItemValues.h"
+
+namespace corvane {
+
+// The IDs of a filter; empty admits all.
+using IndexKeySet = std::unordered_set<std::string>;
+[[nodiscard]] IndexKeySet MakeKeySet(std::string_view keyFilter);
+
+enum class ParseResult : std::int32_t { kMalformed = 0, kGood = 1, kStartAgain = 2 };
+
+class StreamIndexParser {
+ public:
+  StreamIndexParser(SORTEDSTOREINDEXTYPE* index, platform::File* file, std::string folder,
+                    const IndexRead& read, IndexKeySet* keys);
+
+  // kStartAgain: so many tombstones that the file is to be read whole; the index is empty then.
+  [[nodiscard]] ParseResult Parse();
+  // The first thing that was wrong, or empty.
+  [[nodiscard]] const std::string& Message() const { return message_; }
+  [[nodiscard]] std::uint32_t Tombstones() const { return tombstones_; }
+  [[nodiscard]] bool IsNewForm() const { return newForm_; }
+
+ private:
+  struct Attribute {
+    std::string_view name;
+    std::string_view value;
+  };
+
+  void Fail(const std::string& message);
+  void HandleTag(const IndexReadStream::Piece& piece);
+  void StartRoot(std::string_view tag);
+  void EndRoot();
+  void StartElement(const IndexReadStream::Piece& piece);
+  // Goes through the attributes; false when the element is to be skipped.
+  bool TakeAttributes(std::string_view tag);
+  [[nodiscard]] bool Admits(const Attribute& attribute);
+  void CheckUidOrder(std::string_view value);
+  void EndElement();
+  void StartProperty(std::string_view tag);
+  void EndProperty(std::string_view name, std::string_view text);
+  [[nodiscard]] std::size_t PlaceOfName(std::string_view name);
+  void ForgetFilter();
+  [[nodiscard]] bool ReadsAll() const { return level_ == kAllProperties && keys_->empty(); }
+  [[nodiscard]] ParseResult Finish();
+
+  // A property name of this pass, its slot, and which name followed it last time. The first entry
+  // stands for the beginning of an element.
+  struct KnownName {
+    std::string name;
+    PropertyId id;
+    std::size_t next = 0;
+  };
+
+  SORTEDSTOREINDEXTYPE* index_;
+  platform::File* file_;
+  IndexReadStream stream_;
+  const std::int32_t level_;
+  const bool append_;
+  const std::int32_t verifyFiles_;
+  IndexKeySet* keys_;
+  FolderNames files_;
+  const std::uint32_t garbageThreshold_;
+  const PropertyId idxId_;
+  const PropertyId sequenceId_;
+
+  bool valid_ = true;
+  std::string message_;
+  bool rootStarted_ = false;
+  bool rootEnded_ = false;
+  bool newForm_ = false;
+  bool inElement_ = false;
+  bool hasItem_ = false;
+  bool hasID_ = false;
+  std::uint64_t itemOffset_ = 0;
+  std::uint64_t itemEnd_ = 0;
+  PropertyBatch batch_;
+  std::vector<KnownName> names_;
+  std::unordered_map<std::string, std::size_t> nameAt_;
+  std::size_t previousName_ = 0;
+  std::size_t current_;  // the open property, kNoName for none
+  std::uint32_t idx_ = 1;
+  std::uint32_t lastUid_ = 0;
+  std::uint32_t tombstones_ = 0;
+  std::string decoded_;
+};
+
+}  // namespace corvane

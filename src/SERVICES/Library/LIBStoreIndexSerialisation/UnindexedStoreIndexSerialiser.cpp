@@ -1,0 +1,93 @@
+#include "SERVICES/Library/LIBStoreIndexSerialisation/UnindexedStoreIndexSerialiser.h"
+
+#include "SERVICES/Library/LIBStoreIndexSerialisation/IndexFileNames.h"
+#include "SERVICES/Library/LIBStoreIndexSerialisation/IndexReports.h"
+#include "connector/logs/ExceptionReport.h"
+#include "connector/logs/Logs.h"
+#include "platform/FileSystem.h"
+
+namespace corvane {
+namespace {
+
+// What the index file has, or an empty index that counts as complete. The state is the index's.
+void ReadWhatIsThere(StoreIndexSerialiser* inner, SORTEDSTOREINDEXTYPE* index,
+                     const IndexRead& read, const FolderScans& scans) {
+  if (inner != nullptr) {
+    IndexRead whole = read;
+    whole.keyFilter.clear();
+    whole.level = kAllProperties;
+    whole.verifyFiles = 1;
+    whole.useChangeFlag = whole.forceRescan = false;
+    whole.quiet = true;
+    if (StoreIndexSerialiser::Deserialise(inner, index, whole, scans) != kNotLoaded) return;
+    inner->DiscardCorruptIndex(read.path);
+  }
+  if (!read.append) index->ResetToEmpty();
+}
+
+std::int32_t ScanByClass(SORTEDSTOREINDEXTYPE* index, const IndexRead& read,
+                         const FolderScans& scans) {
+  switch (read.messageClass) {
+    case kClassMail:
+    case kClassMail23:
+    case kClassMail25:
+      return scans.mail(index, read.path);
+    case kClassContacts:
+      return scans.contacts(index, read.path);
+    case kClassCalendar:
+      return kAllProperties;
+    case kClassTasks:
+      static_cast<void>(WaitForIndexFile(read.path, read.messageClass));
+      return kAllProperties;
+    case kClassGroups:
+      if (!read.append) index->ResetToEmpty();
+      return kAllProperties;
+    default:
+      LogAndReportIndex("UnindexedStoreIndexSerialiser::DeserialiseHook called with invalid message "
+                        "class (" +
+                        std::to_string(read.messageClass) + ") for " + read.path);
+      return kNotLoaded;
+  }
+}
+
+bool IsMail(std::int32_t messageClass) {
+  return messageClass == kClassMail || messageClass == kClassMail23 ||
+         messageClass == kClassMail25;
+}
+
+// A scan of mail has written the index and answered the flag itself.
+void WriteRebuilt(SORTEDSTOREINDEXTYPE* index, const IndexRead& read) {
+  if (IsMail(read.messageClass)) return;
+  index->MarkFullRewrite();
+  const bool written = index->Save(read.path, read.messageClass, true) && index->LastSaveWorked();
+  if (written && read.useChangeFlag) {
+    static_cast<void>(platform::DeleteFile(read.path + "\\_change.dty"));
+  }
+}
+
+}  // namespace
+
+std::int32_t RescanFolder(StoreIndexSerialiser* inner, SORTEDSTOREINDEXTYPE* index,
+                          const IndexRead& read, const FolderScans& scans) {
+  std::int32_t state = kNotLoaded;
+  static_cast<void>(EndException(
+      [&] {
+        index->KeyFilter.clear();
+        ReadWhatIsThere(inner, index, read, scans);
+        index->LoadState = kAllProperties;
+        state = ScanByClass(index, read, scans);
+        if (state != kNotLoaded) WriteRebuilt(index, read);
+      },
+      [](const ExceptionDetails& details) {
+        ReportException(FormatExceptionReport("UnindexedStoreIndexSerialiser::DeserialiseHook",
+                                              CV_HERE, details));
+      }));
+  return state;
+}
+
+std::int32_t UnindexedStoreIndexSerialiser::DeserialiseHook(SORTEDSTOREINDEXTYPE* index,
+                                                            const IndexRead& read) {
+  return RescanFolder(Inner.get(), index, read, scans_);
+}
+
+}  // namespace corvane
