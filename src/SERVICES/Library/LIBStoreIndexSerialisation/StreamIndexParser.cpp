@@ -209,7 +209,9 @@ bool StreamIndexParser::Admits(const Attribute& attribute) {
   if (!keys_->empty() && !index_->FullRewrite) {
     return keys_->count("*") != 0 || keys_->count(std::string(attribute.value)) != 0;
   }
-  return verifyFiles_ < 1 || files_.Has(attribute.value);
+  if (verifyFiles_ < 1 || files_.Has(attribute.value)) return true;
+  dropped_ = true;
+  return false;
 }
 
 void StreamIndexParser::EndElement() {
@@ -301,7 +303,11 @@ ParseResult StreamIndexParser::Finish() {
          first + "]");
   }
   if (!valid_) return ParseResult::kMalformed;
-  if (verifyFiles_ >= 1 && level_ == kAllProperties) index_->MarkFullRewrite();
+  // A file that would be written just as it is stays.
+  const bool compact = tombstones_ == 0 && !dropped_ && Elements() == index_->ItemCount();
+  if (verifyFiles_ >= 1 && level_ == kAllProperties && (append_ || !compact)) {
+    index_->MarkFullRewrite();
+  }
   return ParseResult::kGood;
 }
 

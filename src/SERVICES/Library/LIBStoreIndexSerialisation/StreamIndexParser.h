@@ -37,6 +37,8 @@ class StreamIndexParser {
   [[nodiscard]] const std::string& Message() const { return message_; }
   [[nodiscard]] std::uint32_t Tombstones() const { return tombstones_; }
   [[nodiscard]] bool IsNewForm() const { return newForm_; }
+  // Elements that became items or were refused as ones that stand twice.
+  [[nodiscard]] std::uint32_t Elements() const { return idx_ - 1; }
 
  private:
   struct Attribute {
@@ -99,6 +101,7 @@ class StreamIndexParser {
   std::uint32_t idx_ = 1;
   std::uint32_t lastUid_ = 0;
   std::uint32_t tombstones_ = 0;
+  bool dropped_ = false;  // an item whose file has gone
   std::string decoded_;
 };
 

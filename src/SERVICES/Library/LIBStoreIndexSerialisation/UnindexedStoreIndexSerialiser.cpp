@@ -9,6 +9,22 @@
 namespace corvane {
 namespace {
 
+// Without a scan of its files a folder of contacts keeps the index that it has, and its flag.
+bool CanScan(const IndexRead& read, const FolderScans& scans) {
+  return read.messageClass != kClassContacts || scans.contacts != nullptr;
+}
+
+std::int32_t ReadOnly(StoreIndexSerialiser* inner, SORTEDSTOREINDEXTYPE* index,
+                      const IndexRead& read, const FolderScans& scans) {
+  LogDebugF("This build can't scan the contacts in %s; the index is taken as it stands.\n",
+            read.path.c_str());
+  IndexRead plain = read;
+  plain.useChangeFlag = plain.forceRescan = false;
+  if (inner != nullptr) return StoreIndexSerialiser::Deserialise(inner, index, plain, scans);
+  if (!read.append) index->ResetToEmpty();
+  return kAllProperties;
+}
+
 // What the index file has, or an empty index that counts as complete. The state is the index's.
 void ReadWhatIsThere(StoreIndexSerialiser* inner, SORTEDSTOREINDEXTYPE* index,
                      const IndexRead& read, const FolderScans& scans) {
@@ -73,6 +89,10 @@ std::int32_t RescanFolder(StoreIndexSerialiser* inner, SORTEDSTOREINDEXTYPE* ind
   static_cast<void>(EndException(
       [&] {
         index->KeyFilter.clear();
+        if (!CanScan(read, scans)) {
+          state = ReadOnly(inner, index, read, scans);
+          return;
+        }
         ReadWhatIsThere(inner, index, read, scans);
         index->LoadState = kAllProperties;
         state = ScanByClass(index, read, scans);

@@ -1,0 +1,99 @@
+#include "SERVICES/Library/LIBMessageIndex/FolderIndex.h"
+
+#include "SERVICES/Library/LIBMessageIndex/ChangeFlag.h"
+#include "SERVICES/Library/LIBMessageIndex/FolderBrand.h"
+#include "SERVICES/Library/LIBMessageIndex/IndexFile.h"
+#include "SERVICES/Library/LIBMessageIndex/MessageIndexFiles.h"
+#include "SERVICES/Library/LIBStoreIndexCore/StoreIndex.h"
+#include "connector/settings/Settings.h"
+#include "platform/Path.h"
+
+namespace corvane {
+namespace {
+
+// The lock of a folder and its index, for one change.
+class FolderChange {
+ public:
+  explicit FolderChange(const std::string& folder)
+      : folder_(folder), store_(MessageIndexFiles()), locked_(LockFolderIndex(&store_, folder)) {}
+  ~FolderChange() {
+    if (locked_) UnlockFolderIndex(&store_, folder_);
+  }
+  FolderChange(const FolderChange&) = delete;
+  FolderChange& operator=(const FolderChange&) = delete;
+
+  [[nodiscard]] bool IsLocked() const { return locked_; }
+  [[nodiscard]] SORTEDSTOREINDEXTYPE& Index() { return store_.Index; }
+
+  [[nodiscard]] bool Load(std::int32_t level, const std::string& keyFilter, bool useChangeFlag) {
+    IndexLoad load;
+    load.store = &store_;
+    load.path = folder_;
+    load.keyFilter = keyFilter;
+    load.alreadyLocked = true;
+    load.level = level;
+    load.useChangeFlag = useChangeFlag;
+    load.recover = true;
+    return store_.Index.Load(load);
+  }
+  [[nodiscard]] bool Save() {
+    return store_.Index.Save(folder_, kClassMail, true) && store_.Index.LastSaveWorked();
+  }
+
+ private:
+  const std::string folder_;
+  StoreIndex store_;
+  const bool locked_;
+};
+
+bool Insert(FolderChange* change, const std::string& folder, const platform::FoundFile& file) {
+  if (!change->IsLocked() || !change->Load(kHeaderOnly, {}, true)) return false;
+  SORTEDSTOREINDEXTYPE& index = change->Index();
+  // Where all items are in memory, a second insertion of one is no change.
+  const bool knowsItems = index.LoadState >= kKeys;
+  std::uint32_t uidCounter = index.GetLastUID();
+  const std::uint32_t brand =
+      settings::Get(settings::kUidBrandingEnabled) == 0 ? 0 : FolderBrand(folder);
+  return IndexNewFile(&index, folder, file, !knowsItems, brand, &uidCounter) == 1 &&
+         change->Save();
+}
+
+}  // namespace
+
+std::int32_t InsertIntoFolderIndex(const std::string& folder, const std::string& item) {
+  const std::string path = platform::JoinPath(folder, item);
+  const auto info =
+      platform::IsSafeName(item) && item.size() < kIndexedNameLimit && item.front() != '_'
+          ? platform::GetFileInfo(path)
+          : std::nullopt;
+  if (!info || info->directory) return 0;
+  FolderChange change(folder);
+  if (Insert(&change, folder, {item, *info})) return 1;
+  MarkFolderForScan(folder);
+  return 0;
+}
+
+IndexChange RemoveFromFolderIndex(const std::string& folder, const std::vector<std::string>& items,
+                                  std::size_t* removed) {
+  FolderChange change(folder);
+  if (!change.IsLocked() || !change.Load(kKeys, {}, false)) return IndexChange::kFailed;
+  *removed = change.Index().RemoveItems(items);
+  if (*removed == 0) return IndexChange::kNotThere;
+  return change.Save() ? IndexChange::kDone : IndexChange::kFailed;
+}
+
+IndexChange SetInFolderIndex(const std::string& folder, const std::string& item,
+                             const std::string& name, const std::string& value) {
+  FolderChange change(folder);
+  // A filter is a list with commas.
+  const bool filters = item.find(',') == std::string::npos;
+  if (!change.IsLocked() || !change.Load(kAllProperties, filters ? item : "", false)) {
+    return IndexChange::kFailed;
+  }
+  IndexItem handle;
+  if (!change.Index().GetItemByID(item, &handle, false)) return IndexChange::kNotThere;
+  handle.SetText(name.c_str(), value);
+  return change.Save() ? IndexChange::kDone : IndexChange::kFailed;
+}
+
+}  // namespace corvane

@@ -1,0 +1,272 @@
+#include "SERVICES/Library/LIBMessageIndex/FolderScan.h"
+
+#include <algorithm>
+#include <atomic>
+
+#include "SERVICES/Library/LIBFileLock/IndexBlockFile.h"
+#include "SERVICES/Library/LIBMessageIndex/ChangeFlag.h"
+#include "SERVICES/Library/LIBMessageIndex/FolderBrand.h"
+#include "SERVICES/Library/LIBMessageIndex/FolderDetailsFile.h"
+#include "SERVICES/Library/LIBMessageIndex/IndexFile.h"
+#include "SERVICES/Library/LIBMessageIndex/IndexHeaders.h"
+#include "SERVICES/Library/LIBMessageIndex/ItemFiller.h"
+#include "SERVICES/Library/LIBMessageIndex/MessageHeaders.h"
+#include "SERVICES/Library/LIBStoreIndexSerialisation/IndexBackup.h"
+#include "SERVICES/Library/LIBStoreIndexSerialisation/IndexFileNames.h"
+#include "connector/logs/ExceptionReport.h"
+#include "connector/logs/Logs.h"
+#include "connector/settings/Settings.h"
+#include "platform/Clock.h"
+#include "platform/Error.h"
+#include "platform/Path.h"
+#include "platform/Reports.h"
+#include "platform/WholeFile.h"
+
+namespace corvane {
+namespace {
+
+constexpr std::size_t kSocketEvery = 100;
+constexpr std::size_t kSocketBytes = 255;
+constexpr std::uint64_t kBytesInKb = 1024;
+std::atomic<ScanProgress> scanProgress{nullptr};
+
+struct NamedIds {
+  PropertyId modifiedDate = FindProperty(nullptr, "MODIFIEDDATE");
+  PropertyId size = FindProperty(nullptr, "SIZE");
+};
+
+char LowerCase(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+
+bool NameBefore(const platform::FoundFile& a, const platform::FoundFile& b) {
+  return std::lexicographical_compare(
+      a.name.begin(), a.name.end(), b.name.begin(), b.name.end(),
+      [](char x, char y) {
+        return static_cast<unsigned char>(LowerCase(x)) < static_cast<unsigned char>(LowerCase(y));
+      });
+}
+
+bool IsMessageName(std::string_view name) {
+  return name.front() != '_' && name.front() != '.';
+}
+
+// One scan of one folder.
+class FolderScan {
+ public:
+  FolderScan(SORTEDSTOREINDEXTYPE* index, const std::string& folder, bool isNew,
+             platform::ClientSocket* socket)
+      : index_(index),
+        folder_(folder),
+        isNew_(isNew),
+        socket_(socket),
+        brand_(FolderBrand(folder)),
+        uidCounter_(index->LastUID) {}
+
+  // False when the walk was ended by the client, or the index could not be written.
+  bool Run() {
+    if (socket_ != nullptr) static_cast<void>(socket_->SetBlocking(false));
+    List();
+    const bool ended = !Walk();
+    const bool saved = !ended && Finish();
+    if (socket_ != nullptr && !socket_->SetBlocking(true)) {
+      platform::PrintConsole("ScanFoldersOrdered::Unable to change socket to BLOCKING\r\n");
+    }
+    return saved;
+  }
+
+ private:
+  void List() {
+    const std::size_t limit = settings::Get(settings::kMaximumIndexRows);
+    platform::FileFinder finder(folder_ + "\\*.MAI");
+    for (std::size_t entries = 1; entries < limit; ++entries) {
+      auto found = finder.Next();
+      if (!found) break;
+      if (!found->info.directory && IsMessageName(found->name)) files_.push_back(std::move(*found));
+    }
+    std::sort(files_.begin(), files_.end(), NameBefore);
+  }
+
+  // False when the client has gone.
+  bool Walk() {
+    std::size_t number = 0;
+    const ScanProgress progress = scanProgress.load();
+    for (const platform::FoundFile& file : files_) {
+      if (file.name.size() >= kIndexedNameLimit) continue;
+      if (++number % kSocketEvery == 0) {
+        if (ClientHasGone()) return false;
+        if (progress != nullptr) progress(number, files_.size());
+      }
+      totalSize_ += file.info.size;
+      Take(file);
+    }
+    return true;
+  }
+
+  bool ClientHasGone() {
+    if (socket_ == nullptr) return false;
+    char bytes[kSocketBytes];
+    const std::int64_t got = socket_->Receive(bytes, sizeof bytes);
+    if (got > 0 || (got < 0 && platform::LastError() == platform::kErrorWouldBlock)) return false;
+    LogDebugF(
+        "Socket: %ld was disconnected while re-indexing folder. Reindexing aborted.\n",
+        static_cast<long>(socket_->Handle()));
+    return true;
+  }
+
+  void Take(const platform::FoundFile& file) {
+    IndexItemPropertyContainer* item = index_->ByID.Find(file.name);
+    if (item == nullptr) {
+      AddNew(file);
+      return;
+    }
+    const std::uint32_t date = item->GetNumber(ids_.modifiedDate);
+    if (date == ToModifiedDate(file.info.lastWriteTime) &&
+        item->GetNumber(ids_.size) == static_cast<std::uint32_t>(file.info.size)) {
+      return;
+    }
+    IndexItem handle;
+    handle.Attach(item, false);
+    RefreshFile(&handle, folder_, file, brand_, date == 0);
+  }
+
+  // Headers that carried what the index knows now are taken out again.
+  void AddNew(const platform::FoundFile& file) {
+    if (IndexNewFile(index_, folder_, file, true, brand_, &uidCounter_) == 0) return;
+    if (StripIndexHeaders(folder_, file.name) != RewriteResult::kRewritten) return;
+    const auto info = platform::GetFileInfo(platform::JoinPath(folder_, file.name));
+    IndexItemPropertyContainer* item = index_->ByID.Find(file.name);
+    if (!info || item == nullptr) return;
+    item->SetNumber(ids_.size, static_cast<std::uint32_t>(info->size));
+    item->SetNumber(ids_.modifiedDate, ToModifiedDate(info->lastWriteTime));
+  }
+
+  bool Finish() {
+    static_cast<void>(platform::WriteWholeFile(folder_ + "\\_DIRSIZE.TMP",
+                                               std::to_string(totalSize_ / kBytesInKb), true,
+                                               platform::Durability::kNone));
+    const bool saved = !NeedsSave() || (index_->Save(folder_, kClassMail, true) &&
+                                        index_->LastSaveWorked());
+    if (saved) AnswerChangeFlag();
+    FolderDetails details;
+    if (index_->GetFolderDetails(&details)) {
+      static_cast<void>(WriteFolderDetailsFile(folder_, details));
+    }
+    if (saved && isNew_) {
+      static_cast<void>(
+          platform::SetLastWriteTime(IndexFilePath(folder_, kClassMail), platform::NowSeconds()));
+      index_->FileTime = IndexFileTime(folder_, kClassMail);
+    }
+    return saved;
+  }
+
+  [[nodiscard]] bool NeedsSave() const {
+    return isNew_ || index_->FullRewrite || index_->FirstModifiedUID != 0 ||
+           !index_->Removed.empty();
+  }
+
+  // A message that came in while the folder was read may have found the flag standing: it goes
+  // first, and comes back when the folder then holds more than the index.
+  void AnswerChangeFlag() {
+    const std::string flag = folder_ + "\\_CHANGE.DTY";
+    if (!platform::DeleteFile(flag)) return;
+    const std::size_t limit = settings::Get(settings::kMaximumIndexRows);
+    platform::FileFinder finder(folder_ + "\\*.MAI");
+    for (std::size_t entries = 1; entries < limit; ++entries) {
+      const auto found = finder.Next(false);
+      if (!found) return;
+      const bool counts = IsMessageName(found->name) && found->name.size() < kIndexedNameLimit;
+      if (counts && !WasListed(*found)) {
+        MarkFolderForScan(folder_);
+        return;
+      }
+    }
+  }
+
+  [[nodiscard]] bool WasListed(const platform::FoundFile& file) const {
+    return std::binary_search(files_.begin(), files_.end(), file, NameBefore);
+  }
+
+  SORTEDSTOREINDEXTYPE* index_;
+  const std::string folder_;
+  const bool isNew_;
+  platform::ClientSocket* socket_;
+  const NamedIds ids_;
+  const std::uint32_t brand_;
+  std::uint32_t uidCounter_;
+  std::vector<platform::FoundFile> files_;
+  std::uint64_t totalSize_ = 0;
+};
+
+void ClearRecentFlags(SORTEDSTOREINDEXTYPE* index) {
+  for (IndexItemPropertyContainer* item : index->Sequence) {
+    IndexItem handle;
+    handle.Attach(item, false);
+    RemoveRecentFlag(&handle);
+  }
+}
+
+// Loads what is there; what can't be read is kept aside, and all is built anew.
+bool LoadForScan(SORTEDSTOREINDEXTYPE* index, const std::string& folder, bool recover) {
+  index->ResetToEmpty();
+  if (!IndexFileExists(folder, kClassMail)) return false;
+  IndexLoad load;
+  load.path = folder;
+  load.alreadyLocked = true;
+  load.verifyFiles = 1;
+  load.useChangeFlag = false;
+  load.recover = recover;
+  if (index->Load(load)) return true;
+  static_cast<void>(DiscardIndex(folder));
+  index->ResetToEmpty();
+  return false;
+}
+
+std::int32_t ScanLocked(SORTEDSTOREINDEXTYPE* index, const std::string& folder, bool clearRecent,
+                        platform::ClientSocket* socket, bool recover) {
+  const bool isNew = !LoadForScan(index, folder, recover);
+  if (clearRecent) ClearRecentFlags(index);
+  return FolderScan(index, folder, isNew, socket).Run() ? 1 : 0;
+}
+
+}  // namespace
+
+void SetScanProgress(ScanProgress progress) { scanProgress = progress; }
+
+std::int32_t ScanFoldersOrdered(SORTEDSTOREINDEXTYPE* index, const std::string& folder,
+                                bool clearRecent, platform::ClientSocket* socket,
+                                std::int32_t lockMode, bool recover) {
+  if (index == nullptr || folder.empty()) return 0;
+  const bool locks = lockMode != kAlreadyLocked;
+  const std::string block = folder + "\\_index.blk";
+  platform::File handle;
+  if (locks && WaitForAccessToIndexFileEx(block, lockMode, &handle) != 1) return 1;
+  std::int32_t result = 1;
+  static_cast<void>(EndException(
+      [&] { result = ScanLocked(index, folder, clearRecent, socket, recover); },
+      [](const ExceptionDetails& details) {
+        ReportException(FormatExceptionReport("ScanFoldersOrdered", CV_HERE, details));
+      }));
+  if (locks) UnBlockIndexFileAccessEx(block, 1, &handle);
+  return result;
+}
+
+std::int32_t ScanFoldersEx(StoreIndex* store, bool clearRecent, platform::ClientSocket* socket,
+                           std::int32_t lockMode) {
+  if (store == nullptr || store->FolderPath.empty()) return 0;
+  std::int32_t result = 0;
+  static_cast<void>(EndException(
+      [&] {
+        result = ScanFoldersOrdered(&store->Index, store->FolderPath, clearRecent, socket, lockMode,
+                                    false);
+      },
+      [](const ExceptionDetails& details) {
+        ReportException(FormatExceptionReport("ScanFoldersEx", CV_HERE, details));
+      }));
+  return result;
+}
+
+std::int32_t ScanLoadedFolder(SORTEDSTOREINDEXTYPE* index, const std::string& folder) {
+  const bool isNew = !IndexFileExists(folder, kClassMail);
+  return FolderScan(index, folder, isNew, nullptr).Run() ? kAllProperties : kNotLoaded;
+}
+
+}  // namespace corvane
