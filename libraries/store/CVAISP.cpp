@@ -1,9 +1,33 @@
 // CVAISP.cpp -- the store provider.
 //
-// It loads, begins and ends. Direct insertion into a folder's index isn't in this build: the answer
-// is 0, "not inserted", after which the message lies in its folder all the same and the folder's
-// next reader takes it into the index. The operations on open folders and items are not exported.
+// It begins, ends and puts message files into the indexes of their folders. The operations on open
+// folders and items are not exported. Any thread.
 #include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "SERVICES/Library/LIBMessageIndex/FolderIndex.h"
+#include "SERVICES/Library/LIBStore/StorePaths.h"
+#include "common/ExportGuard.h"
+#include "platform/Path.h"
+
+namespace {
+
+// Whether `folder` names one below its mailbox: names with separators between them, one may stand
+// in front.
+bool IsFolderName(std::string_view folder) {
+  if (!folder.empty() && (folder.front() == '\\' || folder.front() == '/')) folder.remove_prefix(1);
+  for (;;) {
+    const std::size_t end = folder.find_first_of("\\/");
+    if (!corvane::platform::IsSafeName(folder.substr(0, end))) return false;
+    if (end == std::string_view::npos) return true;
+    folder.remove_prefix(end + 1);
+  }
+}
+
+bool IsName(const char* name) { return name != nullptr && corvane::platform::IsSafeName(name); }
+
+}  // namespace
 
 extern "C" {
 
@@ -11,11 +35,24 @@ extern "C" {
 
 [[gnu::visibility("default")]] std::int32_t StoreLibrary_UnInit() { return 1; }
 
-[[gnu::visibility("default")]] std::int32_t Direct_StoreIndex_InsertItem(const char* /*postoffice*/,
-                                                                         const char* /*mailbox*/,
-                                                                         const char* /*folder*/,
-                                                                         const char* /*item*/) {
-  return 0;
+// 1: the item stands in the index of its folder. 0: it doesn't, and the folder is marked so that
+// its next reader takes it in, or there is no such file.
+[[gnu::visibility("default")]] std::int32_t Direct_StoreIndex_InsertItem(const char* postoffice,
+                                                                         const char* mailbox,
+                                                                         const char* folder,
+                                                                         const char* item) {
+  return corvane::GuardExport("Direct_StoreIndex_InsertItem", 0, [&]() -> std::int32_t {
+    if (!IsName(postoffice) || !IsName(mailbox) || !IsName(item) || folder == nullptr ||
+        !IsFolderName(folder)) {
+      return 0;
+    }
+    const std::string path = corvane::GetPostofficeRoot(postoffice)
+                                 .append("\\MAILROOT\\")
+                                 .append(mailbox)
+                                 .append("\\")
+                                 .append(folder);
+    return corvane::InsertIntoFolderIndex(path, item);
+  });
 }
 
 }  // extern "C"

@@ -143,7 +143,7 @@ class FolderScan {
     static_cast<void>(platform::WriteWholeFile(folder_ + "\\_DIRSIZE.TMP",
                                                std::to_string(totalSize_ / kBytesInKb), true,
                                                platform::Durability::kNone));
-    const bool saved = !NeedsSave() || (index_->Save(folder_, kClassMail, true) &&
+    const bool saved = (!isNew_ && !index_->NeedsSave()) || (index_->Save(folder_, kClassMail, true) &&
                                         index_->LastSaveWorked());
     if (saved) AnswerChangeFlag();
     FolderDetails details;
@@ -156,11 +156,6 @@ class FolderScan {
       index_->FileTime = IndexFileTime(folder_, kClassMail);
     }
     return saved;
-  }
-
-  [[nodiscard]] bool NeedsSave() const {
-    return isNew_ || index_->FullRewrite || index_->FirstModifiedUID != 0 ||
-           !index_->Removed.empty();
   }
 
   // A message that came in while the folder was read may have found the flag standing: it goes

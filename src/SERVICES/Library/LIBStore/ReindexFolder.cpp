@@ -1,13 +1,26 @@
 #include "SERVICES/Library/LIBStore/ReindexFolder.h"
 
-#include "SERVICES/Library/LIBStore/FolderFlags.h"
-#include "connector/logs/Logs.h"
+#include "SERVICES/Library/LIBMessageIndex/MessageIndexFiles.h"
+#include "SERVICES/Library/LIBStoreIndexCore/StoreIndex.h"
 
 namespace corvane {
 
 void ReindexFolder(const std::string& path) {
-  WriteFolderFlag(path, FolderFlag::kChanged);
-  LogDebugF("This build has no index of folders; %s is left to its next reader.\n", path.c_str());
+  StoreIndex store(MessageIndexFiles());
+  store.FolderPath = path;
+  if (!LockFolderIndex(&store, path)) return;
+  IndexLoad load;
+  load.store = &store;
+  load.path = path;
+  load.alreadyLocked = true;
+  load.verifyFiles = 1;
+  load.useChangeFlag = load.forceRescan = load.recover = true;
+  // The rescan has written the index; only what it left unwritten is written here.
+  if (store.Index.Load(load) && store.Index.NeedsSave()) {
+    store.Index.Save(path, kClassMail, true);
+  }
+  UnlockFolderIndex(&store, path);
+  StoreIndex_Release(&store);
 }
 
 }  // namespace corvane

@@ -8,9 +8,6 @@ namespace corvane {
 // Reads the index of the folder at `path`, drops items without files, adds files without items and
 // writes the index back, all under the folder's lock. What can't be locked or loaded stays as it
 // was. Costs as much as the folder holds.
-//
-// Indexes are not built yet: the call leaves _CHANGE.DTY, so that whoever opens the folder next
-// does the work, and says so in the debug log.
 void ReindexFolder(const std::string& path);
 
 }  // namespace corvane

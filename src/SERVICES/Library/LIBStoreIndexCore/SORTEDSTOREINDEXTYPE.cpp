@@ -214,10 +214,6 @@ bool SORTEDSTOREINDEXTYPE::LoadOne(const IndexLoad& load, bool append) {
   return LoadState >= load.level;
 }
 
-bool SORTEDSTOREINDEXTYPE::HasPendingChanges() const {
-  return FirstModifiedUID != 0 || !Removed.empty();
-}
-
 bool SORTEDSTOREINDEXTYPE::EnsureLoaded(std::int32_t level) {
   if (LoadState >= level) return true;
   IndexLoad deeper = Arguments;

@@ -59,6 +59,8 @@ class SORTEDSTOREINDEXTYPE final : public IndexItemOwner {
   bool Save(const std::string& path, std::int32_t messageClass, bool alreadyLocked);
   [[nodiscard]] bool LastSaveWorked() const { return lastSaveWorked_; }
   void MarkFullRewrite() { FullRewrite = true; }
+  // There is something that the file hasn't got.
+  [[nodiscard]] bool NeedsSave() const { return FullRewrite || HasPendingChanges(); }
   // Empties the index, which then is not loaded. KeyFilter stays.
   void UnInit();
   // Empties the index, which then is known to be empty and complete.
@@ -128,7 +130,9 @@ class SORTEDSTOREINDEXTYPE final : public IndexItemOwner {
   friend class IndexCompletion;
 
   bool LoadOne(const IndexLoad& load, bool append);
-  [[nodiscard]] bool HasPendingChanges() const;
+  [[nodiscard]] bool HasPendingChanges() const {
+    return FirstModifiedUID != 0 || !Removed.empty();
+  }
   void EraseUID(IndexItemPropertyContainer* item);
   bool WriteChanges(const std::string& path, std::int32_t messageClass);
 

@@ -1,0 +1,132 @@
+#include <gtest/gtest.h>
+
+#include "SERVICES/Library/LIBStoreIndexSerialisation/IndexFileNames.h"
+#include "tests/SERVICES/Library/LIBStoreIndexSerialisation/IndexFixture.h"
+
+namespace corvane {
+namespace {
+
+using test::Element;
+using test::IndexOf;
+
+class Document : public test::IndexFixture {
+ protected:
+  Document() { UseStreams(false, false); }
+};
+
+TEST_F(Document, TheOldFormIsInOrderOfNamesAndDecimal) {
+  StoreIndex store(&files_);
+  ASSERT_TRUE(Load(&store, kAllProperties));
+  ASSERT_TRUE(Add(&store, "b", "x\x01\xC3\xBC<"));
+  ASSERT_TRUE(Add(&store, "a", ""));
+  ASSERT_TRUE(Save(&store));
+  const std::string text = IndexText();
+  EXPECT_EQ(text.find("<BASEELEMENT LASTUID=\"2\"><ELEMENT ID=\"a\" UID=\"2\""), 0U) << text;
+  EXPECT_NE(text.find("<SUBJECT>x   &lt;</SUBJECT>"), std::string::npos) << text;
+  EXPECT_EQ(text.substr(text.size() - 16), "</BASEELEMENT>\r\n");
+  EXPECT_EQ(ItemsOnDisk(), "b=x   < a= ");
+}
+
+TEST_F(Document, TheNewFormIsReadByBoth) {
+  Set("MSXML Index Serialisation Produces Old Format", 0U);
+  StoreIndex empty(&files_);
+  ASSERT_TRUE(Load(&empty, kAllProperties));
+  empty.Index.MarkFullRewrite();
+  ASSERT_TRUE(Save(&empty));
+  EXPECT_EQ(IndexText(), "<BASEELEMENT LASTUID=\"x00000000\"/>\r\n");
+  StoreIndex store(&files_);
+  ASSERT_TRUE(Load(&store, kAllProperties));
+  for (const char* id : {"b", "a&\"q"}) ASSERT_TRUE(Add(&store, id));
+  ASSERT_TRUE(Save(&store));
+  EXPECT_EQ(ItemsOnDisk(), "b=s a&\"q=s ");
+  UseStreams(true, false);
+  EXPECT_EQ(ItemsOnDisk(), "b=s a&\"q=s ");
+}
+
+TEST_F(Document, ReadsWhatAStreamWriterWrote) {
+  UseStreams(false, true);
+  StoreIndex store(&files_);
+  ASSERT_TRUE(Load(&store, kAllProperties));
+  ASSERT_TRUE(Add(&store, "a<b", "smile \xF0\x9F\x98\x80 & more"));
+  ASSERT_TRUE(Save(&store));
+  EXPECT_EQ(ItemsOnDisk(), "a<b=smile \xF0\x9F\x98\x80 & more ");
+}
+
+TEST_F(Document, DropsTombstonesAndItemsWithoutFiles) {
+  MakeFile("a");
+  WriteIndex(IndexOf("x00000009", Element("-", 1, "gone") + Element("b", 2, "no file") +
+                                      Element("a", 3, "here")));
+  StoreIndex store(&files_);
+  ASSERT_TRUE(Load(&store, kHeaderOnly, "zz", 1)) << "read whole, whatever is asked";
+  EXPECT_EQ(Items(store), "a=here ");
+  EXPECT_EQ(store.Index.LoadState, kAllProperties);
+  EXPECT_EQ(store.Index.ByID.Find("a")->GetNumber("IDX"), 1U);
+}
+
+TEST_F(Document, SaysWhereAFileIsBroken) {
+  WriteIndex("<BASEELEMENT LASTUID=\"1\">\n<ELEMENT ID=\"a\">");
+  StoreIndex store(&files_);
+  ::testing::internal::CaptureStdout();
+  EXPECT_FALSE(Load(&store, kAllProperties));
+  const std::string console = ::testing::internal::GetCapturedStdout();
+  EXPECT_EQ(console.find("Error:\nCode = 0x"), 0U);
+  EXPECT_NE(console.find("Source = Line : 2; Char : "), std::string::npos);
+}
+
+class Recovery : public test::IndexFixture {
+ protected:
+  Recovery() { Set("Backup Index", 1U); }
+  [[nodiscard]] bool Backup(const char* suffix) const {
+    return platform::FileExists(index_ + suffix);
+  }
+};
+
+TEST_F(Recovery, AGoodFullLoadKeepsABackupFresh) {
+  WriteIndex(IndexOf("x00000001", Element("a", 1, "one")));
+  StoreIndex quiet(&files_);
+  ASSERT_TRUE(Load(&quiet, kAllProperties));
+  EXPECT_FALSE(Backup(".bak")) << "a quiet load takes none";
+  StoreIndex first(&files_);
+  ASSERT_TRUE(Load(&first, kAllProperties, {}, 0, false, true));
+  EXPECT_TRUE(Backup(".bak"));
+  const std::string old = test::ReadBytes(index_ + ".bak");
+  WriteIndex(IndexOf("x00000002", Element("a", 1, "two")));
+  Clock().Advance(370LL * 60 * 1000);
+  StoreIndex young(&files_);
+  ASSERT_TRUE(Load(&young, kAllProperties, {}, 0, false, true));
+  EXPECT_EQ(test::ReadBytes(index_ + ".bak"), old);
+  Clock().Advance(61LL * 1000);
+  StoreIndex aged(&files_);
+  ASSERT_TRUE(Load(&aged, kAllProperties, {}, 0, false, true));
+  EXPECT_EQ(test::ReadBytes(index_ + ".bak"), IndexText());
+}
+
+TEST_F(Recovery, WithoutABackupTheFileIsPutAside) {
+  WriteIndex("torn");
+  StoreIndex store(&files_);
+  EXPECT_FALSE(Load(&store, kAllProperties, {}, 0, false, true));
+  EXPECT_NE(events_.back().find(". Unable to find recovery index. Recovering Index (there may be "
+                                "some flag loss)\n"),
+            std::string::npos);
+  EXPECT_FALSE(platform::FileExists(index_));
+  EXPECT_EQ(test::ReadBytes(index_ + ".bad"), "torn");
+}
+
+TEST_F(Recovery, WithoutBackupsAPlainLoadFailsAndLeavesAll) {
+  Set("Backup Index", 0U);
+  WriteIndex("torn");
+  StoreIndex store(&files_);
+  EXPECT_FALSE(Load(&store, kAllProperties, {}, 0, false, true));
+  EXPECT_EQ(IndexText(), "torn");
+}
+
+TEST_F(Recovery, AFolderWithoutAnIndexReadsAsEmptyAndWritesNothing) {
+  StoreIndex store(&files_);
+  EXPECT_TRUE(Load(&store, kAllProperties));
+  EXPECT_EQ(store.Index.LoadState, kAllProperties);
+  EXPECT_FALSE(platform::FileExists(index_));
+  EXPECT_EQ(Clock().Slept(), 9 * 200) << "it may be changing hands";
+}
+
+}  // namespace
+}  // namespace corvane

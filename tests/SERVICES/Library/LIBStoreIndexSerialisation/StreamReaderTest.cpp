@@ -1,0 +1,210 @@
+#include <gtest/gtest.h>
+
+#include "tests/SERVICES/Library/LIBStoreIndexSerialisation/IndexFixture.h"
+
+namespace corvane {
+namespace {
+
+using test::Element;
+using test::IndexOf;
+
+class StreamReader : public test::IndexFixture {};
+
+struct LoadCase {
+  const char* name;
+  std::string file;
+  std::int32_t level;
+  std::int32_t state;
+  std::uint32_t lastUid;
+  std::string items;
+  bool rewrites;
+};
+const std::string kTwo = Element("a", 1, "one") + Element("b", 2, "two");
+const LoadCase kLoads[] = {
+    {"HeaderAlone", IndexOf("x00000005", kTwo), 1, 1, 5, "", false},
+    {"Keys", IndexOf("x00000005", kTwo), 2, 2, 5, "a= b= ", false},
+    {"All", IndexOf("x00000005", kTwo), 4, 4, 5, "a=one b=two ", false},
+    {"EmptyAtHeader", "<BASEELEMENT LASTUID=\"x00000005\"/>\r\n", 1, 4, 5, "", true},
+    {"EmptyAtAll", "<BASEELEMENT LASTUID=\"x00000005\"/>\r\n", 4, 4, 5, "", true},
+    {"DecimalIsReadWhole", IndexOf("123", Element("b", 9, "two") + Element("a", 3, "one")), 1, 4,
+     123, "a=one b=two ", true},
+    {"LeadingZeroIsHexadecimal", IndexOf("0000000f", kTwo), 2, 2, 15, "a= b= ", true},
+    {"TombstonesCountForNothing",
+     IndexOf("x00000002", "<ELEMENT ID=\"-\" UID=\"-\"><READ>0</READ></ELEMENT>" + kTwo), 4, 4, 2,
+     "a=one b=two ", false},
+    {"EqualUidsLoseTheSecond", IndexOf("x00000002", Element("a", 1, "one") + Element("b", 1, "two")),
+     4, 4, 2, "a=one ", false},
+    {"UidZeroGetsAFreshOne", IndexOf("x00000002", Element("a", 0, "one")), 4, 4, 3, "a=one ", false},
+    {"EscapedAndNot", IndexOf("x00000001", Element("a", 1, "A&amp;B&lt;&#65;")), 4, 4, 1,
+     "a=A&B<A ", false},
+    {"ElementsWithoutProperties", IndexOf("x00000001", "<ELEMENT ID='a' UID='1'/>"), 4, 4, 1, "a= ",
+     false},
+};
+
+TEST_F(StreamReader, ReadsEveryFormAsFarAsItIsAsked) {
+  for (const LoadCase& c : kLoads) {
+    WriteIndex(c.file);
+    StoreIndex store(&files_);
+    EXPECT_TRUE(Load(&store, c.level)) << c.name;
+    EXPECT_EQ(store.Index.LoadState, c.state) << c.name;
+    EXPECT_EQ(store.Index.LastUID, c.lastUid) << c.name;
+    EXPECT_EQ(Items(store), c.items) << c.name;
+    EXPECT_EQ(store.Index.FullRewrite, c.rewrites) << c.name;
+  }
+  EXPECT_TRUE(events_.empty());
+}
+
+struct MalformedCase {
+  std::string file;
+  std::string message;
+};
+const std::string kHead = "<BASEELEMENT LASTUID=\"x00000002\">";
+const std::string kTail = "</BASEELEMENT>\r\n";
+const MalformedCase kMalformed[] = {
+    {"</BASEELEMENT>" + kHead + kTail,
+     "Encountered root element end tag before root element start tag"},
+    {kHead + kTail + kTail,
+     "Encountered root element end tag after already encountering a root element end tag"},
+    {kHead + kHead + kTail,
+     "Encountered root element start tag after already encountering a root element start tag"},
+    {Element("a", 1, "x") + kHead + kTail,
+     "Encountered element tag before encountering a root element start tag"},
+    {kHead + kTail + Element("a", 1, "x"),
+     "Encountered element tag after already encountering a root element end tag"},
+    {kHead + "<ELEMENT ID=\"a\" UID=\"1\"><CC>x<ELEMENT ID=\"b\">" + kTail,
+     "Encountered element start tag nested within a property (CC)"},
+    {kHead + "</ELEMENT>" + kTail,
+     "Encountered element end tag before encountering a matching element start tag"},
+    {kHead + "<ELEMENT ID=\"a\"><ELEMENT ID=\"b\"></ELEMENT>" + kTail,
+     "Encountered element start tag nested within another element"},
+    {kHead + Element("a", 2, "x") + Element("b", 1, "y") + kTail,
+     "Encountered element with UID out of order. This UID=1, Previous UID=2, Largest/Last UID=2"},
+    {kHead + "<ELEMENT ID=\"a UID=1></ELEMENT>" + kTail,
+     "Unable to parse ID attribute, Tag=[ELEMENT ID=\"a UID=1]"},
+    {kHead + "<ELEMENT UID=\"1\"></ELEMENT>" + kTail, "Encountered element start tag without an ID"},
+    {"<CC>" + kHead + kTail,
+     "Encountered property tag (CC) before encountering a root element start tag"},
+    {kHead + kTail + "<CC>",
+     "Encountered property tag (CC) after already encountering a root element end tag"},
+    {kHead + "<CC>" + kTail, "Encountered property tag (CC) outside an element"},
+    {kHead + "<ELEMENT ID=\"a\"><CC>x<TO>",
+     "Encountered property start tag (TO) nested within another property (CC)"},
+    {kHead + "<ELEMENT ID=\"a\"><CC>x</TO>",
+     "Encountered property end tag (TO) that does not match previous property start tag (CC)"},
+    {kHead + Element("a", 1, "x"), "Did not find root element end tag"},
+    {"no index at all", "Did not find root element end tag"},
+    {kHead + Element("a", 1, "x") + "</BASEELEM", "Did not find root element end tag"},
+};
+
+TEST_F(StreamReader, TellsTheFirstThingThatIsWrong) {
+  for (const MalformedCase& c : kMalformed) {
+    WriteIndex(c.file);
+    events_.clear();
+    StoreIndex store(&files_);
+    EXPECT_FALSE(Load(&store, kAllProperties, {}, 0, false, true)) << c.message;
+    EXPECT_EQ(store.Index.ItemCount(), 0U) << c.message;
+    ASSERT_EQ(events_.size(), 2U) << c.message;
+    EXPECT_NE(events_[0].find("] Malformed index detected: " + c.message + " ("),
+              std::string::npos)
+        << events_[0];
+    EXPECT_NE(events_[1].find("Failed to deserialise index: " + folder_ + "."), std::string::npos);
+  }
+  WriteIndex("");
+  StoreIndex quiet(&files_);
+  events_.clear();
+  EXPECT_FALSE(Load(&quiet, kAllProperties));
+  EXPECT_TRUE(events_.empty()) << "a quiet load tells the event log nothing";
+}
+
+TEST_F(StreamReader, AFilterAdmitsItsItems) {
+  WriteIndex(IndexOf("x00000003", kTwo + Element("c", 3, "three")));
+  const std::pair<const char*, const char*> kFilters[] = {
+      {"b", "b=two "}, {"c,a", "a=one c=three "}, {"*", "a=one b=two c=three "}, {"zz", ""}};
+  for (const auto& [filter, items] : kFilters) {
+    StoreIndex store(&files_);
+    EXPECT_TRUE(Load(&store, kAllProperties, filter)) << filter;
+    EXPECT_EQ(Items(store), items) << filter;
+  }
+}
+
+TEST_F(StreamReader, ItemsWithoutTheirFileAreLeftOut) {
+  MakeFile("b");
+  WriteIndex(IndexOf("x00000002", kTwo + Element("../Inbox/b", 3, "out")));
+  StoreIndex store(&files_);
+  EXPECT_TRUE(Load(&store, kAllProperties, {}, 1));
+  EXPECT_EQ(Items(store), "b=two ");
+  EXPECT_TRUE(store.Index.FullRewrite);
+}
+
+TEST_F(StreamReader, ManyTombstonesMakeItReadWholeAndBeRewritten) {
+  Set("Index Garbage Collection Threshold", 2U);
+  std::string elements;
+  for (int i = 0; i < 3; ++i) elements += "<ELEMENT ID=\"-\" UID=\"-\"></ELEMENT>";
+  WriteIndex(IndexOf("x00000002", elements + kTwo));
+  for (const std::int32_t level : {kKeys, kAllProperties}) {
+    StoreIndex store(&files_);
+    EXPECT_TRUE(Load(&store, level, level == kKeys ? "a" : ""));
+    EXPECT_EQ(store.Index.LoadState, kAllProperties);
+    EXPECT_EQ(Items(store), "a=one b=two ");
+    EXPECT_FALSE(store.Index.IsFiltered());
+    EXPECT_TRUE(store.Index.FullRewrite);
+  }
+}
+
+// Text of any length crosses the blocks that the file is read in.
+TEST_F(StreamReader, TextsAreReadAcrossBlocks) {
+  Set("Index Read Cache Size", 0U);
+  std::string elements;
+  std::string items;
+  for (std::uint32_t uid = 1; uid <= 40; ++uid) {
+    const std::string subject(uid * 997 % 12'000 + 1, static_cast<char>('a' + uid % 26));
+    elements += Element("m" + std::to_string(uid), uid, subject);
+    items += "m" + std::to_string(uid) + "=" + subject + " ";
+  }
+  WriteIndex(IndexOf("x00000028", elements));
+  EXPECT_EQ(ItemsOnDisk(), items);
+}
+
+TEST_F(StreamReader, OffsetsAndLengthsAreThoseOfTheElements) {
+  WriteIndex(IndexOf("x00000002", kTwo));
+  StoreIndex store(&files_);
+  ASSERT_TRUE(Load(&store, kKeys));
+  const std::string text = IndexText();
+  for (const auto* item : store.Index.Sequence) {
+    const std::string element = text.substr(item->GetOffset(), item->GetLength());
+    EXPECT_EQ(element.find("<ELEMENT ID=\"" + item->GetText("ID")), 0U);
+    EXPECT_EQ(element.substr(element.size() - 10), "</ELEMENT>");
+  }
+}
+
+TEST_F(StreamReader, AReaderWaitsForAWriter) {
+  WriteIndex(IndexOf("x00000002", kTwo));
+  auto held = platform::File::Open(index_, platform::Access::kReadWrite, platform::kShareNone,
+                                   platform::Disposition::kOpenExisting);
+  StoreIndex store(&files_);
+  EXPECT_FALSE(Load(&store, kAllProperties, {}, 0, false, true));
+  EXPECT_EQ(Clock().Slept(), 20 * 2000);
+  ASSERT_FALSE(events_.empty());
+  EXPECT_NE(events_[0].find("Failed to open index "), std::string::npos);
+  EXPECT_TRUE(held.IsOpen());
+}
+
+TEST_F(StreamReader, ContactsAndGroupsComeTogether) {
+  WriteIndex(IndexOf("x00000002", kTwo));
+  test::WriteBytes(folder_ + "/_groups.xml", IndexOf("x00000009", Element("g", 2, "group")));
+  StoreIndex store(&files_);
+  IndexLoad load;
+  load.store = &store;
+  load.path = folder_;
+  load.messageClass = kClassContactsAndGroups;
+  load.useChangeFlag = false;
+  EXPECT_TRUE(store.Index.Load(load));
+  EXPECT_EQ(Items(store), "a=one b=two g=group ");
+  EXPECT_EQ(store.Index.LastUID, 9U);
+  EXPECT_FALSE(store.Index.Save(folder_, kClassContactsAndGroups, false) &&
+               store.Index.LastSaveWorked());
+  EXPECT_EQ(IndexText(), IndexOf("x00000002", kTwo));
+}
+
+}  // namespace
+}  // namespace corvane
