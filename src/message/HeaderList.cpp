@@ -123,6 +123,10 @@ std::string HeaderList::ValueOf(const Entry& entry) const {
   return entry.isOwn != 0 ? GetValue(own_[entry.begin]) : DecodeEncodedWordsToUtf8(RawValue(entry));
 }
 
+std::string HeaderList::RawValueOf(const Entry& entry) const {
+  return entry.isOwn != 0 ? GetValue(own_[entry.begin]) : RawValue(entry);
+}
+
 std::string HeaderList::FirstValue(std::string_view name) const {
   const Entry* entry = FindEntry(name);
   return entry == nullptr ? std::string() : ValueOf(*entry);
@@ -130,8 +134,11 @@ std::string HeaderList::FirstValue(std::string_view name) const {
 
 std::string HeaderList::FirstRawValue(std::string_view name) const {
   const Entry* entry = FindEntry(name);
-  if (entry == nullptr) return {};
-  return entry->isOwn != 0 ? GetValue(own_[entry->begin]) : RawValue(*entry);
+  return entry == nullptr ? std::string() : RawValueOf(*entry);
+}
+
+std::string HeaderList::RawValueAt(std::size_t position) const {
+  return RawValueOf(entries_[position]);
 }
 
 std::string HeaderList::ValueAt(std::size_t position) const { return ValueOf(entries_[position]); }

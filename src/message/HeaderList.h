@@ -56,6 +56,8 @@ class HeaderList {
   [[nodiscard]] std::string FirstValue(std::string_view name) const;
   // GetValue of At, in one step.
   [[nodiscard]] std::string ValueAt(std::size_t position) const;
+  // FirstRawValue, of a position.
+  [[nodiscard]] std::string RawValueAt(std::size_t position) const;
   // The name at a position, as it stands.
   [[nodiscard]] std::string NameAt(std::size_t position) const;
   // The first header's value as the file's bytes, unfolded, with its encoded words in it; a value
@@ -86,6 +88,7 @@ class HeaderList {
   [[nodiscard]] std::string_view NameOf(const Entry& entry) const;
   [[nodiscard]] const Entry* FindEntry(std::string_view name) const;
   [[nodiscard]] std::string RawValue(const Entry& entry) const;
+  [[nodiscard]] std::string RawValueOf(const Entry& entry) const;
   [[nodiscard]] std::string ValueOf(const Entry& entry) const;
   [[nodiscard]] MessageHeader Make(const Entry& entry) const;
 

@@ -16,6 +16,7 @@
 #include "message/MessageDate.h"
 #include "message/MimeMessage.h"
 #include "tests/message/MessageTestSupport.h"
+#include "tests/support/Corpus.h"
 #include "tests/support/TemporaryDirectory.h"
 
 namespace corvane {

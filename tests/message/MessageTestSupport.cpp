@@ -1,6 +1,6 @@
 #include "tests/message/MessageTestSupport.h"
 
-#include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <random>
 #include <sstream>
@@ -34,15 +34,6 @@ std::string FromHex(std::string_view hex) {
     bytes.push_back(static_cast<char>(HexValue(hex[i]) * 16 + HexValue(hex[i + 1])));
   }
   return bytes;
-}
-
-std::filesystem::path CorpusFolder() {
-  const char* named = std::getenv("CORVANE_CORPUS");
-  std::filesystem::path folder =
-      named != nullptr ? named : TestFolder().parent_path().parent_path() / "../shared/corpus";
-  std::error_code ignored;
-  return std::filesystem::is_directory(folder / "messages", ignored) ? folder
-                                                                     : std::filesystem::path();
 }
 
 std::string RandomBytes(unsigned seed, std::size_t size) {

@@ -1,7 +1,6 @@
 // MessageTestSupport.h -- what the tests of the message library share.
 #pragma once
 
-#include <filesystem>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -15,10 +14,6 @@ namespace corvane::test {
 [[nodiscard]] std::vector<std::vector<std::string>> ReadTable(const std::string& path);
 
 [[nodiscard]] std::string FromHex(std::string_view hex);
-
-// The folder of real messages: CORVANE_CORPUS, else the one beside the checkout; empty when there
-// is none.
-[[nodiscard]] std::filesystem::path CorpusFolder();
 
 // Bytes of a repeatable random text.
 [[nodiscard]] std::string RandomBytes(unsigned seed, std::size_t size);

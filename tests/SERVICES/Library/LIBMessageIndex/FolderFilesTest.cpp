@@ -1,0 +1,121 @@
+// What the indexer keeps of a folder beside its index: brand, counts, stylesheets.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "SERVICES/Library/LIBMessageIndex/FolderBrand.h"
+#include "SERVICES/Library/LIBMessageIndex/FolderDetailsFile.h"
+#include "SERVICES/Library/LIBMessageIndex/IndexStylesheets.h"
+#include "platform/FileSystem.h"
+#include "tests/SERVICES/Library/LIBMessageIndex/MessageIndexTestSupport.h"
+
+namespace corvane {
+namespace {
+
+class FolderFilesTest : public test::MessageFixture {
+ protected:
+  FolderFilesTest() { Set("Index Files Enabled", 1U, "CONNECTORS\\SF"); }
+  [[nodiscard]] std::string DetailsPath() const { return Folder() + "/_FOLDER.DAT"; }
+};
+
+struct BrandCase {
+  std::int64_t created;
+  std::uint32_t brand;
+};
+
+TEST_F(FolderFilesTest, BrandIsWhenTheFolderWasMade) {
+  const BrandCase cases[] = {
+      {1'396'310'401, 1'396'310'401U},
+      {1'700'000'000, 1'700'000'000U},
+      {1'396'310'400, 0x53204000U},  // 130,407,840,000,000,000 in 100 ns, its low half
+  };
+  for (const BrandCase& row : cases) {
+    ASSERT_TRUE(platform::SetCreationTime(Folder(), row.created));
+    EXPECT_EQ(FolderBrand(Folder()), row.brand) << row.created;
+  }
+  EXPECT_EQ(FolderBrand(Folder() + "/none"), 0U);
+}
+
+TEST_F(FolderFilesTest, DetailsAreThirteenWords) {
+  FolderDetails details;
+  details.TotalCount = 3;
+  details.SeenCount = 2;
+  details.FirstSeenPosition = 0x01020304;
+  details.LastUID = 9;
+  EXPECT_TRUE(WriteFolderDetailsFile(Folder(), details));
+  const std::string bytes = test::ReadBytes(DetailsPath());
+  ASSERT_EQ(bytes.size(), 52U);
+  EXPECT_EQ(bytes.substr(20, 12), std::string("\4\3\2\1\3\0\0\0\2\0\0\0", 12));
+  EXPECT_EQ(bytes[44], 9);
+  FolderDetails read;
+  EXPECT_TRUE(ReadFolderDetailsFile(Folder(), read));
+  EXPECT_EQ(read.SeenCount, 2U);
+  EXPECT_EQ(read.LastUID, 9U);
+}
+
+TEST_F(FolderFilesTest, ImpossibleCountsAreLimited) {
+  FolderDetails details;
+  details.TotalCount = 5;
+  details.DeletedCount = 6;
+  details.AnsweredCount = 0xFFFFFFFF;
+  details.SeenCount = 5;
+  details.RecentCount = 99;
+  details.Reserved9 = 6;
+  details.FlaggedCount = 77;  // nobody limits it
+  NormaliseFolderDetails(details);
+  EXPECT_EQ(details.DeletedCount, 5U);
+  EXPECT_EQ(details.AnsweredCount, 0U);
+  EXPECT_EQ(details.SeenCount, 5U);
+  EXPECT_EQ(details.RecentCount, 5U);
+  EXPECT_EQ(details.Reserved9, 5U);
+  EXPECT_EQ(details.FlaggedCount, 77U);
+  details.TotalCount = 0x80000000;
+  NormaliseFolderDetails(details);
+  EXPECT_EQ(details.TotalCount, 0U);
+  EXPECT_EQ(details.SeenCount, 0U);
+}
+
+TEST_F(FolderFilesTest, WhatCannotBeReadIsZero) {
+  FolderDetails details;
+  details.LastUID = 7;
+  EXPECT_FALSE(ReadFolderDetailsFile(Folder(), details));
+  EXPECT_EQ(details.LastUID, 0U);
+  test::WriteBytes(DetailsPath(), std::string(51, '\1'));
+  details.LastUID = 7;
+  EXPECT_FALSE(ReadFolderDetailsFile(Folder(), details));
+  EXPECT_EQ(details.LastUID, 0U);
+}
+
+TEST_F(FolderFilesTest, WithoutIndexFilesNothingIsRead) {
+  Set("Index Files Enabled", 0U, "CONNECTORS\\SF");
+  FolderDetails details;
+  details.LastUID = 7;
+  EXPECT_FALSE(ReadFolderDetailsFile(Folder(), details));
+  EXPECT_EQ(details.LastUID, 7U);
+}
+
+TEST_F(FolderFilesTest, FailuresAreLoggedButNotAMissingFile) {
+  Set("Debug Enabled", 2U, "CONNECTORS\\SF");
+  const std::string gone = Folder() + "/none";
+  FolderDetails details;
+  ::testing::internal::CaptureStdout();
+  EXPECT_FALSE(ReadFolderDetailsFile(Folder(), details));
+  EXPECT_EQ(::testing::internal::GetCapturedStdout(), "");
+  ::testing::internal::CaptureStdout();
+  EXPECT_FALSE(ReadFolderDetailsFile(gone, details));
+  EXPECT_FALSE(WriteFolderDetailsFile(gone, details));
+  const std::string printed = ::testing::internal::GetCapturedStdout();
+  const std::string line = "Cache File: " + gone + "\\_FOLDER.DAT could not be ";
+  EXPECT_NE(printed.find(line + "opened. Error: 3\n"), std::string::npos) << printed;
+  EXPECT_NE(printed.find(line + "written. Error: 3\n"), std::string::npos) << printed;
+}
+
+TEST(IndexStylesheets, KeysAreQuoted) {
+  const std::string text = SortStylesheet("SUBJECT[. < \"a&b\"]", "text", "descending");
+  EXPECT_NE(text.find("<xsl:sort select=\"SUBJECT[. &lt; &quot;a&amp;b&quot;]\" data-type=\"text\" "
+                      "order=\"descending\"/>"),
+            std::string::npos);
+}
+
+}  // namespace
+}  // namespace corvane

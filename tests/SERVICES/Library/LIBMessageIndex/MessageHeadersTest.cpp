@@ -1,0 +1,64 @@
+#include <gtest/gtest.h>
+
+#include "SERVICES/Library/LIBMessageIndex/MessageHeaders.h"
+
+namespace corvane {
+namespace {
+
+struct FlagCase {
+  const char* flags;
+  const char* name;
+  const char* after;
+};
+
+TEST(AddFlag, AddsOnceWithItsMark) {
+  const FlagCase cases[] = {
+      {"", "SEEN", "\\SEEN"},
+      {"$a", "SEEN", "$a \\SEEN"},
+      {"\\seen", "SEEN", "\\seen"},
+      {"", "$IsMailingList", "$IsMailingList"},
+      {"\\SEEN", "\\RECENT", "\\SEEN \\RECENT"},
+      {"$ISMAILINGLISTS", "$IsMailingList", "$ISMAILINGLISTS"},
+  };
+  for (const FlagCase& row : cases) {
+    std::string flags = row.flags;
+    AddFlag(flags, row.name);
+    EXPECT_EQ(flags, row.after);
+  }
+}
+
+struct CutCase {
+  std::string_view text;
+  std::size_t size;
+  std::string_view kept;
+};
+
+TEST(CutToSize, KeepsWholeCharacters) {
+  const CutCase cases[] = {
+      {"abc", 4, "abc"},
+      {"abcd", 4, "abc"},
+      {"a\xC3\xA4", 4, "a\xC3\xA4"},
+      {"ab\xC3\xA4", 4, "ab"},
+      {"\xF0\x9F\x98\x80", 4, ""},  // a character of four bytes that doesn't fit
+      {"\x80\x80\x80\x80\x80\x80", 6, "\x80\x80\x80\x80\x80"},  // no UTF-8
+  };
+  for (const CutCase& row : cases) EXPECT_EQ(CutToSize(row.text, row.size), row.kept) << row.text;
+  SizedText<4> sized;
+  sized = "abcdef";
+  EXPECT_EQ(sized.View(), "abc");
+}
+
+TEST(MessageHeaders, AClearedRecordIsANewOne) {
+  MessageHeaders headers;
+  headers.Importance = 1;
+  headers.Flags = "$a";
+  headers.UID = 7;
+  headers.Subject = "s";
+  ClearMessageHeaders(headers);
+  EXPECT_EQ(headers.Importance, 3);
+  EXPECT_EQ(headers.UID, 0U);
+  EXPECT_TRUE(headers.Flags.empty() && headers.Subject.empty());
+}
+
+}  // namespace
+}  // namespace corvane
