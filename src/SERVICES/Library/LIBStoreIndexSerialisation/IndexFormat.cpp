@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
+#include <iterator>
 #include <limits>
 
 namespace corvane::indexformat {
@@ -131,28 +132,41 @@ std::string DecodeReferences(std::string_view text) {
   return out;
 }
 
-void DecodeEntities(std::string* text) {
-  struct Entity {
-    std::string_view name;
-    char character;
-  };
-  static constexpr Entity kEntities[] = {{"&lt;", '<'}, {"&gt;", '>'}, {"&amp;", '&'}};
+struct Entity {
+  std::string_view name;
+  char character;
+};
+// The last two stand in attributes only.
+constexpr Entity kEntities[] = {
+    {"&lt;", '<'}, {"&gt;", '>'}, {"&amp;", '&'}, {"&quot;", '"'}, {"&apos;", '\''}};
+constexpr std::size_t kTextEntities = 3;
+
+void DecodeEntities(std::string* text, std::size_t entities) {
   std::size_t to = 0;
   for (std::size_t from = 0; from < text->size();) {
     char c = (*text)[from];
     std::size_t length = 1;
     if (c == '&') {
-      for (const Entity& entity : kEntities) {
-        if (text->compare(from, entity.name.size(), entity.name) != 0) continue;
-        c = entity.character;
-        length = entity.name.size();
-        break;
+      const Entity* const end = kEntities + entities;
+      const Entity* found = std::find_if(kEntities, end, [&](const Entity& entity) {
+        return text->compare(from, entity.name.size(), entity.name) == 0;
+      });
+      if (found != end) {
+        c = found->character;
+        length = found->name.size();
       }
     }
     (*text)[to++] = c;
     from += length;
   }
   text->resize(to);
+}
+
+std::string_view Decode(std::string_view text, std::string* buffer, std::size_t entities) {
+  if (text.find('&') == std::string_view::npos) return text;
+  *buffer = DecodeReferences(text);
+  DecodeEntities(buffer, entities);
+  return *buffer;
 }
 
 std::string Head(std::string_view id, std::string_view uid) {
@@ -211,7 +225,7 @@ std::string EncodeID(std::string_view id) {
     const auto byte = static_cast<unsigned char>(c);
     return c == '<' || c == '>' || c == '"' || byte < 32 || byte == 127;
   });
-  if (!breaks && !IsTombstone(id) && DecodeValue(id, &decoded) == id) return std::string(id);
+  if (!breaks && !IsTombstone(id) && DecodeAttribute(id, &decoded) == id) return std::string(id);
   std::string out;
   for (const char c : id) {
     const auto byte = static_cast<unsigned char>(c);
@@ -249,10 +263,11 @@ void AppendValue(std::string* out, std::string_view value, bool whole, bool vali
 }
 
 std::string_view DecodeValue(std::string_view text, std::string* buffer) {
-  if (text.find('&') == std::string_view::npos) return text;
-  *buffer = DecodeReferences(text);
-  DecodeEntities(buffer);
-  return *buffer;
+  return Decode(text, buffer, kTextEntities);
+}
+
+std::string_view DecodeAttribute(std::string_view text, std::string* buffer) {
+  return Decode(text, buffer, std::size(kEntities));
 }
 
 }  // namespace corvane::indexformat

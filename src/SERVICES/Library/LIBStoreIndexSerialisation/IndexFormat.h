@@ -64,5 +64,7 @@ void AppendValue(std::string* out, std::string_view value, bool whole, bool vali
 // character are that character), then "&lt;", "&gt;" and "&amp;". Texts without "&" are not
 // copied; otherwise `buffer` holds the result.
 [[nodiscard]] std::string_view DecodeValue(std::string_view text, std::string* buffer);
+// The same for the value of an attribute, in which document writers put "&quot;" and "&apos;" too.
+[[nodiscard]] std::string_view DecodeAttribute(std::string_view text, std::string* buffer);
 
 }  // namespace corvane::indexformat

@@ -177,7 +177,7 @@ bool StreamIndexParser::TakeAttributes(std::string_view tag) {
       return false;
     }
     if (newForm_ && attribute.name == "UID") CheckUidOrder(attribute.value);
-    attribute.value = indexformat::DecodeValue(attribute.value, &decoded_);
+    attribute.value = indexformat::DecodeAttribute(attribute.value, &decoded_);
     if (!Admits(attribute)) return false;
     hasItem_ = true;
     if (attribute.name == "ID") {

@@ -1,0 +1,158 @@
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include "SERVICES/Library/LIBMessageIndex/FolderIndex.h"
+#include "SERVICES/Library/LIBMessageIndex/ItemFiller.h"
+#include "tests/SERVICES/Library/LIBMessageIndex/MailFolder.h"
+
+namespace corvane {
+namespace {
+
+class Scan : public test::MailFolder {
+ protected:
+  std::int32_t Run(bool clearRecent = false, platform::ClientSocket* socket = nullptr) {
+    StoreIndex store(MessageIndexFiles());
+    return ScanFoldersOrdered(&store.Index, folder_, clearRecent, socket, 1, true);
+  }
+  [[nodiscard]] std::string IndexText() const { return test::ReadBytes(PathOf("_index.xml")); }
+};
+
+TEST_F(Scan, ANewFolderGetsItsItemsInTheOrderOfNames) {
+  for (const char* name : {"b.MAI", "C.MAI", "a.MAI", "_x.MAI", ".x.MAI", "note.txt"}) {
+    Deliver(name, name);
+  }
+  Deliver(std::string(60, 'n') + ".MAI", "a name of 64 bytes");
+  test::WriteBytes(PathOf("_CHANGE.DTY"), "x");
+  EXPECT_EQ(Run(), 1);
+  EXPECT_FALSE(IsThere("_CHANGE.DTY"));
+  EXPECT_FALSE(IsThere("_index.blk"));
+  EXPECT_EQ(IndexText().substr(0, 33), "<BASEELEMENT LASTUID=\"x00000003\">");
+  EXPECT_EQ(test::ReadBytes(PathOf("_DIRSIZE.TMP")), "0");
+  EXPECT_EQ(test::ReadBytes(PathOf("_FOLDER.DAT")).size(), 52U);
+  EXPECT_EQ(Items(), "a.MAI:1=a.MAI b.MAI:2=b.MAI C.MAI:3=C.MAI ");
+  EXPECT_EQ(Items("FLAGSTATUS"), "a.MAI:1=\\RECENT b.MAI:2=\\RECENT C.MAI:3=\\RECENT ");
+}
+
+TEST_F(Scan, FilesThatGoAndComeChangeNoOtherUid) {
+  for (const char* name : {"a.MAI", "b.MAI", "c.MAI"}) Deliver(name, name);
+  ASSERT_EQ(Run(), 1);
+  ASSERT_EQ(SetInFolderIndex(folder_, "b.MAI", "FLAGSTATUS", "\\SEEN $Work"), IndexChange::kDone);
+  ASSERT_TRUE(platform::DeleteFile(PathOf("c.MAI")));
+  Deliver("aa.MAI", "later");
+  ASSERT_EQ(Run(true), 1);
+  EXPECT_EQ(Items(), "a.MAI:1=a.MAI b.MAI:2=b.MAI aa.MAI:4=later ");
+  EXPECT_EQ(Items("FLAGSTATUS"), "a.MAI:1= b.MAI:2=\\SEEN $Work aa.MAI:4=\\RECENT ");
+}
+
+TEST_F(Scan, AChangedFileIsReadAgainAndKeepsItsFlags) {
+  Deliver("a.MAI", "before");
+  ASSERT_EQ(Run(), 1);
+  ASSERT_EQ(SetInFolderIndex(folder_, "a.MAI", "FLAGSTATUS", "\\SEEN"), IndexChange::kDone);
+  Deliver("a.MAI", "after a change", "Date: Tue, 03 Jan 2023 08:05:07 +0000\r\n");
+  ASSERT_EQ(Run(), 1);
+  EXPECT_EQ(Items(), "a.MAI:1=after a change ");
+  EXPECT_EQ(Items("FLAGSTATUS"), "a.MAI:1=\\SEEN ");
+  EXPECT_EQ(Items("MESSAGEDATE"), "a.MAI:1=2023-01-03T08:05:07 ");
+}
+
+// What would be written just as it is isn't written.
+TEST_F(Scan, AnUnchangedFolderLeavesItsIndexAlone) {
+  Deliver("a.MAI", "x");
+  ASSERT_EQ(Run(), 1);
+  ASSERT_TRUE(platform::SetLastWriteTime(PathOf("_index.xml"), 1'600'000'000));
+  ASSERT_EQ(Run(), 1);
+  EXPECT_EQ(platform::GetFileInfo(PathOf("_index.xml"))->lastWriteTime, 1'600'000'000);
+}
+
+TEST_F(Scan, FilesBeyondTheLimitAreNotSeen) {
+  Set("Maximum Index Rows", 3U);
+  for (const char* name : {"a.MAI", "b.MAI", "c.MAI", "d.MAI"}) Deliver(name, "x");
+  ASSERT_EQ(Run(), 1);
+  StoreIndex store(MessageIndexFiles());
+  ASSERT_TRUE(Open(&store));
+  EXPECT_EQ(store.Index.ItemCount(), 2U);
+}
+
+TEST_F(Scan, BrandedMessagesBringTheirFlagsAndGetAFreshUid) {
+  Set("UID Branding Enabled", 1U);
+  Set("New Indexing", 0U);
+  Deliver("a.MAI", "x", "X-UID: 12345.7\r\n");
+  ASSERT_EQ(Run(), 1);
+  EXPECT_EQ(Items(), "a.MAI:1=x ");
+  EXPECT_EQ(test::ReadBytes(PathOf("a.MAI")).find("X-UID"), std::string::npos);
+  Set("New Indexing", 1U);
+  Deliver("b.MAI", "y", "X-CVTempFlags: \\SEEN \\FLAGGED\r\n");
+  ASSERT_EQ(Run(), 1);
+  EXPECT_EQ(Items("FLAGSTATUS"), "a.MAI:1=\\RECENT b.MAI:2=\\SEEN \\FLAGGED \\RECENT ");
+  ASSERT_TRUE(platform::SetLastWriteTime(PathOf("_index.xml"), 1'600'000'000));
+  ASSERT_EQ(Run(), 1);
+  EXPECT_EQ(platform::GetFileInfo(PathOf("_index.xml"))->lastWriteTime, 1'600'000'000)
+      << "a file whose headers were taken out isn't a changed one";
+}
+
+TEST_F(Scan, AClientThatHasGoneEndsTheWalk) {
+  for (int i = 0; i < 120; ++i) Deliver("m" + std::to_string(i) + ".MAI", "x");
+  int ends[2];
+  ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
+  platform::ClientSocket socket(ends[0]);
+  ::close(ends[1]);
+  EXPECT_EQ(Run(false, &socket), 0);
+  EXPECT_FALSE(IsThere("_index.xml"));
+  ::close(ends[0]);
+  ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
+  platform::ClientSocket waiting(ends[0]);
+  EXPECT_EQ(Run(false, &waiting), 1) << "one that waits has nothing to say";
+  ::close(ends[0]);
+  ::close(ends[1]);
+}
+
+TEST_F(Scan, AnIndexThatCantBeReadIsPutAsideAndBuiltAnew) {
+  Deliver("a.MAI", "x");
+  test::WriteBytes(PathOf("_index.xml"), "torn");
+  test::WriteBytes(PathOf("_CHANGE.DTY"), "x");
+  EXPECT_EQ(Items(), "a.MAI:1=x ");
+  EXPECT_EQ(test::ReadBytes(PathOf("_index.xml.bad")), "torn");
+  EXPECT_FALSE(IsThere("_CHANGE.DTY"));
+}
+
+TEST_F(Scan, ABackupBringsTheFlagsBack) {
+  Set("Backup Index", 1U);
+  for (const char* name : {"a.MAI", "b.MAI"}) Deliver(name, name);
+  ASSERT_EQ(Run(), 1);
+  ASSERT_EQ(SetInFolderIndex(folder_, "a.MAI", "FLAGSTATUS", "\\SEEN"), IndexChange::kDone);
+  ASSERT_NE(Items(), "unreadable");  // keeps the backup
+  ASSERT_TRUE(IsThere("_index.xml.bak"));
+  ASSERT_TRUE(platform::DeleteFile(PathOf("b.MAI")));
+  Deliver("c.MAI", "c.MAI");
+  test::WriteBytes(PathOf("_index.xml"), IndexText().substr(0, 100));
+  EXPECT_EQ(Items("FLAGSTATUS"), "a.MAI:1=\\SEEN c.MAI:3=\\RECENT ");
+}
+
+TEST_F(Scan, TheRecentFlagGoesWithItsBlank) {
+  const std::pair<const char*, const char*> kCases[] = {
+      {"\\RECENT \\SEEN", "\\SEEN"}, {"\\SEEN \\RECENT", "\\SEEN "}, {"\\RECENT", ""}};
+  for (const auto& [before, after] : kCases) {
+    IndexItem item;
+    item.Create();
+    item.SetText("FLAGSTATUS", before);
+    EXPECT_TRUE(RemoveRecentFlag(&item));
+    EXPECT_EQ(item.GetText("FLAGSTATUS"), after);
+    EXPECT_FALSE(RemoveRecentFlag(&item));
+  }
+}
+
+TEST_F(Scan, AnInsertionThatFailsMarksTheFolder) {
+  Deliver("a.MAI", "x");
+  EXPECT_EQ(InsertIntoFolderIndex(folder_, "a.MAI"), 1) << "a folder without an index is scanned";
+  Deliver("b.MAI", "y");
+  test::WriteBytes(PathOf("_index.xml"), IndexText().substr(0, 60));
+  EXPECT_EQ(InsertIntoFolderIndex(folder_, "b.MAI"), 0);
+  EXPECT_TRUE(IsThere("_CHANGE.DTY"));
+  EXPECT_EQ(Items(), "a.MAI:1=x b.MAI:2=y ");
+  EXPECT_EQ(InsertIntoFolderIndex(folder_, "../a.MAI"), 0);
+  EXPECT_EQ(InsertIntoFolderIndex(folder_, "none.MAI"), 0);
+}
+
+}  // namespace
+}  // namespace corvane
