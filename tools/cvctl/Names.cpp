@@ -12,8 +12,8 @@ namespace {
 
 void CheckName(const std::string& name, std::size_t longest, const char* what) {
   if (name.size() > longest) {
-    Refuse("'" + name + "' is too long for a " + what + ": at most " + std::to_string(longest) +
-           " bytes");
+    Refuse("'" + name + "' is too long for a " + what + ": give at most " +
+           std::to_string(longest) + " bytes");
   }
   // A bracket or a semicolon would end the item that the name stands in.
   if (!platform::IsSafeName(name) || name.find_first_of("[];") != std::string::npos) {
@@ -41,7 +41,8 @@ bool HasControls(const std::string& text) {
 
 void CheckItem(const std::string& item, std::size_t longest) {
   if (item.size() > longest) {
-    Refuse("'" + item + "' is too long for an item: at most " + std::to_string(longest) + " bytes");
+    Refuse("'" + item + "' is too long for an item: give at most " + std::to_string(longest) +
+           " bytes");
   }
   const std::size_t colon = item.find(':');
   const bool formed = item.front() == '[' && item.find(']') == item.size() - 1 &&
