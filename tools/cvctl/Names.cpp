@@ -100,12 +100,15 @@ std::string AsItemList(const std::string& text, std::size_t longest) {
   return list;
 }
 
-void CheckMailAddress(const std::string& address) {
+bool IsMailAddress(const std::string& address) {
   const std::size_t at = address.rfind('@');
-  if (at == std::string::npos || at == 0 || at + 1 == address.size() || HasControls(address) ||
-      address.find_first_of(" []<>;") != std::string::npos) {
-    Refuse("'" + address + "' is no mail address: write NAME@DOMAIN");
-  }
+  return at != std::string::npos && at > 0 && at + 1 < address.size() && !HasControls(address) &&
+         address.find_first_of(" []<>;") == std::string::npos;
+}
+
+void CheckMailAddress(const std::string& address) {
+  if (IsMailAddress(address)) return;
+  Refuse("'" + address + "' is no mail address: write NAME@DOMAIN");
 }
 
 }  // namespace corvane::cvctl

@@ -8,7 +8,6 @@
 #include "connector/queue/QueuePaths.h"
 #include "cvctl/Advice.h"
 #include "cvctl/Command.h"
-#include "cvctl/Installation.h"
 #include "cvctl/Names.h"
 #include "cvctl/QueueCommands.h"
 #include "cvctl/QueueOptions.h"
@@ -21,7 +20,6 @@ namespace corvane::cvctl {
 namespace {
 
 constexpr std::size_t kPieceBytes = 65536;
-constexpr char kBracketGuard = '\x1f';
 
 [[noreturn]] void FailToWrite(const std::string& path) {
   const std::int32_t error = platform::LastError();
@@ -122,7 +120,7 @@ void AddWord(std::string word, std::vector<std::string>& words) {
 
 void SubmitMessage(const QueueOptions& options) {
   const ConnectorMessage message = NewMessage(options);
-  LoadInstallation();
+  ExpectQueue(options);
   WriteMessageFile(Unguarded(options.file),
                    OutgoingMessagePath(kQueueConnector, message.MessageID));
   if (WriteOutgoingCommandFile(message) != 1) {

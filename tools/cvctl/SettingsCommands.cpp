@@ -113,9 +113,9 @@ std::string ParseBytes(const std::string& text) {
   if (!nearest.empty()) {
     message += "did you mean '" + std::string(nearest) + "'? ";
   } else if (!elsewhere.empty()) {
-    message += "it belongs under " + std::string(elsewhere.front()) + ". ";
+    message += "it belongs under " + std::string(elsewhere.front()) + "; ";
   }
-  throw Failure(kUsage, message + "To set it all the same give --dword, --string or --binary");
+  throw Failure(kUsage, message + "to set it all the same give --dword, --string or --binary");
 }
 
 // A number beyond what makes sense is set as it was asked for, with a word about it.
