@@ -47,8 +47,8 @@ void ExpectQueue(const QueueOptions& options) {
   if (platform::DirectoryExists(options.Directory())) return;
   throw Failure(kNotFound,
                 "the queue " + platform::SystemPath(options.Directory()) +
-                    " isn't there; make it with 'cvctl init', or mend 'Connector Root Directory' "
-                    "with 'cvctl settings set'");
+                    " isn't there; make the directory, or mend 'Connector Root Directory' with "
+                    "'cvctl settings set'");
 }
 
 std::vector<std::string> QueuedNames(const QueueOptions& options) {

@@ -5,6 +5,7 @@
 #include "cvctl/Command.h"
 #include "cvctl/Installation.h"
 #include "platform/FileSystem.h"
+#include "platform/Path.h"
 
 namespace corvane::cvctl {
 namespace {
@@ -23,11 +24,11 @@ std::string StorePath() {
 }
 
 platform::Database Open(DatabaseMode mode) {
-  const std::string path = StorePath();
+  const std::string path = platform::SystemPath(StorePath());
   std::string why;
   platform::Database store = configuration::OpenConfiguration(path, mode, &why);
   if (store) return store;
-  std::string advice = "check the file and its rights";
+  std::string advice = "check the file and its rights, or restore it from a backup";
   if (!platform::FileExists(path)) {
     advice = mode == DatabaseMode::kReadOnly ? "make it with 'cvctl postoffice add'"
                                              : "make its directory, or run 'cvctl init DIR'";

@@ -68,8 +68,9 @@ int Run(int argc, char** argv) {
   } catch (const CLI::CallForAllHelp& help) {
     return app.exit(help);
   } catch (const CLI::ParseError& error) {
-    return Fail(kUsage, std::string(error.what()) + "; see " + app.get_name() +
-                            SubcommandPath(app) + " --help");
+    std::string why = error.what();
+    std::erase(why, kBracketGuard);
+    return Fail(kUsage, why + "; see " + app.get_name() + SubcommandPath(app) + " --help");
   } catch (const Failure& failure) {
     return Fail(failure.Code(), failure.what());
   }
