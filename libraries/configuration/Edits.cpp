@@ -1,8 +1,10 @@
 #include "configuration/Edits.h"
 
+#include <algorithm>
 #include <string>
 
 #include "configuration/Lookups.h"
+#include "platform/Path.h"
 
 namespace corvane::configuration {
 namespace {
@@ -56,6 +58,21 @@ std::string ItemOf(std::string_view postoffice, std::string_view name) {
   return "[SF:" + MailboxKey(postoffice, name) + "]";
 }
 
+// An item of this connector must name what is there. What others deliver is not known here.
+EditResult ExpectTarget(Database& store, std::string_view item) {
+  constexpr std::string_view kLocal = "[SF:";
+  if (!platform::EqualsNoCase(item.substr(0, kLocal.size()), kLocal) || !item.ends_with(']')) {
+    return EditResult::kDone;
+  }
+  const std::string_view names = item.substr(kLocal.size(), item.size() - kLocal.size() - 1);
+  const std::size_t slash = std::min(names.find('/'), names.size());
+  const std::string_view postoffice = names.substr(0, slash);
+  const std::string_view name = names.substr(std::min(slash + 1, names.size()));
+  const EditResult mailbox = ExpectMailbox(store, postoffice, name, EditResult::kNoTarget);
+  if (mailbox != EditResult::kNoTarget) return mailbox;
+  return ExpectGroup(store, postoffice, name, EditResult::kNoTarget);
+}
+
 bool DeleteOptions(Database& store, std::int32_t kind, std::string_view key) {
   Statement statement = store.Prepare("DELETE FROM option WHERE kind = ?1 AND key = ?2");
   return statement.Bind(1, std::int64_t{kind}).Bind(2, key).Run();
@@ -70,15 +87,18 @@ bool DeleteMentions(Database& store, std::string_view item) {
 
 // Options, maps and members hang on names, not on rows: those of everything in the postoffice.
 bool DeleteWhatNames(Database& store, std::string_view postoffice) {
-  bool done = DeleteOptions(store, 1, postoffice);
-  const Answer mailboxes = ListMailboxes(store, postoffice, [&](const MailboxEntry& mailbox) {
-    done = done && DeleteOptions(store, 2, MailboxKey(mailbox.postoffice, mailbox.name)) &&
-           DeleteMentions(store, ItemOf(mailbox.postoffice, mailbox.name));
-  });
-  const Answer groups = ListGroups(store, postoffice, [&](const GroupEntry& group) {
-    done = done && DeleteMentions(store, ItemOf(group.postoffice, group.name));
-  });
-  return done && mailboxes == Answer::kFound && groups == Answer::kFound;
+  Statement options = store.Prepare(
+      "DELETE FROM option WHERE kind = 2 AND key IN ("
+      "SELECT p.name || '/' || m.name FROM postoffice p JOIN mailbox m ON m.postoffice = p.id "
+      "WHERE p.name = ?1)");
+  const std::string items =
+      "item IN (SELECT '[SF:' || p.name || '/' || n.name || ']' FROM postoffice p JOIN ("
+      "SELECT postoffice, name FROM mailbox UNION ALL SELECT postoffice, name FROM mailgroup) n "
+      "ON n.postoffice = p.id WHERE p.name = ?1)";
+  Statement maps = store.Prepare("DELETE FROM address_map WHERE " + items);
+  Statement members = store.Prepare("DELETE FROM member WHERE " + items);
+  return DeleteOptions(store, 1, postoffice) && options.Bind(1, postoffice).Run() &&
+         maps.Bind(1, postoffice).Run() && members.Bind(1, postoffice).Run();
 }
 
 bool HasContent(Database& store, std::string_view postoffice) {
@@ -216,6 +236,8 @@ EditResult AddMember(Database& store, std::string_view postoffice, std::string_v
   return InTransaction(store, [&] {
     const EditResult owner = ExpectGroup(store, postoffice, group, EditResult::kNoOwner);
     if (owner != EditResult::kDone) return owner;
+    const EditResult target = ExpectTarget(store, item);
+    if (target != EditResult::kDone) return target;
     Statement statement = store.Prepare(
         "INSERT OR IGNORE INTO member (mailgroup, item) SELECT g.id, ?3 FROM postoffice p "
         "JOIN mailgroup g ON g.postoffice = p.id WHERE p.name = ?1 AND g.name = ?2");
@@ -248,9 +270,13 @@ EditResult RemoveDomain(Database& store, std::string_view name) {
 }
 
 EditResult AddMap(Database& store, std::string_view address, std::string_view item) {
-  Statement statement =
-      store.Prepare("INSERT OR IGNORE INTO address_map (address, item) VALUES (?1, ?2)");
-  return RunOnOne(store, statement.Bind(1, address).Bind(2, item), EditResult::kExists);
+  return InTransaction(store, [&] {
+    const EditResult target = ExpectTarget(store, item);
+    if (target != EditResult::kDone) return target;
+    Statement statement =
+        store.Prepare("INSERT OR IGNORE INTO address_map (address, item) VALUES (?1, ?2)");
+    return RunOnOne(store, statement.Bind(1, address).Bind(2, item), EditResult::kExists);
+  });
 }
 
 EditResult RemoveMap(Database& store, std::string_view address) {

@@ -15,12 +15,13 @@ namespace corvane::configuration {
 
 enum class EditResult : std::uint8_t {
   kDone,
-  kExists,   // there is one of that name
-  kTaken,    // the name belongs to a mailbox where a group was to be added, or the other way about
-  kMissing,  // the thing itself isn't there
-  kNoOwner,  // the postoffice, group or mailbox that it belongs to isn't there
-  kInUse,    // the postoffice still has mailboxes or groups
-  kFailed,   // the store failed: the database's ErrorText() tells
+  kExists,    // there is one of that name
+  kTaken,     // the name belongs to a mailbox where a group was to be added, or the other way about
+  kMissing,   // the thing itself isn't there
+  kNoOwner,   // the postoffice, group or mailbox that it belongs to isn't there
+  kNoTarget,  // the mailbox or group that it names isn't there
+  kInUse,     // the postoffice still has mailboxes or groups
+  kFailed,    // the store failed: the database's ErrorText() tells
 };
 
 // What a change sets; the rest stays.
@@ -52,6 +53,7 @@ using platform::Database;
                                   std::string_view group, std::int32_t status);
 [[nodiscard]] EditResult RemoveGroup(Database& store, std::string_view postoffice,
                                      std::string_view group);
+// kNoTarget for an item of this connector, "[SF:...]", that names neither mailbox nor group.
 [[nodiscard]] EditResult AddMember(Database& store, std::string_view postoffice,
                                    std::string_view group, std::string_view item);
 [[nodiscard]] EditResult RemoveMember(Database& store, std::string_view postoffice,
@@ -60,6 +62,7 @@ using platform::Database;
 [[nodiscard]] EditResult AddDomain(Database& store, std::string_view name);
 [[nodiscard]] EditResult RemoveDomain(Database& store, std::string_view name);
 
+// kNoTarget as with AddMember.
 [[nodiscard]] EditResult AddMap(Database& store, std::string_view address, std::string_view item);
 [[nodiscard]] EditResult RemoveMap(Database& store, std::string_view address);
 

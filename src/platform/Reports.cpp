@@ -111,6 +111,8 @@ void WriteDebugChannel(std::string_view text) {
   if (DebugChannelWanted()) Print(stderr, debugWriter, text);
 }
 
+bool IsTerminal(std::FILE* stream) { return isatty(fileno(stream)) == 1; }
+
 void PrintConsole(std::string_view text) { Print(stdout, consoleWriter, text); }
 
 void PrintConsoleF(const char* format, ...) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdio>
 #include <string>
 #include <string_view>
 
@@ -21,6 +22,9 @@ void SetEventListener(EventListener listener, void* context);
 // Text as it stands, at once, to standard error when the environment variable CORVANE_DEBUG_CHANNEL
 // is 1, otherwise nothing.
 void WriteDebugChannel(std::string_view text);
+
+// Whether a stream goes to a terminal.
+[[nodiscard]] bool IsTerminal(std::FILE* stream);
 
 // Text as it stands, at once, to standard output.
 void PrintConsole(std::string_view text);

@@ -8,6 +8,7 @@
 #include "cvctl/CommandTree.h"
 #include "cvctl/ConfigurationCommands.h"
 #include "cvctl/Names.h"
+#include "cvctl/Printing.h"
 #include "cvctl/StoreAccess.h"
 
 namespace corvane::cvctl {
@@ -32,13 +33,16 @@ void CheckDomain(const std::string& name) {
   if (name.empty() || name.size() > kLongestDomain) {
     throw Failure(kUsage, "a domain has 1 to 511 bytes: write it as example.org");
   }
-  CheckMailAddress("x@" + name);
+  if (!IsMailAddress("x@" + name)) {
+    throw Failure(kUsage, "'" + name + "' is no domain: write it as example.org");
+  }
 }
 
 void AddDomain(const DomainArguments& arguments) {
   CheckDomain(arguments.name);
   Database store = OpenForChanges();
-  ExpectDone(configuration::AddDomain(store, arguments.name), store, "domain " + arguments.name);
+  ExpectDone(configuration::AddDomain(store, arguments.name), store, {"domain " + arguments.name});
+  ConfirmJson(arguments.json, "domain", arguments.name, "added");
 }
 
 void ListDomains(const DomainArguments& arguments) {
@@ -48,7 +52,7 @@ void ListDomains(const DomainArguments& arguments) {
     if (arguments.json) {
       all.push_back(name);
     } else {
-      std::printf("%s\n", name.c_str());
+      std::printf("%s\n", Shown(name).c_str());
     }
   };
   ExpectFound(configuration::ListDomains(store, visit), store, "domain");
@@ -57,11 +61,14 @@ void ListDomains(const DomainArguments& arguments) {
 
 void RemoveDomain(const DomainArguments& arguments) {
   Database store = OpenForChanges();
-  ExpectDone(configuration::RemoveDomain(store, arguments.name), store, "domain " + arguments.name);
+  ExpectDone(configuration::RemoveDomain(store, arguments.name), store,
+             {"domain " + arguments.name});
+  ConfirmJson(arguments.json, "domain", arguments.name, "removed");
 }
 
 // "[SMTP:anna@acme.test]" of "anna@acme.test", or of itself.
 std::string AddressItem(const std::string& text) {
+  if (!text.starts_with('[')) CheckMailAddress(text);
   const std::string item = AsItem(text);
   if (!item.starts_with("[SMTP:")) {
     throw Failure(kUsage, "'" + text + "' is no mail address: write NAME@DOMAIN");
@@ -82,7 +89,9 @@ void AddMap(const MapArguments& arguments) {
     throw Failure(kUsage, "'" + item + "' is no local item: write POSTOFFICE/MAILBOX");
   }
   Database store = OpenForChanges();
-  ExpectDone(configuration::AddMap(store, address, item), store, "map of " + arguments.address);
+  ExpectDone(configuration::AddMap(store, address, item), store,
+             {"map of " + arguments.address, "", item});
+  ConfirmJson(arguments.json, "map", Bare(address), "added");
 }
 
 void ListMaps(const MapArguments& arguments) {
@@ -92,7 +101,7 @@ void ListMaps(const MapArguments& arguments) {
     if (arguments.json) {
       all.push_back({{"address", Bare(entry.address)}, {"item", entry.item}});
     } else {
-      std::printf("%s\t%s\n", Bare(entry.address).c_str(), entry.item.c_str());
+      std::printf("%s\t%s\n", Shown(Bare(entry.address)).c_str(), Shown(entry.item).c_str());
     }
   };
   ExpectFound(configuration::ListMaps(store, visit), store, "map");
@@ -100,9 +109,10 @@ void ListMaps(const MapArguments& arguments) {
 }
 
 void RemoveMap(const MapArguments& arguments) {
+  const std::string address = AddressItem(arguments.address);
   Database store = OpenForChanges();
-  ExpectDone(configuration::RemoveMap(store, AddressItem(arguments.address)), store,
-             "map of " + arguments.address);
+  ExpectDone(configuration::RemoveMap(store, address), store, {"map of " + arguments.address});
+  ConfirmJson(arguments.json, "map", Bare(address), "removed");
 }
 
 void AddMapCommands(CLI::App& app) {
@@ -110,6 +120,7 @@ void AddMapCommands(CLI::App& app) {
   CLI::App* family = AddFamily(app, "map", "mail addresses of mailboxes and groups");
   const auto withAddress = [](CLI::App* command) {
     command->add_option("ADDRESS", arguments.address, "NAME@DOMAIN")->required();
+    AddJsonFlag(command, &arguments.json);
     return command;
   };
   withAddress(AddCommand(family, "add", "give a mailbox or group an address", &arguments, AddMap))
@@ -126,6 +137,7 @@ void AddDomainCommands(CLI::App& app) {
   CLI::App* family = AddFamily(app, "domain", "mail domains that are served here");
   const auto withName = [](CLI::App* command) {
     command->add_option("NAME", arguments.name, "the domain")->required();
+    AddJsonFlag(command, &arguments.json);
   };
   withName(AddCommand(family, "add", "add one", &arguments, AddDomain));
   AddJsonFlag(AddCommand(family, "list", "list all", &arguments, ListDomains), &arguments.json);

@@ -8,6 +8,7 @@
 #include "cvctl/CommandTree.h"
 #include "cvctl/ConfigurationCommands.h"
 #include "cvctl/Names.h"
+#include "cvctl/Printing.h"
 #include "cvctl/StatusFlags.h"
 #include "cvctl/StoreAccess.h"
 
@@ -18,6 +19,8 @@ using configuration::GroupEntry;
 using configuration::MemberEntry;
 using nlohmann::ordered_json;
 using platform::Database;
+
+constexpr const char* kKind = "group";
 
 struct Arguments {
   std::string name;
@@ -38,7 +41,8 @@ void Add(const Arguments& arguments) {
   Database store = OpenForChanges();
   ExpectDone(configuration::AddGroup(store, name.postoffice, name.name,
                                      arguments.status.Status().value_or(1)),
-             store, Thing(name), "postoffice " + name.postoffice);
+             store, {Thing(name), "postoffice " + name.postoffice});
+  ConfirmJson(arguments.json, kKind, arguments.name, "added");
 }
 
 void List(const Arguments& arguments) {
@@ -49,7 +53,7 @@ void List(const Arguments& arguments) {
     if (arguments.json) {
       all.push_back(ToJson(entry));
     } else {
-      std::printf("%s/%s\t%s\n", entry.postoffice.c_str(), entry.name.c_str(),
+      std::printf("%s\t%s\n", Shown(entry.postoffice + "/" + entry.name).c_str(),
                   StatusWord(entry.status));
     }
   };
@@ -73,10 +77,11 @@ void Show(const Arguments& arguments) {
     PrintJson(document);
     return;
   }
-  std::printf("group    %s/%s\nstatus   %s\nmembers  %zu\n", entry.postoffice.c_str(),
-              entry.name.c_str(), StatusWord(entry.status), members.size());
+  std::printf("group    %s\nstatus   %s\nmembers  %zu\n",
+              Shown(entry.postoffice + "/" + entry.name).c_str(), StatusWord(entry.status),
+              members.size());
   for (const auto& member : members) {
-    std::printf("  %s\n", member.get_ref<const std::string&>().c_str());
+    std::printf("  %s\n", Shown(member.get_ref<const std::string&>()).c_str());
   }
 }
 
@@ -86,13 +91,15 @@ void Set(const Arguments& arguments) {
   if (!status) throw Failure(kUsage, "nothing to set: give --enabled or --disabled");
   Database store = OpenForChanges();
   ExpectDone(configuration::SetGroup(store, name.postoffice, name.name, *status), store,
-             Thing(name));
+             {Thing(name)});
+  ConfirmJson(arguments.json, kKind, arguments.name, "changed");
 }
 
 void Remove(const Arguments& arguments) {
   const PairedName name = SplitGroupName(arguments.name);
   Database store = OpenForChanges();
-  ExpectDone(configuration::RemoveGroup(store, name.postoffice, name.name), store, Thing(name));
+  ExpectDone(configuration::RemoveGroup(store, name.postoffice, name.name), store, {Thing(name)});
+  ConfirmJson(arguments.json, kKind, arguments.name, "removed");
 }
 
 void AddOneMember(const Arguments& arguments) {
@@ -100,7 +107,8 @@ void AddOneMember(const Arguments& arguments) {
   const std::string item = AsItem(arguments.item, kLongestMember);
   Database store = OpenForChanges();
   ExpectDone(configuration::AddMember(store, name.postoffice, name.name, item), store,
-             "member " + item + " of " + Thing(name), Thing(name));
+             {"member " + item + " of " + Thing(name), Thing(name), item});
+  ConfirmJson(arguments.json, "member", item, "added");
 }
 
 void RemoveOneMember(const Arguments& arguments) {
@@ -108,7 +116,8 @@ void RemoveOneMember(const Arguments& arguments) {
   const std::string item = AsItem(arguments.item, kLongestMember);
   Database store = OpenForChanges();
   ExpectDone(configuration::RemoveMember(store, name.postoffice, name.name, item), store,
-             "member " + item + " of " + Thing(name), Thing(name));
+             {"member " + item + " of " + Thing(name), Thing(name)});
+  ConfirmJson(arguments.json, "member", item, "removed");
 }
 
 }  // namespace
@@ -118,6 +127,7 @@ void AddGroupCommands(CLI::App& app) {
   CLI::App* family = AddFamily(app, "group", "groups and their members");
   const auto withName = [](CLI::App* command) {
     command->add_option("NAME", arguments.name, "POSTOFFICE/GROUP")->required();
+    AddJsonFlag(command, &arguments.json);
     return command;
   };
   arguments.status.AddTo(withName(AddCommand(family, "add", "add one", &arguments, Add)));
@@ -125,8 +135,7 @@ void AddGroupCommands(CLI::App& app) {
       AddCommand(family, "list", "list all, or those of a postoffice", &arguments, List);
   list->add_option("POSTOFFICE", arguments.postoffice, "only its groups");
   AddJsonFlag(list, &arguments.json);
-  AddJsonFlag(withName(AddCommand(family, "show", "show one, with its members", &arguments, Show)),
-              &arguments.json);
+  withName(AddCommand(family, "show", "show one, with its members", &arguments, Show));
   arguments.status.AddTo(withName(AddCommand(family, "set", "change one", &arguments, Set)));
   withName(AddCommand(family, "remove", "remove one", &arguments, Remove));
   CLI::App* member = AddFamily(*family, "member", "the members of a group");

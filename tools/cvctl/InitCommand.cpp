@@ -4,6 +4,7 @@
 //   config/        configuration files and the empty configuration store
 //   connectors/    the queues; mail/ all postoffices; badmail/, quarantine/, logs/, run/
 //   lib64/         the shipped libraries, as links, to be replaced by others where wanted
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <string>
@@ -11,8 +12,10 @@
 
 #include "configuration/ConfigurationStore.h"
 #include "connector/settings/SettingsTable.h"
+#include "cvctl/Advice.h"
 #include "cvctl/Command.h"
 #include "cvctl/ConfigurationCommands.h"
+#include "platform/Error.h"
 #include "platform/Machine.h"
 #include "platform/SettingsStore.h"
 
@@ -24,6 +27,8 @@ namespace fs = std::filesystem;
 constexpr const char* kLibraries[] = {"CVAIPO.so", "CVAISM.so", "CVAIAM.so",
                                       "CVAISO.so", "CVAISP.so", "CVAINFY.so"};
 constexpr const char* kSettingsFile = "settings.db";
+constexpr const char* kConfigurationDirectory = "config";
+constexpr const char* kConfigurationFile = "configuration.db";
 constexpr const char* kLibraryDirectory = "lib64";
 
 struct PlacedSetting {
@@ -35,7 +40,7 @@ const PlacedSetting kPlaced[] = {
     {settings::kApplicationDirectory, "lib"},
     {settings::kConnectorRootDirectory, "connectors"},
     {settings::kMailRoot, "mail"},
-    {settings::kConfigurationDirectory, "config"},
+    {settings::kConfigurationDirectory, kConfigurationDirectory},
     {settings::kBadMailDirectory, "badmail"},
     {settings::kQuarantineDirectory, "quarantine"},
     {settings::kDebugLogFileDirectory, "logs"},
@@ -46,21 +51,45 @@ const PlacedSetting kPlaced[] = {
 constexpr const char* kDirectories[] = {"connectors/SF/Outgoing/Messages",
                                         "connectors/SF/Inbound/Messages",
                                         "mail",
-                                        "config",
+                                        kConfigurationDirectory,
                                         "badmail",
                                         "quarantine",
                                         "logs",
                                         "run",
                                         kLibraryDirectory};
 
+// The settings hold product paths, in which a backslash separates names.
+void CheckName(const std::string& directory) {
+  const bool plain = std::none_of(directory.begin(), directory.end(), [](char c) {
+    return c == '\\' || c == '\x7f' || static_cast<unsigned char>(c) < ' ';
+  });
+  if (directory.empty() || !plain) {
+    throw Failure(kUsage, "'" + directory +
+                              "' can't hold an installation: give a directory without backslashes "
+                              "and control characters");
+  }
+}
+
+bool IsThere(const fs::path& path) {
+  std::error_code error;
+  return fs::exists(fs::symlink_status(path, error));
+}
+
 void CheckFree(const fs::path& directory) {
   std::error_code error;
   const fs::path store = directory / kSettingsFile;
-  if (fs::exists(fs::symlink_status(store, error))) {
+  if (IsThere(store)) {
     throw Failure(kUsage, directory.string() +
                               " already holds an installation; choose another directory, or use "
                               "this one with CORVANE_SETTINGS=" +
                               store.string());
+  }
+  for (const fs::path& place : {directory / kConfigurationDirectory, directory}) {
+    if (!IsThere(place / kConfigurationFile)) continue;
+    throw Failure(kUsage, directory.string() +
+                              " already holds a configuration store; choose another directory, or "
+                              "move " +
+                              (place / kConfigurationFile).string() + " away");
   }
   if (fs::exists(directory, error) && !fs::is_directory(directory, error)) {
     throw Failure(kUsage, directory.string() + " is no directory; choose another");
@@ -104,8 +133,12 @@ void LinkLibraries(const fs::path& directory) {
   }
 }
 
+fs::path ConfigurationStore(const fs::path& directory) {
+  return directory / kConfigurationDirectory / kConfigurationFile;
+}
+
 void MakeConfigurationStore(const fs::path& directory) {
-  const std::string path = (directory / "config" / "configuration.db").string();
+  const std::string path = ConfigurationStore(directory).string();
   std::string why;
   if (!configuration::OpenConfiguration(path, platform::DatabaseMode::kCreate, &why)) {
     throw Failure(kTrouble, "can't make the configuration store: " + why +
@@ -125,9 +158,12 @@ void MakeSettings(const fs::path& directory) {
     changes.push_back(change);
   }
   platform::SettingsStore store((directory / kSettingsFile).string());
-  if (!store.Apply(changes)) {
-    throw Failure(kTrouble, "can't make the settings store: " + store.ErrorText());
-  }
+  if (store.Apply(changes)) return;
+  const std::int32_t reason = platform::LastError();
+  // A second attempt must not meet half an installation.
+  std::error_code error;
+  fs::remove(ConfigurationStore(directory), error);
+  throw Failure(kTrouble, "can't make the settings store: " + WithAdvice(reason));
 }
 
 // As a shell takes it, whatever the name holds.
@@ -140,25 +176,34 @@ std::string Quoted(const std::string& text) {
   return quoted + "'";
 }
 
-void Init(const std::string& name) {
+void Init(const std::string& name, bool json) {
+  if (name.empty()) throw Failure(kUsage, "give a directory: 'cvctl init DIR'");
   std::error_code error;
   const fs::path directory = fs::absolute(name, error).lexically_normal();
-  if (name.empty() || error) throw Failure(kUsage, "give a directory: 'cvctl init DIR'");
+  if (error) throw Failure(kTrouble, name + ": " + error.message() + "; give a whole path");
+  CheckName(directory.string());
   CheckFree(directory);
   MakeDirectories(directory);
   LinkLibraries(directory);
   MakeConfigurationStore(directory);
   MakeSettings(directory);
-  std::printf("export CORVANE_SETTINGS=%s\n", Quoted((directory / kSettingsFile).string()).c_str());
+  const std::string settings = (directory / kSettingsFile).string();
+  if (json) {
+    PrintJson({{"directory", directory.string()}, {"settings", settings}});
+  } else {
+    std::printf("export CORVANE_SETTINGS=%s\n", Quoted(settings).c_str());
+  }
 }
 
 }  // namespace
 
 void AddInitCommand(CLI::App& app) {
   static std::string directory;
+  static bool json = false;
   CLI::App* command = app.add_subcommand("init", "make a complete installation below a directory");
   command->add_option("DIR", directory, "its directory; made when it isn't there")->required();
-  command->callback([] { Init(directory); });
+  AddJsonFlag(command, &json);
+  command->callback([] { Init(directory, json); });
 }
 
 }  // namespace corvane::cvctl

@@ -5,6 +5,9 @@
 
 namespace corvane::cvctl {
 
+// A Failure that says what to do when the settings can't be read.
+void ExpectSettings();
+
 // Reads where the queues lie, for the calls of the queue library; a Failure that says what to do
 // when the settings can't be read or don't say it.
 void LoadInstallation();

@@ -7,10 +7,12 @@
 #include "configuration/Edits.h"
 #include "configuration/Lookups.h"
 #include "configuration/MailboxSizes.h"
+#include "cvctl/Advice.h"
 #include "cvctl/Command.h"
 #include "cvctl/CommandTree.h"
 #include "cvctl/ConfigurationCommands.h"
 #include "cvctl/Names.h"
+#include "cvctl/Printing.h"
 #include "cvctl/StatusFlags.h"
 #include "cvctl/StoreAccess.h"
 #include "platform/Error.h"
@@ -29,11 +31,14 @@ using platform::Database;
 // The largest quota that a record can carry: one more means that there is none.
 constexpr std::uint32_t kLargestQuota = 0xFFFFFFFE;
 
+constexpr const char* kKind = "mailbox";
+
 struct Arguments {
   std::string name;
   std::string postoffice;
   std::string quota;
   std::string redirect;
+  bool hasRedirect = false;
   int redirectMode = -1;
   StatusFlags status;
   bool json = false;
@@ -51,22 +56,27 @@ std::optional<std::uint32_t> ReadQuota(const std::string& text) {
   return quota;
 }
 
+// An empty list ends the redirection, its mode with it.
+void ReadRedirect(const std::string& list, MailboxChange& change) {
+  change.redirect = list.empty() ? "" : AsItemList(list, kLongestRedirect);
+  if (list.empty()) change.redirectStatus = 0;
+}
+
 // What the arguments say; `now` is the redirection in force.
 MailboxChange ReadChange(const Arguments& arguments, const MailboxEntry& now) {
   MailboxChange change;
   change.status = arguments.status.Status();
   if (!arguments.quota.empty()) change.quota = ReadQuota(arguments.quota);
-  if (!arguments.redirect.empty()) {
-    change.redirect = AsItemList(arguments.redirect, kLongestRedirect);
-  }
+  if (arguments.hasRedirect) ReadRedirect(arguments.redirect, change);
   if (arguments.redirectMode >= 0) change.redirectStatus = arguments.redirectMode;
   const bool hasList = !change.redirect.value_or(now.redirect).empty();
   const bool redirects = change.redirectStatus.value_or(now.redirectStatus) != 0;
-  if (change.redirect && !redirects) {
-    throw Failure(kUsage, "--redirect needs --redirect-mode: 1 redirects, 2 keeps a copy too");
+  if (hasList && change.redirect && !redirects) {
+    throw Failure(kUsage,
+                  "--redirect needs --redirect-mode: give 1 to redirect, 2 to keep a copy too");
   }
   if (redirects && !hasList) {
-    throw Failure(kUsage, "--redirect-mode needs --redirect with the items to redirect to");
+    throw Failure(kUsage, "--redirect-mode needs --redirect: give the items to redirect to");
   }
   return change;
 }
@@ -93,26 +103,48 @@ void MakeDirectory(const std::string& directory) {
   }
   if (platform::CreateDirectories(platform::JoinPath(directory, "Inbox"))) return;
   throw Failure(kTrouble, "can't make the mailbox's directory " + platform::SystemPath(directory) +
-                              ": " + platform::ErrorText(platform::LastError()) +
-                              " Check 'Mail Root' and its rights");
+                              ": " + WithAdvice(platform::LastError()));
 }
 
+// Takes an empty mailbox directory away again; what holds mail stays.
+void RemoveEmptyDirectory(const std::string& directory) {
+  if (platform::RemoveDirectory(platform::JoinPath(directory, "Inbox"))) {
+    static_cast<void>(platform::RemoveDirectory(directory));
+  }
+}
+
+// Refuses what AddMailbox would, before anything is made for it.
+void ExpectFree(Database& store, const PairedName& name, const ChangeWords& words,
+                configuration::PostofficeEntry& owner) {
+  using configuration::EditResult;
+  if (configuration::FindPostoffice(store, name.postoffice, owner) == Answer::kUnknown) {
+    ExpectDone(EditResult::kNoOwner, store, words);
+  }
+  MailboxEntry mailbox;
+  if (configuration::FindMailbox(store, name.postoffice, name.name, mailbox) == Answer::kFound) {
+    ExpectDone(EditResult::kExists, store, words);
+  }
+  configuration::GroupEntry group;
+  if (configuration::FindGroup(store, name.postoffice, name.name, group) == Answer::kFound) {
+    ExpectDone(EditResult::kTaken, store, words);
+  }
+}
+
+// The directory comes first: mail for a mailbox that is known must find its place.
 void Add(const Arguments& arguments) {
   const PairedName name = SplitMailboxName(arguments.name);
   const MailboxChange values = ReadChange(arguments, {});
+  const ChangeWords words{Thing(name), "postoffice " + name.postoffice};
   Database store = OpenForChanges();
   configuration::PostofficeEntry owner;
-  const std::string ownerThing = "postoffice " + name.postoffice;
-  if (configuration::FindPostoffice(store, name.postoffice, owner) == Answer::kUnknown) {
-    ExpectDone(configuration::EditResult::kNoOwner, store, Thing(name), ownerThing);
-  }
-  // The directory comes first: mail for a mailbox that is known must find its place.
-  MailboxEntry existing;
-  if (configuration::FindMailbox(store, name.postoffice, name.name, existing) == Answer::kUnknown) {
-    MakeDirectory(DirectoryOf(store, owner.name, name.name));
-  }
-  ExpectDone(configuration::AddMailbox(store, name.postoffice, name.name, values), store,
-             Thing(name), ownerThing);
+  ExpectFree(store, name, words, owner);
+  const std::string directory = DirectoryOf(store, owner.name, name.name);
+  const bool isNew = !directory.empty() && !platform::DirectoryExists(directory);
+  MakeDirectory(directory);
+  const auto result = configuration::AddMailbox(store, name.postoffice, name.name, values);
+  if (result != configuration::EditResult::kDone && isNew) RemoveEmptyDirectory(directory);
+  ExpectDone(result, store, words);
+  ConfirmJson(arguments.json, kKind, arguments.name, "added");
 }
 
 ordered_json ToJson(const MailboxEntry& entry) {
@@ -136,7 +168,7 @@ void List(const Arguments& arguments) {
     if (arguments.json) {
       all.push_back(ToJson(entry));
     } else {
-      std::printf("%s/%s\t%s\tquota %s\n", entry.postoffice.c_str(), entry.name.c_str(),
+      std::printf("%s\t%s\tquota %s\n", Shown(entry.postoffice + "/" + entry.name).c_str(),
                   StatusWord(entry.status), QuotaText(entry).c_str());
     }
   };
@@ -161,12 +193,12 @@ void Show(const Arguments& arguments) {
     PrintJson(document);
     return;
   }
-  std::printf("mailbox        %s/%s\nstatus         %s\nquota          %s\n",
-              entry.postoffice.c_str(), entry.name.c_str(), StatusWord(entry.status),
+  std::printf("mailbox        %s\nstatus         %s\nquota          %s\n",
+              Shown(entry.postoffice + "/" + entry.name).c_str(), StatusWord(entry.status),
               QuotaText(entry).c_str());
   std::printf("size           %llu KB\nredirect       %s\nredirect mode  %d\ndirectory      %s\n",
-              static_cast<unsigned long long>(kilobytes), entry.redirect.c_str(),
-              entry.redirectStatus, systemDirectory.c_str());
+              static_cast<unsigned long long>(kilobytes), Shown(entry.redirect).c_str(),
+              entry.redirectStatus, Shown(systemDirectory).c_str());
 }
 
 void Set(const Arguments& arguments) {
@@ -182,13 +214,15 @@ void Set(const Arguments& arguments) {
                   "--disabled");
   }
   ExpectDone(configuration::SetMailbox(store, name.postoffice, name.name, change), store,
-             Thing(name));
+             {Thing(name)});
+  ConfirmJson(arguments.json, kKind, arguments.name, "changed");
 }
 
 void Remove(const Arguments& arguments) {
   const PairedName name = SplitMailboxName(arguments.name);
   Database store = OpenForChanges();
-  ExpectDone(configuration::RemoveMailbox(store, name.postoffice, name.name), store, Thing(name));
+  ExpectDone(configuration::RemoveMailbox(store, name.postoffice, name.name), store, {Thing(name)});
+  ConfirmJson(arguments.json, kKind, arguments.name, "removed");
 }
 
 }  // namespace
@@ -198,11 +232,13 @@ void AddMailboxCommands(CLI::App& app) {
   CLI::App* family = AddFamily(app, "mailbox", "mailboxes, their quotas and redirections");
   const auto withName = [](CLI::App* command) {
     command->add_option("NAME", arguments.name, "POSTOFFICE/MAILBOX")->required();
+    AddJsonFlag(command, &arguments.json);
     return command;
   };
   const auto withValues = [](CLI::App* command) {
     command->add_option("--quota", arguments.quota, "KB, or none");
-    command->add_option("--redirect", arguments.redirect, "items joined by ';'");
+    command->add_option("--redirect", arguments.redirect, "items joined by ';'; empty for none")
+        ->each([](const std::string&) { arguments.hasRedirect = true; });
     command
         ->add_option("--redirect-mode", arguments.redirectMode,
                      "0 none, 1 redirect only, 2 redirect and keep a copy")
@@ -214,8 +250,7 @@ void AddMailboxCommands(CLI::App& app) {
       AddCommand(family, "list", "list all, or those of a postoffice", &arguments, List);
   list->add_option("POSTOFFICE", arguments.postoffice, "only its mailboxes");
   AddJsonFlag(list, &arguments.json);
-  AddJsonFlag(withName(AddCommand(family, "show", "show one, with its size", &arguments, Show)),
-              &arguments.json);
+  withName(AddCommand(family, "show", "show one, with its size", &arguments, Show));
   withValues(withName(AddCommand(family, "set", "change one", &arguments, Set)));
   withName(AddCommand(family, "remove", "remove one from the configuration; its mail stays on disk",
                       &arguments, Remove));

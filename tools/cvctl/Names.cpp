@@ -12,8 +12,8 @@ namespace {
 
 void CheckName(const std::string& name, std::size_t longest, const char* what) {
   if (name.size() > longest) {
-    Refuse("'" + name + "' is too long for a " + what + ": at most " + std::to_string(longest) +
-           " bytes");
+    Refuse("'" + name + "' is too long for a " + what + ": give at most " +
+           std::to_string(longest) + " bytes");
   }
   // A bracket or a semicolon would end the item that the name stands in.
   if (!platform::IsSafeName(name) || name.find_first_of("[];") != std::string::npos) {
@@ -41,7 +41,8 @@ bool HasControls(const std::string& text) {
 
 void CheckItem(const std::string& item, std::size_t longest) {
   if (item.size() > longest) {
-    Refuse("'" + item + "' is too long for an item: at most " + std::to_string(longest) + " bytes");
+    Refuse("'" + item + "' is too long for an item: give at most " + std::to_string(longest) +
+           " bytes");
   }
   const std::size_t colon = item.find(':');
   const bool formed = item.front() == '[' && item.find(']') == item.size() - 1 &&
@@ -99,12 +100,15 @@ std::string AsItemList(const std::string& text, std::size_t longest) {
   return list;
 }
 
-void CheckMailAddress(const std::string& address) {
+bool IsMailAddress(const std::string& address) {
   const std::size_t at = address.rfind('@');
-  if (at == std::string::npos || at == 0 || at + 1 == address.size() || HasControls(address) ||
-      address.find_first_of(" []<>;") != std::string::npos) {
-    Refuse("'" + address + "' is no mail address: write NAME@DOMAIN");
-  }
+  return at != std::string::npos && at > 0 && at + 1 < address.size() && !HasControls(address) &&
+         address.find_first_of(" []<>;") == std::string::npos;
+}
+
+void CheckMailAddress(const std::string& address) {
+  if (IsMailAddress(address)) return;
+  Refuse("'" + address + "' is no mail address: write NAME@DOMAIN");
 }
 
 }  // namespace corvane::cvctl

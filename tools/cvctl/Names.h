@@ -36,6 +36,7 @@ void CheckPostofficeName(const std::string& name);
 [[nodiscard]] std::string AsItemList(const std::string& text, std::size_t longest);
 
 // A mail address: something on both sides of an "@", without blanks or brackets.
+[[nodiscard]] bool IsMailAddress(const std::string& address);
 void CheckMailAddress(const std::string& address);
 
 }  // namespace corvane::cvctl

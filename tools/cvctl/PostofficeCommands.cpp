@@ -8,6 +8,7 @@
 #include "cvctl/CommandTree.h"
 #include "cvctl/ConfigurationCommands.h"
 #include "cvctl/Names.h"
+#include "cvctl/Printing.h"
 #include "cvctl/StatusFlags.h"
 #include "cvctl/StoreAccess.h"
 
@@ -16,6 +17,8 @@ namespace {
 
 using configuration::PostofficeEntry;
 using nlohmann::ordered_json;
+
+constexpr const char* kKind = "postoffice";
 
 struct Arguments {
   std::string name;
@@ -35,7 +38,8 @@ void Add(const Arguments& arguments) {
   platform::Database store = OpenForChanges();
   ExpectDone(
       configuration::AddPostoffice(store, arguments.name, arguments.status.Status().value_or(1)),
-      store, Thing(arguments.name));
+      store, {Thing(arguments.name)});
+  ConfirmJson(arguments.json, kKind, arguments.name, "added");
 }
 
 void List(const Arguments& arguments) {
@@ -46,7 +50,7 @@ void List(const Arguments& arguments) {
                                                if (arguments.json) {
                                                  all.push_back(ToJson(entry));
                                                } else {
-                                                 std::printf("%s\t%s\n", entry.name.c_str(),
+                                                 std::printf("%s\t%s\n", Shown(entry.name).c_str(),
                                                              StatusWord(entry.status));
                                                }
                                              }),
@@ -72,8 +76,8 @@ void Show(const Arguments& arguments) {
     PrintJson(document);
     return;
   }
-  std::printf("name       %s\nstatus     %s\nmailboxes  %d\ngroups     %d\n", entry.name.c_str(),
-              StatusWord(entry.status), mailboxes, groups);
+  std::printf("name       %s\nstatus     %s\nmailboxes  %d\ngroups     %d\n",
+              Shown(entry.name).c_str(), StatusWord(entry.status), mailboxes, groups);
 }
 
 void Set(const Arguments& arguments) {
@@ -81,13 +85,15 @@ void Set(const Arguments& arguments) {
   if (!status) throw Failure(kUsage, "nothing to set: give --enabled or --disabled");
   platform::Database store = OpenForChanges();
   ExpectDone(configuration::SetPostoffice(store, arguments.name, *status), store,
-             Thing(arguments.name));
+             {Thing(arguments.name)});
+  ConfirmJson(arguments.json, kKind, arguments.name, "changed");
 }
 
 void Remove(const Arguments& arguments) {
   platform::Database store = OpenForChanges();
   ExpectDone(configuration::RemovePostoffice(store, arguments.name, arguments.force), store,
-             Thing(arguments.name));
+             {Thing(arguments.name)});
+  ConfirmJson(arguments.json, kKind, arguments.name, "removed");
 }
 
 }  // namespace
@@ -97,12 +103,13 @@ void AddPostofficeCommands(CLI::App& app) {
   static Arguments arguments;
   const auto withName = [](CLI::App* command) {
     command->add_option("NAME", arguments.name, "the postoffice")->required();
+    AddJsonFlag(command, &arguments.json);
     return command;
   };
   CLI::App* add = withName(AddCommand(family, "add", "add one", &arguments, Add));
   arguments.status.AddTo(add);
   AddJsonFlag(AddCommand(family, "list", "list all", &arguments, List), &arguments.json);
-  AddJsonFlag(withName(AddCommand(family, "show", "show one", &arguments, Show)), &arguments.json);
+  withName(AddCommand(family, "show", "show one", &arguments, Show));
   CLI::App* set = withName(AddCommand(family, "set", "change one", &arguments, Set));
   arguments.status.AddTo(set);
   CLI::App* remove = withName(

@@ -8,7 +8,9 @@
 #include "connector/settings/KnownSettings.h"
 #include "connector/settings/RegistryFile.h"
 #include "connector/settings/SettingKeys.h"
+#include "cvctl/Advice.h"
 #include "cvctl/Command.h"
+#include "cvctl/Printing.h"
 #include "cvctl/SettingsList.h"
 #include "platform/Error.h"
 #include "platform/SettingsStore.h"
@@ -111,9 +113,9 @@ std::string ParseBytes(const std::string& text) {
   if (!nearest.empty()) {
     message += "did you mean '" + std::string(nearest) + "'? ";
   } else if (!elsewhere.empty()) {
-    message += "it belongs under " + std::string(elsewhere.front()) + ". ";
+    message += "it belongs under " + std::string(elsewhere.front()) + "; ";
   }
-  throw Failure(kUsage, message + "To set it all the same give --dword, --string or --binary");
+  throw Failure(kUsage, message + "to set it all the same give --dword, --string or --binary");
 }
 
 // A number beyond what makes sense is set as it was asked for, with a word about it.
@@ -150,6 +152,12 @@ void Get(const Arguments& arguments) {
   RequireReadable(store);
   auto value = store.Get(settings::WholeKey(arguments.key), arguments.name);
   if (!value) throw Failure(kNotFound, "");
+  if (arguments.json) {
+    return PrintJson({{"key", arguments.key},
+                      {"name", arguments.name},
+                      {"type", SettingTypeName(*value)},
+                      {"value", SettingJson(*value)}});
+  }
   std::string line = SettingText(*value) + "\n";
   std::fwrite(line.data(), 1, line.size(), stdout);
 }
@@ -160,6 +168,7 @@ void Set(const Arguments& arguments) {
   const settings::Setting* known = settings::FindSetting(key, arguments.name);
   if (known != nullptr) key = settings::WholeKey(known->key);  // the usual spelling
   Apply(store, {{SettingChange::Kind::kSet, key, arguments.name, ValueToSet(arguments, key)}});
+  ConfirmJson(arguments.json, "setting", arguments.name, "set");
 }
 
 void Delete(const Arguments& arguments, bool wholeKey) {
@@ -174,6 +183,8 @@ void Delete(const Arguments& arguments, bool wholeKey) {
   }
   auto kind = wholeKey ? SettingChange::Kind::kDeleteKey : SettingChange::Kind::kDeleteValue;
   Apply(store, {{kind, key, arguments.name, {}}});
+  ConfirmJson(arguments.json, wholeKey ? "key" : "setting", wholeKey ? key : arguments.name,
+              "deleted");
 }
 
 void List(const Arguments& arguments) {
@@ -187,8 +198,7 @@ void Import(const Arguments& arguments) {
   constexpr std::uint64_t kMostBytes = 256 << 20;
   auto bytes = platform::ReadWholeFile(arguments.file, kMostBytes);
   if (!bytes) {
-    throw Failure(kUsage, arguments.file + ": " + platform::ErrorText(platform::LastError()) +
-                              " Name a .reg file that can be read");
+    throw Failure(kUsage, FileTrouble(arguments.file));
   }
   settings::RegistryFile file = settings::ParseRegistryFile(*bytes);
   if (file.errorLine != 0) {
@@ -201,7 +211,25 @@ void Import(const Arguments& arguments) {
   for (const SettingChange& change : file.changes) {
     values += change.kind == SettingChange::Kind::kSet ? 1 : 0;
   }
-  std::printf("Imported %zu values into %s\n", values, SettingsStore::DefaultPath().c_str());
+  const std::string path = SettingsStore::DefaultPath();
+  if (arguments.json) return PrintJson({{"imported", values}, {"store", path}});
+  std::printf("Imported %zu values into %s\n", values, Shown(path).c_str());
+}
+
+// What an export holds, a key without values among it.
+void PrintEntries(const std::vector<platform::SettingEntry>& entries) {
+  auto values = nlohmann::ordered_json::array();
+  for (const platform::SettingEntry& entry : entries) {
+    if (entry.value.type == SettingType::kNone) {
+      values.push_back({{"key", entry.key}});
+    } else {
+      values.push_back({{"key", entry.key},
+                        {"name", entry.name},
+                        {"type", SettingTypeName(entry.value)},
+                        {"value", SettingJson(entry.value)}});
+    }
+  }
+  PrintJson({{"values", values}});
 }
 
 void Export(const Arguments& arguments) {
@@ -213,13 +241,14 @@ void Export(const Arguments& arguments) {
     throw Failure(kNotFound,
                   "there is no key " + key + "; 'cvctl settings list --all' shows what there is");
   }
+  if (arguments.file.empty() && arguments.json) return PrintEntries(entries);
   std::string text = settings::FormatRegistryFile(entries);
   if (arguments.file.empty()) {
     std::fwrite(text.data(), 1, text.size(), stdout);
   } else if (!platform::WriteWholeFile(arguments.file, text)) {
-    throw Failure(kTrouble, arguments.file + ": " + platform::ErrorText(platform::LastError()) +
-                                " Name a file in a directory that can be written");
+    throw Failure(kTrouble, FileTrouble(arguments.file));
   }
+  if (!arguments.file.empty()) ConfirmJson(arguments.json, "file", arguments.file, "written");
 }
 
 using ArgumentsPointer = std::shared_ptr<Arguments>;
@@ -229,15 +258,16 @@ constexpr const char* kKeyHelp =
 
 void AddGet(CLI::App* parent) {
   auto arguments = std::make_shared<Arguments>();
-  CLI::App* command = parent->add_subcommand("get", "Print a value; exit 1 when it is absent");
+  CLI::App* command = parent->add_subcommand("get", "print a value; exit 1 when it is absent");
   command->add_option("KEY", arguments->key, kKeyHelp)->required();
   command->add_option("NAME", arguments->name, "the value's name")->required();
+  AddJsonFlag(command, &arguments->json);
   command->callback([arguments] { Get(*arguments); });
 }
 
 void AddSet(CLI::App* parent) {
   auto arguments = std::make_shared<Arguments>();
-  CLI::App* command = parent->add_subcommand("set", "Set a value; makes the store if needed");
+  CLI::App* command = parent->add_subcommand("set", "set a value; makes the store if needed");
   command->add_option("KEY", arguments->key, kKeyHelp)->required();
   command->add_option("NAME", arguments->name, "the value's name")->required();
   command->add_option("VALUE", arguments->value, "number, text or hexadecimal bytes")->required();
@@ -246,22 +276,24 @@ void AddSet(CLI::App* parent) {
   type->add_flag("--string", arguments->string, "a text");
   type->add_flag("--binary", arguments->binary, "bytes, two hexadecimal digits each");
   type->require_option(0, 1);
+  AddJsonFlag(command, &arguments->json);
   command->callback([arguments] { Set(*arguments); });
 }
 
 void AddDelete(CLI::App* parent) {
   auto arguments = std::make_shared<Arguments>();
   CLI::App* command =
-      parent->add_subcommand("delete", "Delete a value, or a key with everything below it");
+      parent->add_subcommand("delete", "delete a value, or a key with everything below it");
   command->add_option("KEY", arguments->key, kKeyHelp)->required();
   CLI::Option* name = command->add_option("NAME", arguments->name, "the value's name");
+  AddJsonFlag(command, &arguments->json);
   command->callback([arguments, name] { Delete(*arguments, name->count() == 0); });
 }
 
 void AddList(CLI::App* parent) {
   auto arguments = std::make_shared<Arguments>();
   CLI::App* command = parent->add_subcommand(
-      "list", "Show settings with value, default and meaning; ? marks unknown names");
+      "list", "show settings with value, default and meaning; ? marks unknown names");
   command->add_option("KEY", arguments->key, kKeyHelp);
   command->add_flag("--all", arguments->all, "with keys of other services and unwritten counters");
   AddJsonFlag(command, &arguments->json);
@@ -270,23 +302,25 @@ void AddList(CLI::App* parent) {
 
 void AddImport(CLI::App* parent) {
   auto arguments = std::make_shared<Arguments>();
-  CLI::App* command = parent->add_subcommand("import", "Import a .reg file, all of it or nothing");
+  CLI::App* command = parent->add_subcommand("import", "import a .reg file, all of it or nothing");
   command->add_option("FILE", arguments->file, "the file")->required();
+  AddJsonFlag(command, &arguments->json);
   command->callback([arguments] { Import(*arguments); });
 }
 
 void AddExport(CLI::App* parent) {
   auto arguments = std::make_shared<Arguments>();
-  CLI::App* command = parent->add_subcommand("export", "Write a .reg file");
+  CLI::App* command = parent->add_subcommand("export", "write a .reg file");
   command->add_option("KEY", arguments->key, std::string(kKeyHelp) + "; everything without it");
   command->add_option("FILE", arguments->file, "the file; standard output without it");
+  AddJsonFlag(command, &arguments->json);
   command->callback([arguments] { Export(*arguments); });
 }
 
 }  // namespace
 
 void AddSettingsCommands(CLI::App& app) {
-  CLI::App* settings = app.add_subcommand("settings", "The settings store");
+  CLI::App* settings = app.add_subcommand("settings", "the settings store");
   settings->require_subcommand(1);
   AddGet(settings);
   AddSet(settings);

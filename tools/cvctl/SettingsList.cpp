@@ -8,6 +8,7 @@
 #include "connector/settings/KnownSettings.h"
 #include "connector/settings/SettingKeys.h"
 #include "cvctl/Command.h"
+#include "cvctl/Printing.h"
 #include "platform/Path.h"
 
 namespace corvane::cvctl {
@@ -27,9 +28,7 @@ struct Row {
 };
 
 const char* TypeName(const Row& row) {
-  if (row.value && row.value->type == SettingType::kString) return "string";
-  if (row.value && row.value->type == SettingType::kBinary) return "binary";
-  if (row.value) return "dword";
+  if (row.value) return SettingTypeName(*row.value);
   return settings::AsNumber(row.setting) != nullptr ? "dword" : "string";
 }
 
@@ -93,12 +92,7 @@ std::vector<Row> CollectRows(platform::SettingsStore& store, const std::string& 
 
 nlohmann::ordered_json ToJson(const Row& row) {
   nlohmann::ordered_json item = {{"key", row.key}, {"name", row.name}, {"type", TypeName(row)}};
-  bool number = row.value && row.value->type == SettingType::kDword;
-  if (number) {
-    item["value"] = row.value->number;
-  } else {
-    item["value"] = row.value ? nlohmann::ordered_json(SettingText(*row.value)) : nullptr;
-  }
+  item["value"] = row.value ? SettingJson(*row.value) : nullptr;
   item["known"] = row.setting != nullptr;
   if (row.setting == nullptr) return item;
   if (const auto* declared = settings::AsNumber(row.setting)) {
@@ -141,7 +135,10 @@ std::size_t WidthOf(const std::string& text) {
 
 void PrintTable(const std::vector<Row>& rows) {
   std::vector<Cells> lines = {{"  NAME", "VALUE", "DEFAULT", "CHANGE WORKS", "MEANING"}};
-  for (const Row& row : rows) lines.push_back(ToCells(row));
+  for (const Row& row : rows) {
+    lines.push_back(ToCells(row));
+    for (std::string& cell : lines.back()) cell = Shown(cell);
+  }
   std::vector<std::size_t> widths(lines.front().size(), 0);
   for (const Cells& cells : lines) {
     for (std::size_t i = 0; i < cells.size(); ++i) {
@@ -151,7 +148,7 @@ void PrintTable(const std::vector<Row>& rows) {
   }
   for (std::size_t line = 0; line < lines.size(); ++line) {
     bool newKey = line == 1 || (line > 1 && rows[line - 1].key != rows[line - 2].key);
-    if (newKey) std::printf("\n%s\n", rows[line - 1].key.c_str());
+    if (newKey) std::printf("\n%s\n", Shown(rows[line - 1].key).c_str());
     std::string text;
     for (std::size_t i = 0; i + 1 < widths.size(); ++i) {
       std::size_t width = WidthOf(lines[line][i]);
@@ -175,9 +172,23 @@ std::string SettingText(const platform::SettingValue& value) {
   return text;
 }
 
+const char* SettingTypeName(const platform::SettingValue& value) {
+  if (value.type == SettingType::kString) return "string";
+  return value.type == SettingType::kBinary ? "binary" : "dword";
+}
+
+nlohmann::ordered_json SettingJson(const platform::SettingValue& value) {
+  if (value.type == SettingType::kDword) return value.number;
+  return SettingText(value);
+}
+
 void PrintSettingsList(platform::SettingsStore& store, const std::string& wholeKey, bool all,
                        bool json) {
   std::vector<Row> rows = CollectRows(store, wholeKey, all);
+  if (rows.empty() && !wholeKey.empty()) {
+    throw Failure(kNotFound, "there is nothing to list in key " + wholeKey +
+                                 "; 'cvctl settings list --all' shows what there is");
+  }
   if (!json) return PrintTable(rows);
   nlohmann::ordered_json document = nlohmann::ordered_json::array();
   for (const Row& row : rows) document.push_back(ToJson(row));

@@ -1,6 +1,7 @@
 // SettingsList.h -- cvctl settings list: declared settings beside what is stored.
 #pragma once
 
+#include <nlohmann/json.hpp>
 #include <string>
 
 #include "platform/SettingsStore.h"
@@ -14,5 +15,9 @@ void PrintSettingsList(platform::SettingsStore& store, const std::string& wholeK
 
 // A value as people read it: a number in decimal, a text as it stands, bytes in hexadecimal.
 [[nodiscard]] std::string SettingText(const platform::SettingValue& value);
+
+// "dword", "string" or "binary", and the value: a number, else SettingText.
+[[nodiscard]] const char* SettingTypeName(const platform::SettingValue& value);
+[[nodiscard]] nlohmann::ordered_json SettingJson(const platform::SettingValue& value);
 
 }  // namespace corvane::cvctl

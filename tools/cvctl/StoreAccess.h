@@ -14,10 +14,16 @@ namespace corvane::cvctl {
 [[nodiscard]] platform::Database OpenForReading();
 [[nodiscard]] platform::Database OpenForChanges();
 
-// Throws Failure unless the change was done. `thing` is what it was about, as in "mailbox
-// acme/anna"; `owner` what that belongs to, as in "postoffice acme".
+// What a change is about, as error lines name it.
+struct ChangeWords {
+  std::string thing;        // "mailbox acme/anna"
+  std::string owner = "";   // what that belongs to: "postoffice acme"
+  std::string target = "";  // the item that it leads to: "[SF:acme/anna]"
+};
+
+// Throws Failure unless the change was done.
 void ExpectDone(configuration::EditResult result, const platform::Database& store,
-                const std::string& thing, const std::string& owner = "");
+                const ChangeWords& words);
 
 // Throws Failure unless the look-up found something.
 void ExpectFound(configuration::Answer answer, const platform::Database& store,

@@ -12,6 +12,7 @@
 #include "connector/settings/Settings.h"
 #include "cvctl/Command.h"
 #include "cvctl/Names.h"
+#include "cvctl/Printing.h"
 #include "platform/Clock.h"
 #include "platform/Error.h"
 #include "platform/LocalSignal.h"
@@ -55,20 +56,14 @@ bool IsAbout(const Signal& signal, const std::string& postoffice, const std::str
   return PositionNoCase(path, place) != std::string::npos;
 }
 
-std::string ForPeople(std::string text) {
-  std::replace_if(
-      text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < ' '; }, '?');
-  return text;
-}
-
 void Print(const Signal& signal, bool json) {
   const std::string time =
       platform::FormatTime(platform::ToLocalTime(platform::NowSeconds()), "%Y-%m-%dT%H:%M:%S");
   if (json) {
     PrintJsonLine({{"time", time}, {"action", signal.action}, {"text", signal.text}});
   } else {
-    std::printf("%s  %-12s %s\n", time.c_str(), ForPeople(signal.action).c_str(),
-                ForPeople(signal.text).c_str());
+    std::printf("%s  %-12s %s\n", time.c_str(), Shown(signal.action).c_str(),
+                Shown(signal.text).c_str());
   }
   std::fflush(stdout);
 }
@@ -88,7 +83,7 @@ void Print(const Signal& signal, bool json) {
 void Watch(const WatchOptions& options) {
   const auto [postoffice, mailbox] = SplitMailboxName(options.mailbox);
   if (!platform::IsSafeName(options.protocol)) {
-    throw Failure(kUsage, "\"" + options.protocol + "\" is no protocol word such as MTA");
+    throw Failure(kUsage, "\"" + options.protocol + "\" is no protocol word: give one such as MTA");
   }
   const std::string socket =
       platform::JoinPath(settings::Get(settings::kRunDirectory), options.protocol + ".sock");

@@ -10,8 +10,10 @@
 #include "cvctl/Command.h"
 #include "cvctl/ConfigurationCommands.h"
 #include "cvctl/MessageCommands.h"
+#include "cvctl/Printing.h"
 #include "cvctl/QueueCommands.h"
 #include "cvctl/SettingsCommands.h"
+#include "cvctl/UnknownCommand.h"
 #include "cvctl/WatchCommand.h"
 
 namespace corvane::cvctl {
@@ -30,8 +32,16 @@ void PrintJsonLine(const nlohmann::ordered_json& document) {
 namespace {
 
 int Fail(int code, const std::string& message) {
-  if (!message.empty()) std::fprintf(stderr, "cvctl: %s\n", message.c_str());
+  if (!message.empty()) std::fprintf(stderr, "cvctl: %s\n", Shown(message).c_str());
   return code;
+}
+
+// " queue submit": what the parser got to.
+std::string SubcommandPath(const CLI::App& app) {
+  for (const CLI::App* command : app.get_subcommands()) {
+    if (!command->get_name().empty()) return " " + command->get_name() + SubcommandPath(*command);
+  }
+  return "";
 }
 
 int Run(int argc, char** argv) {
@@ -50,6 +60,7 @@ int Run(int argc, char** argv) {
   try {
     // The parser takes the words of a vector from the end.
     std::vector<std::string> words = GuardedWords(argc, argv);
+    ExpectKnownCommand(app, words);
     std::reverse(words.begin(), words.end());
     app.parse(std::move(words));
   } catch (const CLI::CallForHelp& help) {
@@ -57,8 +68,9 @@ int Run(int argc, char** argv) {
   } catch (const CLI::CallForAllHelp& help) {
     return app.exit(help);
   } catch (const CLI::ParseError& error) {
-    return Fail(kUsage,
-                std::string(error.what()) + "; see 'cvctl --help' or the command's own --help");
+    std::string why = error.what();
+    std::erase(why, kBracketGuard);
+    return Fail(kUsage, why + "; see " + app.get_name() + SubcommandPath(app) + " --help");
   } catch (const Failure& failure) {
     return Fail(failure.Code(), failure.what());
   }
@@ -76,7 +88,8 @@ int main(int argc, char** argv) {
   try {
     return corvane::cvctl::Run(argc, argv);
   } catch (const std::exception& error) {
-    std::fprintf(stderr, "cvctl: %s\n", error.what());
+    std::fprintf(stderr, "cvctl: %s; try again, and report it if it stays\n",
+                 corvane::cvctl::Shown(error.what()).c_str());
     return corvane::cvctl::kTrouble;
   }
 }

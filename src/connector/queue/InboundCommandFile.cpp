@@ -111,21 +111,6 @@ bool TakeDescription(std::string_view line, ConnectorMessage& message) {
          (CampaignInUse() && TakeText(line, "Campaign=", message.Campaign));
 }
 
-// True when the message was put back.
-bool ResetMessage(const std::string& connectorDirectory, const std::string& name) {
-  ConnectorMessage message;
-  SetText(message.MessageID, name);
-  // A name that doesn't fit its field is nobody's message.
-  if (message.MessageID != name || ReadInboundCommandFile(connectorDirectory, message) != 1) {
-    return false;
-  }
-  if (platform::EqualsNoCase(message.Status, kUndelivered)) return false;
-  SetText(message.Status, kUndelivered);
-  SetText(message.Server, "");
-  message.TimeAcquired = static_cast<std::int32_t>(platform::NowSeconds());
-  return WriteInboundCommandFile(connectorDirectory, message) == 1;
-}
-
 // All before the first rewrite: a walk may meet a file anew that was replaced under it.
 std::vector<std::string> MessageNames(const std::string& connectorDirectory) {
   std::vector<std::string> names;
@@ -170,7 +155,25 @@ std::int32_t WriteInboundNDRCommand(const ConnectorMessage& message) {
                       BounceCommandText(message));
 }
 
-std::int32_t ResetInboundQueue(const InboundQueue& queue) {
+InboundReset ResetInboundCommandFile(const std::string& connectorDirectory,
+                                     const std::string& name) {
+  ConnectorMessage message;
+  SetText(message.MessageID, name);
+  if (message.MessageID != name) {
+    // A name that doesn't fit its field is nobody's message.
+    platform::SetLastError(platform::kErrorFileNotFound);
+    return InboundReset::kFailed;
+  }
+  if (ReadInboundCommandFile(connectorDirectory, message) != 1) return InboundReset::kFailed;
+  if (platform::EqualsNoCase(message.Status, kUndelivered)) return InboundReset::kUndelivered;
+  SetText(message.Status, kUndelivered);
+  SetText(message.Server, "");
+  message.TimeAcquired = static_cast<std::int32_t>(platform::NowSeconds());
+  const bool written = WriteInboundCommandFile(connectorDirectory, message) == 1;
+  return written ? InboundReset::kReset : InboundReset::kFailed;
+}
+
+std::int32_t ResetInboundQueue(const InboundQueue& queue, const InboundResetListener& tell) {
   if (queue.Reset != 1) {
     LogDebugF("Bypassing Resetting Inbound Messages for %s\n", queue.DisplayName);
     return 0;
@@ -182,7 +185,9 @@ std::int32_t ResetInboundQueue(const InboundQueue& queue) {
   }
   std::int32_t reset = 0;
   for (const std::string& name : names) {
-    if (ResetMessage(queue.ConnectorDirectory, name)) ++reset;
+    const InboundReset outcome = ResetInboundCommandFile(queue.ConnectorDirectory, name);
+    if (outcome == InboundReset::kReset) ++reset;
+    if (tell) tell(name, outcome);
   }
   LogDebugF("Reset %d messages out of %d in inbound queue for %s\n", reset,
             static_cast<int>(names.size()), queue.DisplayName);

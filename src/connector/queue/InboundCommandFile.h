@@ -15,6 +15,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -45,9 +46,22 @@ struct InboundQueue {
   std::string ConnectorDirectory;
 };
 
-// Puts each message of the queue that isn't in the state "Undelivered" back to it: no server,
-// acquired now. For the service that empties the queue, at its start, and for an administrator's
-// word. The log says what was done. Returns how many messages were reset.
-std::int32_t ResetInboundQueue(const InboundQueue& queue);
+// What became of one message at a reset.
+enum class InboundReset : std::uint8_t {
+  kReset,
+  kUndelivered,  // it is in that state already
+  kFailed,       // LastError: 2 there is none, 32 somebody holds it
+};
+
+// Puts the message `name` back to the state "Undelivered" unless it is in it: no server, acquired
+// now.
+[[nodiscard]] InboundReset ResetInboundCommandFile(const std::string& connectorDirectory,
+                                                   const std::string& name);
+
+// Resets each message of the queue. For the service that empties the queue, at its start, and for
+// an administrator's word. The log says what was done, and `tell` hears of each message. Returns
+// how many were reset.
+using InboundResetListener = std::function<void(const std::string& name, InboundReset outcome)>;
+std::int32_t ResetInboundQueue(const InboundQueue& queue, const InboundResetListener& tell = {});
 
 }  // namespace corvane

@@ -219,6 +219,10 @@ TEST_F(ShippedProviders, MembersComeInTheOrderOfTheirAddingAndWalksMayNest) {
   for (const char* group : {"outer", "inner", "empty"}) {
     ASSERT_EQ(AddGroup(store, "acme", group, 1), EditResult::kDone);
   }
+  for (const char* mailbox : {"zoe", "anna", "i1", "i2"}) {
+    ASSERT_EQ(AddMailbox(store, "acme", mailbox, {}), EditResult::kDone);
+  }
+  EXPECT_EQ(AddMember(store, "acme", "outer", "[sf:acme/nobody]"), EditResult::kNoTarget);
   for (const char* item : {"[SF:acme/zoe]", "[SF:acme/anna]", "[SMTP:m@x.test]"}) {
     ASSERT_EQ(AddMember(store, "acme", "outer", item), EditResult::kDone);
   }

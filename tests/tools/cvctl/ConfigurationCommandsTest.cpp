@@ -2,53 +2,20 @@
 // what the next command sees.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
-#include <nlohmann/json.hpp>
 #include <string>
-#include <vector>
 
-#include "tests/support/BuildPlaces.h"
-#include "tests/support/RunProgram.h"
-#include "tests/support/TemporaryDirectory.h"
+#include "tests/support/AsNobody.h"
+#include "tests/tools/cvctl/CvctlFixture.h"
 
 namespace corvane {
 namespace {
 
 namespace fs = std::filesystem;
 using nlohmann::json;
-using Words = std::vector<std::string>;
-
-class Cvctl : public ::testing::Test {
- protected:
-  Cvctl() {
-    const auto init = Run({"init", Home()});
-    EXPECT_EQ(init.exitCode, 0) << init.errors;
-  }
-
-  [[nodiscard]] std::string Home() const { return directory_ / "home"; }
-  test::ProgramResult Run(Words words) const {
-    words.insert(words.begin(), test::ProgramFile("cvctl"));
-    return test::RunProgram(words, {{"CORVANE_SETTINGS", Home() + "/settings.db"}});
-  }
-  void Do(const Words& words) const {
-    const auto result = Run(words);
-    ASSERT_EQ(result.exitCode, 0) << result.errors;
-    EXPECT_EQ(result.errors, "");
-  }
-  json Json(Words words) const {
-    words.emplace_back("--json");
-    const auto result = Run(words);
-    EXPECT_EQ(result.exitCode, 0) << result.errors;
-    return json::parse(result.output, nullptr, false);
-  }
-  void FillStore() const {
-    Do({"postoffice", "add", "acme"});
-    Do({"mailbox", "add", "acme/anna", "--quota", "500"});
-    Do({"group", "add", "acme/sales"});
-  }
-
-  test::TemporaryDirectory directory_;
-};
+using test::Cvctl;
+using test::Words;
 
 TEST_F(Cvctl, InitMakesAWholeInstallationOnce) {
   EXPECT_TRUE(fs::is_directory(Home() + "/connectors/SF/Outgoing/Messages"));
@@ -67,9 +34,19 @@ TEST_F(Cvctl, InitMakesAWholeInstallationOnce) {
   EXPECT_EQ(shell.output, directory_ / "it's here/settings.db");
 }
 
-TEST_F(Cvctl, AFileWhereTheDirectoryShouldBeIsRefused) {
+TEST_F(Cvctl, InitRefusesWhatCannotHoldAnInstallation) {
   test::WriteBytes(directory_ / "file", "");
-  EXPECT_EQ(Run({"init", directory_ / "file"}).exitCode, 2);
+  fs::create_directories(directory_ / "half/config");
+  test::WriteBytes(directory_ / "half/config/configuration.db", "");
+  fs::create_directories(directory_ / "flat");
+  test::WriteBytes(directory_ / "flat/configuration.db", "");
+  for (const std::string name : {"file", "half", "flat", "back\\slash", "line\nend", "bell\a"}) {
+    const auto result = Run({"init", directory_ / name});
+    EXPECT_EQ(result.exitCode, 2) << name;
+    EXPECT_EQ(std::count(result.errors.begin(), result.errors.end(), '\n'), 1) << result.errors;
+    EXPECT_FALSE(fs::exists(directory_ / name + "/settings.db")) << name;
+  }
+  EXPECT_EQ(Run({"init", ""}).exitCode, 2);
 }
 
 TEST_F(Cvctl, PostofficesComeChangeAndGo) {
@@ -104,6 +81,10 @@ TEST_F(Cvctl, MailboxesComeWithTheirDirectoryAndLeaveTheirMail) {
   anna["quotaKb"] = nullptr;
   anna["redirectMode"] = 0;
   EXPECT_EQ(Json({"mailbox", "show", "acme/anna"}), anna);
+  Do({"mailbox", "set", "acme/anna", "--redirect-mode", "1"});
+  Do({"mailbox", "set", "acme/anna", "--redirect="});
+  anna["redirect"] = "";
+  EXPECT_EQ(Json({"mailbox", "show", "acme/anna"}), anna) << "the mode goes with the list";
   Do({"mailbox", "remove", "acme/anna"});
   EXPECT_TRUE(fs::exists(inbox + "/1.MAI"));
   EXPECT_EQ(Run({"mailbox", "show", "acme/anna"}).exitCode, 1);
@@ -111,6 +92,7 @@ TEST_F(Cvctl, MailboxesComeWithTheirDirectoryAndLeaveTheirMail) {
 
 TEST_F(Cvctl, GroupsHaveMembersInOrder) {
   FillStore();
+  Do({"mailbox", "add", "acme/zoe"});
   for (const char* item : {"acme/zoe", "[LS:acme/list]", "m@x.test"}) {
     Do({"group", "member", "add", "acme/sales", item});
   }
@@ -173,7 +155,12 @@ struct RefusedCase {
 
 const RefusedCase kRefused[] = {
     {"NoCommand", {}, 2, "help"},
-    {"UnknownCommand", {"postoffice", "paint"}, 2, "help"},
+    {"UnknownFamily", {"nonsense"}, 2, "see 'cvctl --help'"},
+    {"UnknownCommand", {"postoffice", "paint"}, 2, "one of add, list, show, set, remove"},
+    {"FamilyAlone", {"group", "member"}, 2, "one of add, remove"},
+    {"UnknownFlagAlone", {"--paint"}, 2, "no command 'cvctl --paint'"},
+    {"UnknownFlag", {"mailbox", "list", "--paint"}, 2, "see cvctl mailbox list --help"},
+    {"LineEndInAWord", {"two\nlines"}, 2, "two?lines"},
     {"PostofficeTwice", {"postoffice", "add", "ACME"}, 2, "already"},
     {"PostofficeWithASeparator", {"postoffice", "add", "a\\b"}, 2, "separators"},
     {"PostofficeParent", {"postoffice", "add", ".."}, 2, "can't be"},
@@ -193,6 +180,10 @@ const RefusedCase kRefused[] = {
     {"QuotaTooLarge", {"mailbox", "set", "acme/anna", "--quota", "4294967295"}, 2, "quota"},
     {"RedirectWithoutMode", {"mailbox", "set", "acme/anna", "--redirect", "acme/x"}, 2, "mode"},
     {"ModeWithoutRedirect", {"mailbox", "set", "acme/anna", "--redirect-mode", "1"}, 2, "items"},
+    {"ModeOfNoRedirect",
+     {"mailbox", "set", "acme/anna", "--redirect", "", "--redirect-mode", "1"},
+     2,
+     "items"},
     {"ModeOutOfRange", {"mailbox", "set", "acme/anna", "--redirect-mode", "3"}, 2, "mode"},
     {"RedirectTooLong",
      {"mailbox", "set", "acme/anna", "--redirect", "a@" + std::string(600, 'x'), "--redirect-mode",
@@ -203,6 +194,13 @@ const RefusedCase kRefused[] = {
     {"MailboxSetUnknown", {"mailbox", "set", "acme/x", "--quota", "1"}, 1, "no mailbox acme/x"},
     {"MailboxListOfUnknown", {"mailbox", "list", "nobody"}, 1, "no postoffice nobody"},
     {"MemberOfUnknownGroup", {"group", "member", "add", "acme/x", "acme/anna"}, 1, "no group"},
+    {"MemberThatIsNotThere",
+     {"group", "member", "add", "acme/sales", "acme/nobody"},
+     1,
+     "[SF:acme/nobody] names no mailbox or group"},
+    {"MapToWhatIsNotThere", {"map", "add", "a@b.test", "acme/nobody"}, 1, "names no mailbox"},
+    {"OptionsOfUnknownMailbox", {"option", "list", "acme/x"}, 1, "no mailbox acme/x"},
+    {"OptionsOfUnknownPostoffice", {"option", "list", "x"}, 1, "no postoffice x"},
     {"MemberNoItem", {"group", "member", "add", "acme/sales", "anna"}, 2, "POSTOFFICE/MAILBOX"},
     {"MemberTwoItems",
      {"group", "member", "add", "acme/sales", "[SF:a/b];[SF:a/c]"},
@@ -213,12 +211,13 @@ const RefusedCase kRefused[] = {
      2,
      "255"},
     {"MemberNotThere", {"group", "member", "remove", "acme/sales", "acme/x"}, 1, "no member"},
-    {"DomainWithABlank", {"domain", "add", "a b"}, 2, "no mail address"},
+    {"DomainWithABlank", {"domain", "add", "a b"}, 2, "'a b' is no domain"},
     {"DomainUnknown", {"domain", "remove", "x.test"}, 1, "no domain"},
-    {"MapOfNoAddress", {"map", "add", "anna", "acme/anna"}, 2, "no"},
+    {"MapOfNoAddress", {"map", "add", "anna", "acme/anna"}, 2, "NAME@DOMAIN"},
     {"MapToNoLocalItem", {"map", "add", "a@b.test", "c@d.test"}, 2, "local item"},
     {"OptionOfUnknownMailbox", {"option", "set", "acme/x", "A", "1"}, 1, "no mailbox acme/x"},
     {"OptionTooLong", {"option", "set", "acme", "A", std::string(1024, 'v')}, 2, "1023"},
+    {"OptionOfAPostofficeThatIsNotThere", {"option", "get", "x", "A"}, 1, "no postoffice x"},
     {"OptionUnknown", {"option", "delete", "acme", "A"}, 1, "no option"},
 };
 
@@ -239,6 +238,47 @@ TEST_F(Cvctl, RefusedCommandsSayWhyInOneLineAndChangeNothing) {
                       Json({"group", "show", "acme/sales"}), Json({"map", "list"})};
   EXPECT_EQ(before, after);
   EXPECT_FALSE(fs::exists(Home() + "/mail/acme/x"));
+  EXPECT_FALSE(fs::exists(Home() + "/mail/acme/MAILROOT/SALES"));
+}
+
+TEST_F(Cvctl, AChangeAnswersInJsonWhenAsked) {
+  EXPECT_EQ(Json({"postoffice", "add", "acme"}),
+            json::parse(R"({"postoffice": "acme", "done": "added"})"));
+  EXPECT_EQ(Json({"mailbox", "add", "acme/anna"})["mailbox"], "acme/anna");
+  EXPECT_EQ(Json({"group", "add", "acme/sales"})["done"], "added");
+  EXPECT_EQ(Json({"group", "member", "add", "acme/sales", "acme/anna"})["member"],
+            "[SF:acme/anna]");
+  EXPECT_EQ(Json({"domain", "add", "acme.test"})["domain"], "acme.test");
+  EXPECT_EQ(Json({"map", "add", "a@acme.test", "acme/anna"})["map"], "a@acme.test");
+  EXPECT_EQ(Json({"option", "set", "acme", "A", "1"})["done"], "set");
+  EXPECT_EQ(Json({"mailbox", "remove", "acme/anna"})["done"], "removed");
+  EXPECT_EQ(Json({"init", directory_ / "second"})["settings"], directory_ / "second/settings.db");
+}
+
+TEST_F(Cvctl, StoredValuesNeitherSteerTheTerminalNorBreakLines) {
+  FillStore();
+  Do({"option", "set", "acme/anna", "A", "red \x1b[31m\nB\t\xff \xc3\xa4 \xc2\x9b"});
+  EXPECT_EQ(Run({"option", "get", "acme/anna", "A"}).output, "red ?[31m?B?? \xc3\xa4 ?\n");
+  EXPECT_EQ(Run({"option", "list", "acme/anna"}).output, "A\tred ?[31m?B?? \xc3\xa4 ?\n");
+  EXPECT_EQ(Json({"option", "get", "acme/anna", "A"})["value"],
+            "red \x1b[31m\nB\t\xef\xbf\xbd \xc3\xa4 \xc2\x9b");
+}
+
+TEST_F(Cvctl, AStoreThatMayOnlyBeReadIsReadAndNotChanged) {
+  FillStore();
+  for (const char* place : {"/config", "/config/configuration.db"}) {
+    fs::permissions(Home() + place, fs::perms::owner_write | fs::perms::others_write,
+                    fs::perm_options::remove);
+  }
+  fs::permissions(std::string(directory_ / ""), fs::perms::group_exec | fs::perms::others_exec,
+                  fs::perm_options::add);
+  test::AsNobody nobody;
+  EXPECT_EQ(Run({"mailbox", "list"}).output, "acme/anna\tenabled\tquota 500 KB\n");
+  const auto result = Run({"mailbox", "add", "acme/new"});
+  EXPECT_EQ(result.exitCode, 3);
+  EXPECT_EQ(std::count(result.errors.begin(), result.errors.end(), '\n'), 1) << result.errors;
+  EXPECT_NE(result.errors.find("rights"), std::string::npos) << result.errors;
+  EXPECT_FALSE(fs::exists(Home() + "/mail/acme/MAILROOT/new"));
 }
 
 TEST_F(Cvctl, AStoreThatIsMissingOrDamagedIsToldOf) {

@@ -65,6 +65,28 @@ TEST_F(SettingsCommandsTest, TypesComeFromTheTableOrTheCommandLine) {
   }
 }
 
+TEST_F(SettingsCommandsTest, EveryCommandAnswersInJsonWhenAsked) {
+  using nlohmann::json;
+  const auto ask = [&](std::vector<std::string> arguments) {
+    arguments.emplace_back("--json");
+    return json::parse(Run(arguments).output, nullptr, false);
+  };
+  EXPECT_EQ(ask({"set", ".", "Mail Root", "/srv\x1b\xff"})["done"], "set");
+  const json root = ask({"get", ".", "Mail Root"});
+  EXPECT_EQ(root["type"], "string");
+  EXPECT_EQ(root["value"], "/srv\x1b\xef\xbf\xbd");
+  EXPECT_EQ(Get(".", "Mail Root"), "/srv\x1b\xff\n") << "a script gets the value as it stands";
+  EXPECT_NE(Run({"list"}).output.find("/srv?? "), std::string::npos);
+  test::WriteBytes(directory_ / "in.reg", "REGEDIT4\n[HKLM\\SOFTWARE\\A]\n\"b\"=hex:01,02\n");
+  EXPECT_EQ(ask({"import", directory_ / "in.reg"}), json({{"imported", 1}, {"store", store_}}));
+  EXPECT_EQ(ask({"export", "HKLM\\SOFTWARE\\A"})["values"],
+            json::array(
+                {{{"key", "SOFTWARE\\A"}, {"name", "b"}, {"type", "binary"}, {"value", "0102"}}}));
+  EXPECT_EQ(ask({"export", ".", directory_ / "out.reg"})["done"], "written");
+  EXPECT_EQ(ask({"delete", "HKLM\\SOFTWARE\\A"})["done"], "deleted");
+  EXPECT_EQ(Run({"list", "HKLM\\SOFTWARE\\A"}).exitCode, 1);
+}
+
 TEST_F(SettingsCommandsTest, WrongUseIsOneHelpfulLineAndExit2) {
   test::WriteBytes(directory_ / "bad.reg", "REGEDIT4\n[HKLM\\A]\n\"a\"=dword:1\n\"b\"=nonsense\n");
   struct Case {

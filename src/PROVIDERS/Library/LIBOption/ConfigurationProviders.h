@@ -35,10 +35,11 @@ void UnloadConfigurationProvider(const char* libraryName);
 // Whether the library is loaded and has that export.
 [[nodiscard]] bool IsExportPresent(const char* libraryName, const char* exportName);
 
-// 1 with Status 1: enabled; 0, or another Status: disabled; -1: the store can't be reached.
-// Exceptions of the library are reported and thrown on.
+// 1 with Status 1: enabled; 0, or 1 with another Status: disabled; -1: disabled, its mail is
+// dropped; any other number says nothing of it. Exceptions of the library are reported and thrown
+// on.
 [[nodiscard]] std::int32_t PostofficeGet(PostofficeRecord& record);
-// Not 0: found and filled.
+// Not 0: found and filled, but for the shipped library's kMailboxStoreUnreachable.
 [[nodiscard]] std::int32_t MailboxGet(MailboxRecord& record);
 // 1 a group, 0 no group, -1 the store can't be reached.
 [[nodiscard]] std::int32_t GroupGet(GroupRecord& record);

@@ -1,0 +1,50 @@
+// CvctlFixture.h -- the tool run as a program on an installation of its own.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "tests/support/BuildPlaces.h"
+#include "tests/support/RunProgram.h"
+#include "tests/support/TemporaryDirectory.h"
+
+namespace corvane::test {
+
+using Words = std::vector<std::string>;
+
+class Cvctl : public ::testing::Test {
+ protected:
+  Cvctl() {
+    const auto init = Run({"init", Home()});
+    EXPECT_EQ(init.exitCode, 0) << init.errors;
+  }
+
+  [[nodiscard]] std::string Home() const { return directory_ / "home"; }
+  [[nodiscard]] ProgramResult Run(Words words, const std::string& input = {}) const {
+    words.insert(words.begin(), ProgramFile("cvctl"));
+    return RunProgram(words, {{"CORVANE_SETTINGS", Home() + "/settings.db"}}, input);
+  }
+  void Do(const Words& words) const {
+    const auto result = Run(words);
+    ASSERT_EQ(result.exitCode, 0) << result.errors;
+    EXPECT_EQ(result.errors, "");
+  }
+  [[nodiscard]] nlohmann::json Json(Words words) const {
+    words.emplace_back("--json");
+    const auto result = Run(words);
+    EXPECT_EQ(result.exitCode, 0) << result.errors;
+    return nlohmann::json::parse(result.output, nullptr, false);
+  }
+  void FillStore() const {
+    Do({"postoffice", "add", "acme"});
+    Do({"mailbox", "add", "acme/anna", "--quota", "500"});
+    Do({"group", "add", "acme/sales"});
+  }
+
+  TemporaryDirectory directory_;
+};
+
+}  // namespace corvane::test
