@@ -170,6 +170,14 @@ std::int32_t WriteInboundNDRCommand(const ConnectorMessage& message) {
                       BounceCommandText(message));
 }
 
+void RemoveInboundMessage(const std::string& connectorDirectory, std::string_view messageId) {
+  const std::string command = CommandPath(connectorDirectory, messageId);
+  static_cast<void>(platform::DeleteFile(command));
+  if (platform::FileExists(command)) return;
+  static_cast<void>(
+      platform::DeleteFile(connectorDirectory + "\\Inbound\\Messages\\" + std::string(messageId)));
+}
+
 std::int32_t ResetInboundQueue(const InboundQueue& queue) {
   if (queue.Reset != 1) {
     LogDebugF("Bypassing Resetting Inbound Messages for %s\n", queue.DisplayName);
