@@ -139,10 +139,12 @@ TEST_F(BounceTest, TheFromAddressFollowsTheSender) {
 
 TEST_F(BounceTest, ThePlainFormIsOneTextWithTheOriginal) {
   WriteMessage("Subject: one\n\n" + std::string(5000, 'x') + "\n\r\nlast");
+  setenv("TZ", "XYZ-2", 1);
   EXPECT_EQ(GenerateNDR(message_, "[SMTP:who@b.example]", "It is so."), 1);
+  unsetenv("TZ");
   const std::string id = fs::path(Only(Directory() / "SF/Inbound")).filename();
   EXPECT_TRUE(std::regex_match(id, std::regex("[0-9A-F]{32}\\.MAI"))) << id;
-  const std::string date = "Tue, 14 Nov 2023 22:13:20 +0000";
+  const std::string date = "Wed, 15 Nov 2023 00:13:20 +0200";
   EXPECT_EQ(Text(),
             "From: post@house.example\r\nTo: <a@b.example>\r\n"
             "Subject: Message Delivery Failure\r\nDate: " +
