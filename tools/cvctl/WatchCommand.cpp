@@ -15,6 +15,7 @@
 #include "cvctl/Printing.h"
 #include "platform/Clock.h"
 #include "platform/Error.h"
+#include "platform/FileSystem.h"
 #include "platform/LocalSignal.h"
 #include "platform/Path.h"
 
@@ -77,7 +78,8 @@ void Print(const Signal& signal, bool json) {
                                 "one's signals with --protocol");
   }
   throw Failure(kTrouble, place + ": " + platform::ErrorText(error) +
-                              " Make the directory, or set \"Run Directory\" of Providers");
+                              " Make its directory writable, or set \"Run Directory\" of "
+                              "Providers");
 }
 
 void Watch(const WatchOptions& options) {
@@ -85,8 +87,10 @@ void Watch(const WatchOptions& options) {
   if (!platform::IsSafeName(options.protocol)) {
     throw Failure(kUsage, "\"" + options.protocol + "\" is no protocol word: give one such as MTA");
   }
-  const std::string socket =
-      platform::JoinPath(settings::Get(settings::kRunDirectory), options.protocol + ".sock");
+  const std::string directory = settings::Get(settings::kRunDirectory);
+  // After a start of the machine nobody may have made it yet; what is wrong shows at the socket.
+  static_cast<void>(platform::CreateDirectories(directory));
+  const std::string socket = platform::JoinPath(directory, options.protocol + ".sock");
   platform::LocalSignalReceiver receiver(socket);
   if (!receiver.IsOpen()) FailToListen(socket);
   std::signal(SIGINT, Stop);

@@ -106,8 +106,10 @@ std::int32_t GenerateDSN(const ConnectorMessage& message, const MailboxRecord& m
        "The message you sent to " + recipient +
            " was successfully delivered.\n\nThe subject of the message follows: \n\n" + subject,
        "[SF:" + recipient + "]"});
-  if (!written) return 0;
-  return WriteInboundCommandFile(ConnectorDirectory(message.Connector), notice);
+  const std::string queue = ConnectorDirectory(message.Connector);
+  if (written && WriteInboundCommandFile(queue, notice) == 1) return 1;
+  RemoveInboundMessage(queue, notice.MessageID);
+  return 0;
 }
 
 }  // namespace corvane

@@ -13,8 +13,8 @@ namespace corvane {
 enum class DsnKind : std::uint8_t { kSuccess };
 
 // 1 when a notice was written and queued. 0 when the sender asked for none in `DSNFlags`, the
-// setting "DSN Status" isn't 1, or a file could not be written: the delivery itself stands. On the
-// worker thread of the message.
+// setting "DSN Status" isn't 1, or a file could not be written, and none is left then: the delivery
+// itself stands. On the worker thread of the message.
 [[nodiscard]] std::int32_t GenerateDSN(const ConnectorMessage& message,
                                        const MailboxRecord& mailbox, DsnKind kind);
 

@@ -15,7 +15,6 @@
 #include "connector/queue/ReadHeaderValue.h"
 #include "connector/settings/Settings.h"
 #include "platform/Error.h"
-#include "platform/FileSystem.h"
 #include "platform/Path.h"
 
 namespace corvane {
@@ -41,31 +40,30 @@ bool IsAutomaticReply(const ConnectorMessage& message) {
          platform::EqualsNoCase(value, "auto-replied");
 }
 
-// A copy of `message` that goes back to its sender; the original stays as it is for the recipients
-// still to come.
-ConnectorMessage BounceOf(const ConnectorMessage& message, std::string_view senderAddress) {
+// A copy of `message` under a new name; the original stays as it is for the recipients still to
+// come.
+ConnectorMessage BounceOf(const ConnectorMessage& message) {
   ConnectorMessage bounce = message;
   bounce.Delivered.clear();
   SetText(bounce.MessageID, NewMessageId());
-  std::string domain;
-  std::string address;
-  ResolveSmtpRoute(senderAddress, domain, address);
-  bounce.Recipients = SmtpItem(address);
   SetText(bounce.Server, "");
   return bounce;
 }
 
-// The queue keeps a message that nobody could be told about. What was written of its bounce goes,
-// the command first; a name may stand there although the last flush failed.
-std::int32_t KeepUntold(ConnectorMessage& message, const ConnectorMessage& bounce,
-                        const PlainNDR& text) {
+// The copy goes back to where it came from.
+void Address(ConnectorMessage& bounce, std::string_view senderAddress) {
+  std::string domain;
+  std::string address;
+  ResolveSmtpRoute(senderAddress, domain, address);
+  bounce.Recipients = SmtpItem(address);
+}
+
+// The queue keeps a message that nobody could be told about. What was written of its bounce goes.
+std::int32_t KeepUntold(ConnectorMessage& message, const ConnectorMessage& bounce) {
   message.KeepInQueue = true;
   LogDebugF("[%s] Its bounce could not be written (error %d). The message stays in the queue.\n",
             message.MessageID, platform::LastError());
-  const std::string command =
-      ConnectorDirectory(kBounceConnector) + "\\Inbound\\" + bounce.MessageID;
-  static_cast<void>(platform::DeleteFile(command));
-  if (!platform::FileExists(command)) static_cast<void>(platform::DeleteFile(text.target));
+  RemoveInboundMessage(ConnectorDirectory(kBounceConnector), bounce.MessageID);
   return kNoBounce;
 }
 
@@ -87,12 +85,12 @@ bool WriteMessageFile(const PlainNDR& text) {
 
 std::int32_t QueueBounce(ConnectorMessage& message, ConnectorMessage& bounce,
                          const PlainNDR& text) {
-  if (!WriteMessageFile(text)) return KeepUntold(message, bounce, text);
+  if (!WriteMessageFile(text)) return KeepUntold(message, bounce);
   SetText(bounce.Priority, "Normal");
   SetText(bounce.Status, "Unsent");
   bounce.Retries = 0;
   SetText(bounce.CommandType, "NDR");
-  if (WriteInboundNDRCommand(bounce) != 1) return KeepUntold(message, bounce, text);
+  if (WriteInboundNDRCommand(bounce) != 1) return KeepUntold(message, bounce);
   if (settings::Get(settings::kUpdateStatistics) != 0) InboundDeliveryCount().Increment();
   return kSettled;
 }
@@ -105,12 +103,13 @@ std::int32_t GenerateNDR(ConnectorMessage& message, const std::string& recipient
     LogDebugF("[%s] was deleted as NDRs disabled.\n", message.MessageID);
     return kSettled;
   }
-  const std::string sender(BounceAddress(message.Sender));
-  ConnectorMessage bounce = BounceOf(message, sender);
+  ConnectorMessage bounce = BounceOf(message);
   LogDebugF(
       "[%s] caused a Bounce Message to be generated with a Message ID of [%s] when sending to: "
       "%s\n",
       message.MessageID, bounce.MessageID, recipientItem.c_str());
+  const std::string sender(BounceAddress(message.Sender));
+  Address(bounce, sender);
   if (!IsProviderLoaded(kSmtpProvider)) {
     KeepCopyInBadMail(message, kNoSmtpProvider);
     return kNoBounce;

@@ -155,6 +155,14 @@ std::int32_t WriteInboundNDRCommand(const ConnectorMessage& message) {
                       BounceCommandText(message));
 }
 
+void RemoveInboundMessage(const std::string& connectorDirectory, std::string_view messageId) {
+  const std::string command = CommandPath(connectorDirectory, messageId);
+  static_cast<void>(platform::DeleteFile(command));
+  if (platform::FileExists(command)) return;
+  static_cast<void>(
+      platform::DeleteFile(connectorDirectory + "\\Inbound\\Messages\\" + std::string(messageId)));
+}
+
 InboundReset ResetInboundCommandFile(const std::string& connectorDirectory,
                                      const std::string& name) {
   ConnectorMessage message;

@@ -38,6 +38,10 @@ namespace corvane {
 // 0 when it can't be written.
 [[nodiscard]] std::int32_t WriteInboundNDRCommand(const ConnectorMessage& message);
 
+// Takes back a message whose command file could not be written: the command first, since a name may
+// stand there although its last flush failed, then the message file.
+void RemoveInboundMessage(const std::string& connectorDirectory, std::string_view messageId);
+
 // An inbound queue as its owner knows it.
 struct InboundQueue {
   char DisplayName[128] = {};

@@ -3,6 +3,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <regex>
 #include <string>
 
 #include "PROVIDERS/Library/LIBOption/ConfigurationProviders.h"
@@ -84,6 +85,12 @@ class BounceTest : public test::SettingsFixture {
     WriteBytes(Directory() / (std::string("SF/Outgoing/Messages/") + kName), text);
   }
   std::int32_t Bounce() { return GenerateNDR(message_, "[SF:acme/nobody]", "It is so."); }
+  std::int32_t Notice() {
+    MailboxRecord mailbox{};
+    SetText(mailbox.Postoffice, "acme");
+    SetText(mailbox.Mailbox, "anna");
+    return GenerateDSN(message_, mailbox, DsnKind::kSuccess);
+  }
   // The one command file in the inbound queue, or empty.
   [[nodiscard]] std::string Command() const { return ReadBytes(Only(Directory() / "SF/Inbound")); }
   [[nodiscard]] std::string Text() const {
@@ -127,6 +134,56 @@ TEST_F(BounceTest, TheFromAddressFollowsTheSender) {
               std::string::npos);
     EXPECT_NE(Command().find(std::string("Sender=[SMTP:") + row.from + "]\r\n"), std::string::npos);
     EXPECT_TRUE(Text().starts_with(std::string("From: ") + row.from + "\r\n"));
+  }
+}
+
+TEST_F(BounceTest, ThePlainFormIsOneTextWithTheOriginal) {
+  WriteMessage("Subject: one\n\n" + std::string(5000, 'x') + "\n\r\nlast");
+  setenv("TZ", "XYZ-2", 1);
+  EXPECT_EQ(GenerateNDR(message_, "[SMTP:who@b.example]", "It is so."), 1);
+  unsetenv("TZ");
+  const std::string id = fs::path(Only(Directory() / "SF/Inbound")).filename();
+  EXPECT_TRUE(std::regex_match(id, std::regex("[0-9A-F]{32}\\.MAI"))) << id;
+  const std::string date = "Wed, 15 Nov 2023 00:13:20 +0200";
+  EXPECT_EQ(Text(),
+            "From: post@house.example\r\nTo: <a@b.example>\r\n"
+            "Subject: Message Delivery Failure\r\nDate: " +
+                date + "\r\nMessage-ID: <" + id +
+                "@house.example>\r\nPrecedence: bulk\r\nAuto-Submitted: auto-replied\r\n\r\n\r\n"
+                "Message could not be delivered. Error was: It is so.\r\n\r\n"
+                "The following recipient(s) could not be reached:\r\n\r\n\twho@b.example\r\n"
+                "\r\nMessage contents follow:\r\n\r\nSubject: one\r\n\r\n" +
+                std::string(5000, 'x') + "\r\n\r\nlast");
+  EXPECT_EQ(Command(),
+            "CommandType=NDR\r\nRecipients=[SMTP:a@b.example]\r\nServer=\r\n"
+            "Sender=[SMTP:post@house.example]\r\nTimeAcquired=17\r\nNextSendTime=17\r\n"
+            "MessageID=" +
+                id + "\r\nStatus=Undelivered\r\n");
+  EXPECT_STREQ(message_.MessageID, kName) << "the original goes on to the other recipients";
+  EXPECT_STREQ(message_.Sender, "[SMTP:a@b.example]");
+}
+
+TEST_F(BounceTest, TheLogTellsItsStepsInTheirOrder) {
+  setenv("CORVANE_DEBUG_CHANNEL", "1", 1);
+  Set("Debug Enabled", 3, "CONNECTORS\\SF");
+  SetText(message_.Sender, "[SMTP:nobody]");
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(Bounce(), 1);
+  const std::string told = testing::internal::GetCapturedStderr();
+  unsetenv("CORVANE_DEBUG_CHANNEL");
+  const std::string id = fs::path(Only(Directory() / "SF/Inbound")).filename();
+  std::size_t at = 0;
+  for (const std::string& line :
+       {std::string("[") + kName +
+            "] caused a Bounce Message to be generated with a Message ID of [" + id +
+            "] when sending to: [SF:acme/nobody]\n",
+        std::string("CV-E0117: ERR:Error resolving SMTP Address for nobody. Message directed to "
+                    "Postmaster@house.example.\n"),
+        std::string("CV-E0003: [") + kName +
+            "] Could not resolve return path address for nobody.\n"}) {
+    at = told.find(line, at);
+    EXPECT_NE(at, std::string::npos) << line << told;
+    if (at == std::string::npos) break;
   }
 }
 
@@ -209,11 +266,29 @@ TEST_F(BounceTest, FaultsLeaveNoHalfBounce) {
   }
 }
 
+// A notice that can't be queued leaves nothing, and the message takes its way all the same.
+TEST_F(BounceTest, FaultsLeaveNoHalfNotice) {
+  Set("DSN Status", 1, "CONNECTORS\\SMTP");
+  std::int32_t result = -1;
+  test::WalkFaults(
+      platform::FaultAction::kFail,
+      [&] {
+        Prepare();
+        SetText(message_.DSNFlags, "SUCCESS");
+        result = -1;
+      },
+      [&] { result = Notice(); },
+      [&](std::uint64_t call) {
+        SCOPED_TRACE(call);
+        EXPECT_EQ(Command().empty(), result == 0);
+        EXPECT_EQ(Text().empty(), result == 0);
+        EXPECT_FALSE(message_.KeepInQueue);
+      });
+  EXPECT_EQ(result, 1);
+}
+
 TEST_F(BounceTest, ANoticeIsMadeForThoseWhoAskedForIt) {
-  MailboxRecord mailbox{};
-  SetText(mailbox.Postoffice, "acme");
-  SetText(mailbox.Mailbox, "anna");
-  const auto notice = [&] { return GenerateDSN(message_, mailbox, DsnKind::kSuccess); };
+  const auto notice = [&] { return Notice(); };
   SetText(message_.DSNFlags, "SUCCESS");
   EXPECT_EQ(notice(), 0) << "DSN Status is 0";
   Set("DSN Status", 1, "CONNECTORS\\SMTP");

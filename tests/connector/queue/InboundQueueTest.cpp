@@ -1,6 +1,7 @@
 // The inbound queue: what delivery sends, read back, and its reset; and headers read from a file.
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <string>
 
@@ -127,6 +128,27 @@ TEST_F(InboundQueueTest, ResetPutsBackWhatIsNotUndelivered) {
   EXPECT_EQ(message_.Recipients, "[SMTP:b@b.example];[SMTP:c@c.example]");
   EXPECT_EQ(ReadBytes(Path(other)), "Recipients=x\r\nServer=KEPT\r\nStatus=undelivered\r\n");
   EXPECT_EQ(Reset(), 0);
+}
+
+TEST_F(InboundQueueTest, TheLogTellsWhatWasReset) {
+  setenv("CORVANE_DEBUG_CHANNEL", "1", 1);
+  Set("Debug Enabled", 3, "CONNECTORS\\SF");
+  const auto told = [&](std::int32_t flag) {
+    testing::internal::CaptureStderr();
+    static_cast<void>(Reset(flag));
+    return testing::internal::GetCapturedStderr();
+  };
+  EXPECT_EQ(told(0), "Bypassing Resetting Inbound Messages for SF\n");
+  EXPECT_EQ(told(1),
+            "Resetting messages in inbound queue for SF\n"
+            "No outgoing message files in inbound queue for SF\n"
+            "Reset 0 messages out of 0 in inbound queue for SF\n");
+  WriteBytes(Path(), "Status=Delivering\r\n");
+  WriteBytes(Path("2.MAI"), "Status=Undelivered\r\n");
+  EXPECT_EQ(told(1),
+            "Resetting messages in inbound queue for SF\n"
+            "Reset 1 messages out of 2 in inbound queue for SF\n");
+  unsetenv("CORVANE_DEBUG_CHANNEL");
 }
 
 struct HeaderCase {

@@ -117,8 +117,8 @@ TEST_F(NotifyRemoteTest, AFullQueueFailsAtOnce) {
 // cvctl watch takes a service's place: what is about the mailbox comes out, a line each.
 TEST_F(NotifyRemoteTest, WatchShowsWhatIsAboutItsMailbox) {
   const std::string output = run_ / "output";
-  const std::string socket = run_ / "MTA.sock";
-  { Service dead(socket); }
+  Set("Providers", "Run Directory", run_ / "not/made");
+  const std::string socket = run_ / "not/made/MTA.sock";
   {
     test::BackgroundProgram watch({test::ProgramFile("cvctl"), "watch", "acme/Anna"}, {}, output);
     for (int i = 0; i < 500 && NotifyRemote("", "MTA", "hello\tall") != 0; ++i) usleep(10'000);
@@ -136,12 +136,25 @@ TEST_F(NotifyRemoteTest, WatchShowsWhatIsAboutItsMailbox) {
     }
     EXPECT_EQ(watch.Signal(SIGTERM), 0);
   }
+  EXPECT_NE(access(socket.c_str(), F_OK), 0) << "its socket is gone with it";
   const std::string text = test::ReadBytes(output);
   EXPECT_NE(text.find("               hello?all\n"), std::string::npos) << text;
   EXPECT_NE(text.find("  TRAIN-HAM    /m/acme/MAILROOT/anna/Inbox/1.MAI\n"), std::string::npos);
   EXPECT_EQ(text.find("2.MAI"), std::string::npos);
   EXPECT_NE(text.find("  TRAIN-SPAM   C:\\ACME\\mailroot\\anna\\3.MAI\n"), std::string::npos);
-  EXPECT_NE(access(socket.c_str(), F_OK), 0) << "its socket is gone with it";
+}
+
+TEST_F(NotifyRemoteTest, WatchReplacesTheSocketOfADeadProgram) {
+  { Service dead(run_ / "MTA.sock"); }
+  test::BackgroundProgram watch({test::ProgramFile("cvctl"), "watch", "acme/anna"}, {},
+                                run_ / "output");
+  std::int32_t answer = 2;
+  for (int i = 0; i < 500 && answer != 0; ++i) {
+    answer = NotifyRemote("", "MTA", "hello");
+    if (answer != 0) usleep(10'000);
+  }
+  EXPECT_EQ(answer, 0);
+  EXPECT_EQ(watch.Signal(SIGTERM), 0);
 }
 
 TEST_F(NotifyRemoteTest, ATextThatIsNoDatagramFails) {

@@ -64,8 +64,8 @@ Outcome PlaceBoth(const FilePair& queue, const FilePair& bad, bool copyOnly) {
   return gone ? Outcome::kNoMessage : Outcome::kFailed;
 }
 
-Outcome PutInBadMail(const std::string& queueDirectory, const std::string& fileName,
-                     std::string_view reason, bool copyOnly, bool overwrite) {
+Outcome PutFiles(const std::string& queueDirectory, const std::string& fileName,
+                 std::string_view reason, bool copyOnly, bool overwrite) {
   const std::string badMail = settings::Get(settings::kBadMailDirectory);
   if (!MakeDirectories(badMail)) return Outcome::kFailed;
   const bool rename = !overwrite && platform::FileExists(FilePair(badMail, fileName).command);
@@ -82,6 +82,13 @@ Outcome PutInBadMail(const std::string& queueDirectory, const std::string& fileN
   static_cast<void>(platform::DeleteFile(queue.message));
   static_cast<void>(platform::DeleteFile(queue.command));
   return Outcome::kDone;
+}
+
+Outcome PutInBadMail(const std::string& queueDirectory, const std::string& fileName,
+                     std::string_view reason, bool copyOnly, bool overwrite) {
+  return ReportAndRethrow(
+      "MoveMessageFromQueueToBadMail", SourcePlace{"LIBBadMail", __LINE__},
+      [&] { return PutFiles(queueDirectory, fileName, reason, copyOnly, overwrite); });
 }
 
 // What a failure means for a message that its worker is about to delete.
@@ -112,11 +119,8 @@ std::int32_t SystemOutboundCopyToBadMail(const std::string& queueDirectory,
 std::int32_t MoveMessageFromQueueToBadMail(const std::string& queueDirectory,
                                            const std::string& fileName, std::string_view reason,
                                            bool copyOnly, bool overwrite) {
-  return ReportAndRethrow(
-      "MoveMessageFromQueueToBadMail", SourcePlace{"LIBBadMail", __LINE__}, [&] {
-        static_cast<void>(PutInBadMail(queueDirectory, fileName, reason, copyOnly, overwrite));
-        return std::int32_t{1};
-      });
+  static_cast<void>(PutInBadMail(queueDirectory, fileName, reason, copyOnly, overwrite));
+  return 1;
 }
 
 }  // namespace corvane

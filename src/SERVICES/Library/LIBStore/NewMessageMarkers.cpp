@@ -8,6 +8,7 @@
 
 #include "SERVICES/Library/LIBStore/StorePaths.h"
 #include "connector/settings/ConnectorSettings.h"
+#include "platform/DirectoryLock.h"
 #include "platform/Error.h"
 #include "platform/FileSystem.h"
 #include "platform/Path.h"
@@ -17,7 +18,8 @@ namespace corvane {
 namespace {
 
 constexpr std::size_t kTextLimit = 2047;
-// Others can take a marker between our look and our step again and again; each time it's theirs.
+// Where directories have no locks others can take a marker between our look and our step again and
+// again; each time it's theirs.
 constexpr int kAttempts = 1000;
 constexpr std::int32_t kHighest = std::numeric_limits<std::int32_t>::max();
 
@@ -108,6 +110,7 @@ bool CountOneMore(const std::string& directory, const std::vector<Marker>& marke
 std::int32_t GetNewMessageCount(const std::string& postoffice, const std::string& mailbox,
                                 char* textOut, std::size_t textSize) {
   const std::string directory = settings::MailRoot() + "\\" + postoffice + "\\MAILROOT\\" + mailbox;
+  const platform::DirectoryLock turn(directory);
   for (int attempt = 0; attempt < kAttempts; ++attempt) {
     const std::vector<Marker> markers = Markers(directory);
     if (markers.empty()) return 0;
@@ -120,6 +123,7 @@ std::int32_t GetNewMessageCount(const std::string& postoffice, const std::string
 void AddNewMessageMarker(const std::string& postoffice, const std::string& mailbox,
                          std::string_view text) {
   const std::string directory = GetPostofficeRoot(postoffice) + "\\MAILROOT\\" + mailbox;
+  const platform::DirectoryLock turn(directory);
   for (int attempt = 0; attempt < kAttempts; ++attempt) {
     const std::vector<Marker> markers = Markers(directory);
     DeleteAllButLast(markers);

@@ -2,8 +2,9 @@
 //
 // The count is the name of a file in the mailbox's directory, _<n>.NEW; its content is free text,
 // usually empty. A reader takes the count by deleting the file. Several markers collapse into the
-// highest. Writers and readers, of this process and of others, may meet at any time: no message is
-// left uncounted. Any thread.
+// highest. Writers and readers, of this process and of others, may meet at any time: they go one
+// after the other by a lock on the mailbox's directory, so that each message is counted once. Where
+// the file system has no such lock a count may come out wrong when they meet. Any thread.
 #pragma once
 
 #include <cstddef>

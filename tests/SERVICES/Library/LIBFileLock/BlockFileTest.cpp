@@ -2,9 +2,12 @@
 // that count under one lock.
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "SERVICES/Library/LIBFileLock/BlockFile.h"
 #include "SERVICES/Library/LIBFileLock/BlockFileLock.h"
@@ -13,6 +16,8 @@
 #include "platform/Clock.h"
 #include "platform/Error.h"
 #include "platform/Machine.h"
+#include "platform/Reports.h"
+#include "platform/Thread.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/SettingsFixture.h"
 
@@ -85,6 +90,65 @@ TEST_F(BlockFileTest, AHolderWhoKeepsItOpenIsNotForced) {
   BlockFileLock lock(Path(), true, 0, 0);
   EXPECT_TRUE(lock.HasGivenUp());
   EXPECT_FALSE(lock.IsHeld());
+}
+
+TEST_F(BlockFileTest, TheLogTellsHowAWaitGoes) {
+  setenv("CORVANE_DEBUG_CHANNEL", "1", 1);
+  Set("Debug Enabled", 3, "CONNECTORS\\SF");
+  const std::string prefix = "[Thread:" + std::to_string(platform::CurrentThreadId()) + "] ";
+  const std::string timedOut =
+      prefix + "WaitForAccessToFile: Blocking timed out on activity file: " + Path() + "\n";
+  const auto told = [&](const std::function<void()>& wait) {
+    testing::internal::CaptureStderr();
+    wait();
+    return testing::internal::GetCapturedStderr();
+  };
+  platform::File handle;
+  WriteBytes(Path(), "left behind");
+  EXPECT_EQ(told([&] { EXPECT_EQ(Wait(&handle, true, 0, 20), 1); }),
+            prefix + "WaitForAccessToFile: Blocking on activity file: " + Path() + " (10)\n" +
+                prefix + "WaitForAccessToFile: Blocking on activity file: " + Path() + " (20)\n" +
+                timedOut + prefix + "WaitForAccessToFile: Unblocked activity file: " + Path() +
+                "\n");
+  handle.Close();
+  auto holder = Hold(Path(), platform::kShareRead);
+  ASSERT_TRUE(holder.Write("HOST program 17\r\nmore"));
+  EXPECT_EQ(told([&] { EXPECT_EQ(Wait(&handle, true, 0, 5), -1); }),
+            timedOut + prefix + "Error: Activity file (" + Path() +
+                ") access could not be obtained within threshold of 5 seconds. Giving up.  File "
+                "locked by [HOST program 17].\n");
+  unsetenv("CORVANE_DEBUG_CHANNEL");
+}
+
+struct HeardEvent {
+  std::string source;
+  platform::EventType type{};
+  std::uint32_t id = 0;
+  std::string text;
+};
+
+TEST_F(BlockFileTest, AScopeLockThatFailsIsInTheEventLog) {
+  std::vector<HeardEvent> heard;
+  platform::SetEventListener(
+      [](void* context, std::string_view source, platform::EventType type, std::uint32_t id,
+         std::string_view, std::string_view text) {
+        static_cast<std::vector<HeardEvent>*>(context)->push_back(
+            {std::string(source), type, id, std::string(text)});
+      },
+      &heard);
+  const std::string path = Directory() / "none/_activity.blk";
+  const BlockFileLock lock(path, true);
+  platform::SetEventListener(nullptr, nullptr);
+  EXPECT_FALSE(lock.IsHeld());
+  EXPECT_FALSE(lock.HasGivenUp());
+  ASSERT_EQ(heard.size(), 1U);
+  EXPECT_EQ(heard[0].source, "Corvane");
+  EXPECT_EQ(heard[0].type, platform::EventType::kError);
+  EXPECT_EQ(heard[0].id, 0x40000001U);
+  EXPECT_EQ(heard[0].text, "CV-EXXXX: [Thread:" + std::to_string(platform::CurrentThreadId()) +
+                               "] Error (Class S): BlockFileLock Activity notification handler "
+                               "(WaitForAccessToFile) failed to obtain a lock on the blockfile (" +
+                               path + ").\n");
 }
 
 TEST_F(BlockFileTest, TheFileNamesItsHolderWhenAsked) {
