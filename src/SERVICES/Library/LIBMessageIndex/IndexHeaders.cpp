@@ -50,7 +50,7 @@ std::string UidText(std::uint32_t brand, std::uint32_t uid) {
 std::string OneLine(std::string_view flags) {
   std::string line(flags);
   std::replace_if(
-      line.begin(), line.end(), [](char c) { return c >= 0 && c < ' '; }, ' ');
+      line.begin(), line.end(), [](char c) { return static_cast<unsigned char>(c) < ' '; }, ' ');
   return line;
 }
 
