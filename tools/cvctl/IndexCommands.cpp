@@ -1,6 +1,8 @@
 #include "cvctl/IndexCommands.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -11,7 +13,8 @@
 #include "SERVICES/Library/LIBStoreIndexSerialisation/IndexInspection.h"
 #include "cvctl/Command.h"
 #include "cvctl/CommandTree.h"
-#include "cvctl/IndexProgress.h"
+#include "cvctl/Printing.h"
+#include "cvctl/Progress.h"
 #include "platform/FileSystem.h"
 #include "platform/Path.h"
 
@@ -98,6 +101,14 @@ void Check(const Arguments& arguments) {
   if (!faults.empty()) throw Failure(kNotFound, "");
 }
 
+// The bar of the scan that runs.
+std::unique_ptr<Progress> scanBar;
+
+void ShowScan(std::size_t done, std::size_t all) {
+  if (!scanBar) scanBar = std::make_unique<Progress>("reading", all / std::max<std::size_t>(done, 1));
+  scanBar->Step();
+}
+
 void Rebuild(const Arguments& arguments) {
   RequireFolder(arguments);
   if (arguments.messageClass != kClassMail) {
@@ -105,14 +116,16 @@ void Rebuild(const Arguments& arguments) {
                   "this build rebuilds folders of messages only (class 0); the index of '" +
                       arguments.folder + "' stays as it is");
   }
-  const IndexProgress progress;
+  SetScanProgress(ShowScan);
   StoreIndex store(MessageIndexFiles());
   IndexLoad load;
   load.store = &store;
   load.path = arguments.folder;
   load.verifyFiles = 1;
   load.forceRescan = load.recover = true;
-  if (!store.Index.Load(load) || store.Index.NeedsSave()) ThrowUnwritable(arguments);
+  const bool rebuilt = store.Index.Load(load) && !store.Index.NeedsSave();
+  scanBar.reset();
+  if (!rebuilt) ThrowUnwritable(arguments);
   if (arguments.json) {
     PrintJson({{"items", store.Index.ItemCount()}, {"lastUid", store.Index.LastUID}});
   } else {

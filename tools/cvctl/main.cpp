@@ -9,6 +9,7 @@
 
 #include "cvctl/Command.h"
 #include "cvctl/ConfigurationCommands.h"
+#include "cvctl/IndexCommands.h"
 #include "cvctl/MessageCommands.h"
 #include "cvctl/Printing.h"
 #include "cvctl/QueueCommands.h"
@@ -54,6 +55,7 @@ int Run(int argc, char** argv) {
   AddDomainCommands(app);
   AddOptionCommands(app);
   AddMessageCommands(app);
+  AddIndexCommands(app);
   AddQueueCommands(app);
   AddSettingsCommands(app);
   AddWatchCommand(app);

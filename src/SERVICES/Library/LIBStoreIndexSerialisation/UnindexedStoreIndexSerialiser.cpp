@@ -4,6 +4,7 @@
 #include "SERVICES/Library/LIBStoreIndexSerialisation/IndexReports.h"
 #include "connector/logs/ExceptionReport.h"
 #include "connector/logs/Logs.h"
+#include "connector/settings/Settings.h"
 #include "platform/FileSystem.h"
 
 namespace corvane {
@@ -25,6 +26,16 @@ std::int32_t ReadOnly(StoreIndexSerialiser* inner, SORTEDSTOREINDEXTYPE* index,
   return kAllProperties;
 }
 
+// The backup in the place of an index that can't be read: its flags are better than none.
+bool ReadBackup(StoreIndexSerialiser* inner, SORTEDSTOREINDEXTYPE* index, const IndexRead& whole,
+                const FolderScans& scans) {
+  if (settings::Get(settings::kBackupIndex) != 1 || !inner->SupportsBackup()) return false;
+  if (!inner->RestoreSerialisationBackup(whole.path)) return false;
+  if (StoreIndexSerialiser::Deserialise(inner, index, whole, scans) != kNotLoaded) return true;
+  inner->IndexXMLDeleteBackupSerialisation(whole.path);
+  return false;
+}
+
 // What the index file has, or an empty index that counts as complete. The state is the index's.
 void ReadWhatIsThere(StoreIndexSerialiser* inner, SORTEDSTOREINDEXTYPE* index,
                      const IndexRead& read, const FolderScans& scans) {
@@ -36,6 +47,7 @@ void ReadWhatIsThere(StoreIndexSerialiser* inner, SORTEDSTOREINDEXTYPE* index,
     whole.useChangeFlag = whole.forceRescan = false;
     whole.quiet = true;
     if (StoreIndexSerialiser::Deserialise(inner, index, whole, scans) != kNotLoaded) return;
+    if (ReadBackup(inner, index, whole, scans)) return;
     inner->DiscardCorruptIndex(read.path);
   }
   if (!read.append) index->ResetToEmpty();

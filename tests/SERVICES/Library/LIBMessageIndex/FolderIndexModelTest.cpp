@@ -137,6 +137,7 @@ TEST_F(Model, AChangeThatIsCutShortLosesNoMessage) {
     for (const char* name : {"a.MAI", "b.MAI", "c.MAI"}) Deliver(name, name);
     Items("ID", true);
     ASSERT_EQ(SetInFolderIndex(folder_, "c.MAI", "FLAGSTATUS", "\\SEEN"), IndexChange::kDone);
+    Clock().Advance(371LL * 60 * 1000);
     Items();  // keeps the backup
     Deliver("n.MAI", "n.MAI");
   };
