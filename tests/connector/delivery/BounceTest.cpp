@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <ctime>
 #include <filesystem>
 #include <regex>
 #include <string>
@@ -140,8 +141,10 @@ TEST_F(BounceTest, TheFromAddressFollowsTheSender) {
 TEST_F(BounceTest, ThePlainFormIsOneTextWithTheOriginal) {
   WriteMessage("Subject: one\n\n" + std::string(5000, 'x') + "\n\r\nlast");
   setenv("TZ", "XYZ-2", 1);
+  tzset();
   EXPECT_EQ(GenerateNDR(message_, "[SMTP:who@b.example]", "It is so."), 1);
   unsetenv("TZ");
+  tzset();
   const std::string id = fs::path(Only(Directory() / "SF/Inbound")).filename();
   EXPECT_TRUE(std::regex_match(id, std::regex("[0-9A-F]{32}\\.MAI"))) << id;
   const std::string date = "Wed, 15 Nov 2023 00:13:20 +0200";
