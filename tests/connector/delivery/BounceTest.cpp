@@ -23,6 +23,9 @@ namespace fs = std::filesystem;
 using test::ReadBytes;
 using test::WriteBytes;
 
+// A program looks once whether the debugger channel is wanted, at its first line.
+[[maybe_unused]] const int kChannelWanted = setenv("CORVANE_DEBUG_CHANNEL", "1", 1);
+
 constexpr const char* kName = "0123456789ABCDEF0123456789ABCDEF.MAI";
 constexpr const char* kMessage = "From: x\r\nSubject: one\r\n two\r\n\r\nbody\r\n";
 
@@ -167,13 +170,11 @@ TEST_F(BounceTest, ThePlainFormIsOneTextWithTheOriginal) {
 }
 
 TEST_F(BounceTest, TheLogTellsItsStepsInTheirOrder) {
-  setenv("CORVANE_DEBUG_CHANNEL", "1", 1);
   Set("Debug Enabled", 3, "CONNECTORS\\SF");
   SetText(message_.Sender, "[SMTP:nobody]");
   testing::internal::CaptureStderr();
   EXPECT_EQ(Bounce(), 1);
   const std::string told = testing::internal::GetCapturedStderr();
-  unsetenv("CORVANE_DEBUG_CHANNEL");
   const std::string id = fs::path(Only(Directory() / "SF/Inbound")).filename();
   std::size_t at = 0;
   for (const std::string& line :
