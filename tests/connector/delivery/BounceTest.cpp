@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <ctime>
 #include <filesystem>
 #include <regex>
 #include <string>
@@ -21,6 +22,9 @@ namespace {
 namespace fs = std::filesystem;
 using test::ReadBytes;
 using test::WriteBytes;
+
+// A program looks once whether the debugger channel is wanted, at its first line.
+[[maybe_unused]] const int kChannelWanted = setenv("CORVANE_DEBUG_CHANNEL", "1", 1);
 
 constexpr const char* kName = "0123456789ABCDEF0123456789ABCDEF.MAI";
 constexpr const char* kMessage = "From: x\r\nSubject: one\r\n two\r\n\r\nbody\r\n";
@@ -140,8 +144,10 @@ TEST_F(BounceTest, TheFromAddressFollowsTheSender) {
 TEST_F(BounceTest, ThePlainFormIsOneTextWithTheOriginal) {
   WriteMessage("Subject: one\n\n" + std::string(5000, 'x') + "\n\r\nlast");
   setenv("TZ", "XYZ-2", 1);
+  tzset();
   EXPECT_EQ(GenerateNDR(message_, "[SMTP:who@b.example]", "It is so."), 1);
   unsetenv("TZ");
+  tzset();
   const std::string id = fs::path(Only(Directory() / "SF/Inbound")).filename();
   EXPECT_TRUE(std::regex_match(id, std::regex("[0-9A-F]{32}\\.MAI"))) << id;
   const std::string date = "Wed, 15 Nov 2023 00:13:20 +0200";
@@ -164,13 +170,11 @@ TEST_F(BounceTest, ThePlainFormIsOneTextWithTheOriginal) {
 }
 
 TEST_F(BounceTest, TheLogTellsItsStepsInTheirOrder) {
-  setenv("CORVANE_DEBUG_CHANNEL", "1", 1);
   Set("Debug Enabled", 3, "CONNECTORS\\SF");
   SetText(message_.Sender, "[SMTP:nobody]");
   testing::internal::CaptureStderr();
   EXPECT_EQ(Bounce(), 1);
   const std::string told = testing::internal::GetCapturedStderr();
-  unsetenv("CORVANE_DEBUG_CHANNEL");
   const std::string id = fs::path(Only(Directory() / "SF/Inbound")).filename();
   std::size_t at = 0;
   for (const std::string& line :

@@ -18,6 +18,9 @@ namespace fs = std::filesystem;
 using test::ReadBytes;
 using test::WriteBytes;
 
+// A program looks once whether the debugger channel is wanted, at its first line.
+[[maybe_unused]] const int kChannelWanted = setenv("CORVANE_DEBUG_CHANNEL", "1", 1);
+
 constexpr const char* kName = "0123456789ABCDEF0123456789ABCDEF.MAI";
 
 class InboundQueueTest : public test::SettingsFixture {
@@ -131,7 +134,6 @@ TEST_F(InboundQueueTest, ResetPutsBackWhatIsNotUndelivered) {
 }
 
 TEST_F(InboundQueueTest, TheLogTellsWhatWasReset) {
-  setenv("CORVANE_DEBUG_CHANNEL", "1", 1);
   Set("Debug Enabled", 3, "CONNECTORS\\SF");
   const auto told = [&](std::int32_t flag) {
     testing::internal::CaptureStderr();
@@ -148,7 +150,6 @@ TEST_F(InboundQueueTest, TheLogTellsWhatWasReset) {
   EXPECT_EQ(told(1),
             "Resetting messages in inbound queue for SF\n"
             "Reset 1 messages out of 2 in inbound queue for SF\n");
-  unsetenv("CORVANE_DEBUG_CHANNEL");
 }
 
 struct HeaderCase {

@@ -28,6 +28,9 @@ namespace fs = std::filesystem;
 using test::ReadBytes;
 using test::WriteBytes;
 
+// A program looks once whether the debugger channel is wanted, at its first line.
+[[maybe_unused]] const int kChannelWanted = setenv("CORVANE_DEBUG_CHANNEL", "1", 1);
+
 class BlockFileTest : public test::SettingsFixture {
  protected:
   [[nodiscard]] std::string Path(const char* name = "_activity.blk") const {
@@ -93,7 +96,6 @@ TEST_F(BlockFileTest, AHolderWhoKeepsItOpenIsNotForced) {
 }
 
 TEST_F(BlockFileTest, TheLogTellsHowAWaitGoes) {
-  setenv("CORVANE_DEBUG_CHANNEL", "1", 1);
   Set("Debug Enabled", 3, "CONNECTORS\\SF");
   const std::string prefix = "[Thread:" + std::to_string(platform::CurrentThreadId()) + "] ";
   const std::string timedOut =
@@ -117,7 +119,6 @@ TEST_F(BlockFileTest, TheLogTellsHowAWaitGoes) {
             timedOut + prefix + "Error: Activity file (" + Path() +
                 ") access could not be obtained within threshold of 5 seconds. Giving up.  File "
                 "locked by [HOST program 17].\n");
-  unsetenv("CORVANE_DEBUG_CHANNEL");
 }
 
 struct HeardEvent {
