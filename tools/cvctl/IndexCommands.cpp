@@ -105,7 +105,8 @@ void Check(const Arguments& arguments) {
 std::unique_ptr<Progress> scanBar;
 
 void ShowScan(std::size_t done, std::size_t all) {
-  if (!scanBar) scanBar = std::make_unique<Progress>("reading", all / std::max<std::size_t>(done, 1));
+  if (!scanBar)
+    scanBar = std::make_unique<Progress>("reading", all / std::max<std::size_t>(done, 1));
   scanBar->Step();
 }
 
@@ -183,8 +184,7 @@ void Set(const Arguments& arguments) {
 }
 
 void AddClassOption(CLI::App* command, Arguments* arguments) {
-  command->add_option("--class", arguments->messageClass,
-                      "0 messages, 1 contacts, 54 groups (0)");
+  command->add_option("--class", arguments->messageClass, "0 messages, 1 contacts, 54 groups (0)");
 }
 
 }  // namespace

@@ -12,8 +12,8 @@ constexpr std::string_view kText =
 }  // namespace
 
 void MarkFolderForScan(const std::string& folder) {
-  static_cast<void>(platform::WriteWholeFile(folder + "\\_CHANGE.DTY", kText, true,
-                                             platform::Durability::kNone));
+  static_cast<void>(
+      platform::WriteWholeFile(folder + "\\_CHANGE.DTY", kText, true, platform::Durability::kNone));
 }
 
 }  // namespace corvane

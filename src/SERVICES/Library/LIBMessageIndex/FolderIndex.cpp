@@ -54,8 +54,7 @@ bool Insert(FolderChange* change, const std::string& folder, const platform::Fou
   std::uint32_t uidCounter = index.GetLastUID();
   const std::uint32_t brand =
       settings::Get(settings::kUidBrandingEnabled) == 0 ? 0 : FolderBrand(folder);
-  return IndexNewFile(&index, folder, file, !knowsItems, brand, &uidCounter) == 1 &&
-         change->Save();
+  return IndexNewFile(&index, folder, file, !knowsItems, brand, &uidCounter) == 1 && change->Save();
 }
 
 }  // namespace

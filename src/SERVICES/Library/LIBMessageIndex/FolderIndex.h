@@ -18,7 +18,7 @@ namespace corvane {
 std::int32_t InsertIntoFolderIndex(const std::string& folder, const std::string& item);
 
 enum class IndexChange : std::int32_t {
-  kFailed = 0,    // the index can't be locked, read or written
+  kFailed = 0,  // the index can't be locked, read or written
   kDone = 1,
   kNotThere = 2,  // no such item
 };

@@ -39,15 +39,12 @@ char LowerCase(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A'
 
 bool NameBefore(const platform::FoundFile& a, const platform::FoundFile& b) {
   return std::lexicographical_compare(
-      a.name.begin(), a.name.end(), b.name.begin(), b.name.end(),
-      [](char x, char y) {
+      a.name.begin(), a.name.end(), b.name.begin(), b.name.end(), [](char x, char y) {
         return static_cast<unsigned char>(LowerCase(x)) < static_cast<unsigned char>(LowerCase(y));
       });
 }
 
-bool IsMessageName(std::string_view name) {
-  return name.front() != '_' && name.front() != '.';
-}
+bool IsMessageName(std::string_view name) { return name.front() != '_' && name.front() != '.'; }
 
 // One scan of one folder.
 class FolderScan {
@@ -106,9 +103,8 @@ class FolderScan {
     char bytes[kSocketBytes];
     const std::int64_t got = socket_->Receive(bytes, sizeof bytes);
     if (got > 0 || (got < 0 && platform::LastError() == platform::kErrorWouldBlock)) return false;
-    LogDebugF(
-        "Socket: %ld was disconnected while re-indexing folder. Reindexing aborted.\n",
-        static_cast<long>(socket_->Handle()));
+    LogDebugF("Socket: %ld was disconnected while re-indexing folder. Reindexing aborted.\n",
+              static_cast<long>(socket_->Handle()));
     return true;
   }
 
@@ -143,8 +139,8 @@ class FolderScan {
     static_cast<void>(platform::WriteWholeFile(folder_ + "\\_DIRSIZE.TMP",
                                                std::to_string(totalSize_ / kBytesInKb), true,
                                                platform::Durability::kNone));
-    const bool saved = (!isNew_ && !index_->NeedsSave()) || (index_->Save(folder_, kClassMail, true) &&
-                                        index_->LastSaveWorked());
+    const bool saved = (!isNew_ && !index_->NeedsSave()) ||
+                       (index_->Save(folder_, kClassMail, true) && index_->LastSaveWorked());
     if (saved) AnswerChangeFlag();
     FolderDetails details;
     if (index_->GetFolderDetails(&details)) {
@@ -235,11 +231,11 @@ std::int32_t ScanFoldersOrdered(SORTEDSTOREINDEXTYPE* index, const std::string& 
   platform::File handle;
   if (locks && WaitForAccessToIndexFileEx(block, lockMode, &handle) != 1) return 1;
   std::int32_t result = 1;
-  static_cast<void>(EndException(
-      [&] { result = ScanLocked(index, folder, clearRecent, socket, recover); },
-      [](const ExceptionDetails& details) {
-        ReportException(FormatExceptionReport("ScanFoldersOrdered", CV_HERE, details));
-      }));
+  static_cast<void>(
+      EndException([&] { result = ScanLocked(index, folder, clearRecent, socket, recover); },
+                   [](const ExceptionDetails& details) {
+                     ReportException(FormatExceptionReport("ScanFoldersOrdered", CV_HERE, details));
+                   }));
   if (locks) UnBlockIndexFileAccessEx(block, 1, &handle);
   return result;
 }

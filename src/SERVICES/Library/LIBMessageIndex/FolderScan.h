@@ -39,8 +39,8 @@ std::int32_t ScanFoldersEx(StoreIndex* store, bool clearRecent, platform::Client
 // The scan of an index that is loaded already; the state after it. The caller holds the lock.
 std::int32_t ScanLoadedFolder(SORTEDSTOREINDEXTYPE* index, const std::string& folder);
 
-// How far a scan has come, for a tool that shows it: files done and files in all. Null for none. Not
-// while a scan runs.
+// How far a scan has come, for a tool that shows it: files done and files in all. Null for none.
+// Not while a scan runs.
 using ScanProgress = void (*)(std::size_t done, std::size_t all);
 void SetScanProgress(ScanProgress progress);
 

@@ -30,9 +30,9 @@ inline constexpr std::int32_t kAllProperties = 4;
 struct IndexRead {
   std::string path;  // of the folder
   std::int32_t messageClass = kClassMail;
-  std::string keyFilter;     // comma-separated IDs; empty or "*" for all
+  std::string keyFilter;  // comma-separated IDs; empty or "*" for all
   std::int32_t level = kAllProperties;
-  bool append = false;       // to what the index holds already
+  bool append = false;           // to what the index holds already
   std::int32_t verifyFiles = 0;  // 1 drops items without a file
   bool useChangeFlag = false;    // a folder marked as changed is scanned
   bool forceRescan = false;      // it is scanned in any case

@@ -49,8 +49,8 @@ void SORTEDSTOREINDEXTYPE::GetItemsByUID(ItemList* list, std::uint32_t* first, s
   }
 }
 
-void SORTEDSTOREINDEXTYPE::GetItemsBySequence(ItemList* list, std::int64_t first,
-                                              std::int64_t last, bool clone) {
+void SORTEDSTOREINDEXTYPE::GetItemsBySequence(ItemList* list, std::int64_t first, std::int64_t last,
+                                              bool clone) {
   list->Begin(clone);
   if (!EnsureLoaded(kAllProperties)) return;
   const auto count = static_cast<std::int64_t>(Sequence.size());
@@ -82,8 +82,8 @@ bool SORTEDSTOREINDEXTYPE::GetFolderDetails(FolderDetails* details) {
         counted = true;
       },
       [](const ExceptionDetails& failure) {
-        ReportException(FormatExceptionReport("SORTEDSTOREINDEXTYPE::GetFolderDetails", CV_HERE,
-                                              failure));
+        ReportException(
+            FormatExceptionReport("SORTEDSTOREINDEXTYPE::GetFolderDetails", CV_HERE, failure));
       }));
   return counted;
 }

@@ -200,16 +200,15 @@ bool SORTEDSTOREINDEXTYPE::LoadOne(const IndexLoad& load, bool append) {
   const bool locks = !load.alreadyLocked;
   if (locks && (load.store == nullptr || !LockFolderIndex(load.store, load.path))) return false;
   KeyFilter = load.keyFilter;
-  LoadState = files_->Read(
-      this, {.path = load.path,
-             .messageClass = load.messageClass,
-             .keyFilter = load.keyFilter,
-             .level = load.level,
-             .append = append,
-             .verifyFiles = load.verifyFiles,
-             .useChangeFlag = load.useChangeFlag,
-             .forceRescan = load.forceRescan,
-             .quiet = !load.recover});
+  LoadState = files_->Read(this, {.path = load.path,
+                                  .messageClass = load.messageClass,
+                                  .keyFilter = load.keyFilter,
+                                  .level = load.level,
+                                  .append = append,
+                                  .verifyFiles = load.verifyFiles,
+                                  .useChangeFlag = load.useChangeFlag,
+                                  .forceRescan = load.forceRescan,
+                                  .quiet = !load.recover});
   if (locks) UnlockFolderIndex(load.store, load.path);
   return LoadState >= load.level;
 }

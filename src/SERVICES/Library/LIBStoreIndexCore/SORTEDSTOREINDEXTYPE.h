@@ -130,9 +130,7 @@ class SORTEDSTOREINDEXTYPE final : public IndexItemOwner {
   friend class IndexCompletion;
 
   bool LoadOne(const IndexLoad& load, bool append);
-  [[nodiscard]] bool HasPendingChanges() const {
-    return FirstModifiedUID != 0 || !Removed.empty();
-  }
+  [[nodiscard]] bool HasPendingChanges() const { return FirstModifiedUID != 0 || !Removed.empty(); }
   void EraseUID(IndexItemPropertyContainer* item);
   bool WriteChanges(const std::string& path, std::int32_t messageClass);
 

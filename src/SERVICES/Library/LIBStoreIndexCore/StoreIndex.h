@@ -17,7 +17,7 @@ struct StoreIndex {
 
   SORTEDSTOREINDEXTYPE Index;
   IndexItem CurrentItem;
-  std::string FolderPath;     // set by each load
+  std::string FolderPath;      // set by each load
   platform::File BlockHandle;  // of _index.blk while the lock is held
   FolderDetails Details;
 };

@@ -20,16 +20,15 @@ std::int32_t FolderIndexFiles::Write(SORTEDSTOREINDEXTYPE* index, const std::str
   }
   const auto serialiser = SelectSerialiser();
   // What can't be written in part must be in memory whole.
-  const bool incomplete = serialiser->RequiresFullLoad() && index->IsPartial() &&
-                          IndexFileExists(path, messageClass);
+  const bool incomplete =
+      serialiser->RequiresFullLoad() && index->IsPartial() && IndexFileExists(path, messageClass);
   if (incomplete && !index->CompleteFromFile(path, messageClass)) return 0;
   return StoreIndexSerialiser::Serialise(serialiser.get(), index, path, messageClass);
 }
 
 bool FolderIndexFiles::WriterNeedsAll() const { return SelectSerialiser()->RequiresFullLoad(); }
 
-std::int64_t FolderIndexFiles::FileTime(const std::string& path,
-                                        std::int32_t messageClass) const {
+std::int64_t FolderIndexFiles::FileTime(const std::string& path, std::int32_t messageClass) const {
   return IndexFileTime(path, messageClass);
 }
 

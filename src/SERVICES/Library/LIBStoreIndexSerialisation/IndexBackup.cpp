@@ -32,18 +32,17 @@ bool CopyOver(const std::string& from, const std::string& to) {
 
 bool IndexBackupExists(const std::string& folder) {
   bool exists = false;
-  static_cast<void>(
-      EndException([&] { exists = platform::FileExists(BackupOf(folder)); },
-                   [](const ExceptionDetails& details) {
-                     ReportException(FormatExceptionReport("IndexXMLBackupExists", CV_HERE, details));
-                   }));
+  static_cast<void>(EndException([&] { exists = platform::FileExists(BackupOf(folder)); },
+                                 [](const ExceptionDetails& details) {
+                                   ReportException(FormatExceptionReport("IndexXMLBackupExists",
+                                                                         CV_HERE, details));
+                                 }));
   return exists;
 }
 
 std::int64_t MinutesOfSpan(std::int64_t seconds) {
   const platform::LocalTime date = platform::ToUtc(seconds - kSecondsFrom1601To1970);
-  const std::int64_t days =
-      (date.year - kFirstYear) * 365 + (date.month - 1) * 30 + date.day - 1;
+  const std::int64_t days = (date.year - kFirstYear) * 365 + (date.month - 1) * 30 + date.day - 1;
   return days * 1440 + date.hour * 60 + date.minute;
 }
 
@@ -79,12 +78,11 @@ bool DiscardIndex(const std::string& folder) {
 }
 
 void DeleteIndexBackup(const std::string& folder) {
-  static_cast<void>(
-      EndException([&] { DeleteWithRetry(BackupOf(folder), 1, kDeleteTries); },
-                   [](const ExceptionDetails& details) {
-                     ReportException(FormatExceptionReport("IndexXMLDeleteBackupSerialisation",
-                                                           CV_HERE, details));
-                   }));
+  static_cast<void>(EndException([&] { DeleteWithRetry(BackupOf(folder), 1, kDeleteTries); },
+                                 [](const ExceptionDetails& details) {
+                                   ReportException(FormatExceptionReport(
+                                       "IndexXMLDeleteBackupSerialisation", CV_HERE, details));
+                                 }));
 }
 
 }  // namespace corvane

@@ -2,9 +2,8 @@
 // failures.
 #pragma once
 
-#include <string>
-
 #include <pugixml.hpp>
+#include <string>
 
 namespace corvane {
 

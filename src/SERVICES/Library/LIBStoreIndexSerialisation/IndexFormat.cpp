@@ -48,8 +48,12 @@ void AppendReference(std::string* out, std::uint32_t number) {
 std::size_t ReadUtf8(std::string_view text, std::uint32_t* character) {
   const auto byte = [text](std::size_t at) { return static_cast<unsigned char>(text[at]); };
   const unsigned char lead = byte(0);
-  const std::size_t length = lead < 0x80 ? 1 : lead < 0xC2 ? 0 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3
-                             : lead < 0xF5 ? 4 : 0;
+  const std::size_t length = lead < 0x80   ? 1
+                             : lead < 0xC2 ? 0
+                             : lead < 0xE0 ? 2
+                             : lead < 0xF0 ? 3
+                             : lead < 0xF5 ? 4
+                                           : 0;
   if (length == 0 || length > text.size()) return 0;
   std::uint32_t value = length == 1 ? lead : lead & (0xFFU >> (length + 1));
   for (std::size_t i = 1; i < length; ++i) {
@@ -120,8 +124,7 @@ std::string DecodeReferences(std::string_view text) {
     }
     text.remove_prefix(length);
     std::uint32_t low = 0;
-    const std::size_t second =
-        number >= 0xD800 && number < 0xDC00 ? ReadReference(text, &low) : 0;
+    const std::size_t second = number >= 0xD800 && number < 0xDC00 ? ReadReference(text, &low) : 0;
     if (second != 0 && low >= 0xDC00 && low < 0xE000) {
       AppendUtf8(&out, 0x10000 + ((number - 0xD800) << 10) + (low - 0xDC00));
       text.remove_prefix(second);

@@ -90,8 +90,8 @@ class IndexCheck {
     std::uint64_t end = indexformat::kHeaderSize;
     for (const IndexItemPropertyContainer* item : index_.Sequence) {
       const std::uint64_t begin = item->GetOffset();
-      const std::string head = indexformat::ElementHead(item->TextView(kPropertyID),
-                                                        item->GetText(kPropertyUID));
+      const std::string head =
+          indexformat::ElementHead(item->TextView(kPropertyID), item->GetText(kPropertyUID));
       const std::uint64_t itemEnd = begin + item->GetLength();
       const auto tail = indexformat::kElementEnd;
       if (begin < end || bytesAt(begin, head.size()) != head ||

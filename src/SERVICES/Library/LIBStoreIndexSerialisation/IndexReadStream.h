@@ -19,8 +19,8 @@ class IndexReadStream {
   IndexReadStream(platform::File* file, std::size_t blockSize);
 
   struct Piece {
-    std::string_view text;   // before the tag
-    std::string_view tag;    // without "<" and ">", cut at kLongestTag bytes; the rest is text then
+    std::string_view text;  // before the tag
+    std::string_view tag;   // without "<" and ">", cut at kLongestTag bytes; the rest is text then
     std::uint64_t tagOffset = 0;  // of the "<"
   };
   // False at the end of the file, and where it ends within a tag.

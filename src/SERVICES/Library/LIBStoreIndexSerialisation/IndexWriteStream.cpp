@@ -14,9 +14,8 @@ constexpr std::uint64_t kTrailerSearch = 31;
 
 void IndexWriteStream::Check(bool worked, const char* function, int line) {
   if (worked) return;
-  ReportIndex("Warning. Read/write error on index file (" +
-              std::string(failed_ ? "bad" : "fail") + "). Function: " + function +
-              ", Module Line: " + std::to_string(line));
+  ReportIndex("Warning. Read/write error on index file (" + std::string(failed_ ? "bad" : "fail") +
+              "). Function: " + function + ", Module Line: " + std::to_string(line));
   failed_ = true;
 }
 

@@ -77,8 +77,8 @@ class DocumentReader {
     const indexformat::LastUid lastUid = indexformat::ParseLastUid(attribute.value());
     std::uint32_t value = lastUid.value;
     if (!attribute) {
-      value = static_cast<std::uint32_t>(
-          std::distance(root.children().begin(), root.children().end()));
+      value =
+          static_cast<std::uint32_t>(std::distance(root.children().begin(), root.children().end()));
     }
     index_->LastUID = append ? std::max(index_->LastUID, value) : value;
     index_->FileLastUID = value;

@@ -35,8 +35,7 @@ class LoadFrame {
 
   void RefreshBackup() {
     if (!UsesBackup()) return;
-    const auto interval =
-        static_cast<std::int64_t>(settings::Get(settings::kBackupIndexInterval));
+    const auto interval = static_cast<std::int64_t>(settings::Get(settings::kBackupIndexInterval));
     if (!serialiser_->IndexXMLBackupExists(read_.path) ||
         serialiser_->IndexXMLBackupAge(read_.path) > interval) {
       serialiser_->CreateSerialisationBackup(read_.path);
@@ -79,29 +78,26 @@ class LoadFrame {
 }  // namespace
 
 std::int32_t StoreIndexSerialiser::Deserialise(StoreIndexSerialiser* serialiser,
-                                               SORTEDSTOREINDEXTYPE* index,
-                                               const IndexRead& read, const FolderScans& scans) {
+                                               SORTEDSTOREINDEXTYPE* index, const IndexRead& read,
+                                               const FolderScans& scans) {
   std::int32_t state = kNotLoaded;
-  static_cast<void>(EndException(
-      [&] { state = LoadFrame(serialiser, index, read, scans).Run(); },
-      [](const ExceptionDetails& details) {
-        ReportException(
-            FormatExceptionReport("StoreIndexSerialiser::Deserialise", CV_HERE, details));
-      }));
+  static_cast<void>(EndException([&] { state = LoadFrame(serialiser, index, read, scans).Run(); },
+                                 [](const ExceptionDetails& details) {
+                                   ReportException(FormatExceptionReport(
+                                       "StoreIndexSerialiser::Deserialise", CV_HERE, details));
+                                 }));
   return state;
 }
 
 std::int32_t StoreIndexSerialiser::Serialise(StoreIndexSerialiser* serialiser,
-                                             SORTEDSTOREINDEXTYPE* index,
-                                             const std::string& folder,
+                                             SORTEDSTOREINDEXTYPE* index, const std::string& folder,
                                              std::int32_t messageClass) {
   std::int32_t written = 0;
-  static_cast<void>(
-      EndException([&] { written = serialiser->SerialiseHook(index, folder, messageClass); },
-                   [](const ExceptionDetails& details) {
-                     ReportException(
-                         FormatExceptionReport("StoreIndexSerialiser::Serialise", CV_HERE, details));
-                   }));
+  static_cast<void>(EndException(
+      [&] { written = serialiser->SerialiseHook(index, folder, messageClass); },
+      [](const ExceptionDetails& details) {
+        ReportException(FormatExceptionReport("StoreIndexSerialiser::Serialise", CV_HERE, details));
+      }));
   return written;
 }
 

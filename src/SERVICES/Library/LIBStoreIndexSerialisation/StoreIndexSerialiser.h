@@ -15,8 +15,8 @@
 namespace corvane {
 
 // The scans of a folder's files, which lie above this library: they add the files that the index
-// lacks, refresh what has changed, write the index and answer _CHANGE.DTY. The index is loaded whole
-// or empty; the state after it, 0 when it failed.
+// lacks, refresh what has changed, write the index and answer _CHANGE.DTY. The index is loaded
+// whole or empty; the state after it, 0 when it failed.
 struct FolderScans {
   std::int32_t (*mail)(SORTEDSTOREINDEXTYPE* index, const std::string& folder) = nullptr;
   std::int32_t (*contacts)(SORTEDSTOREINDEXTYPE* index, const std::string& folder) = nullptr;
@@ -49,8 +49,9 @@ class StoreIndexSerialiser {
   [[nodiscard]] virtual std::int64_t IndexXMLBackupAge(const std::string& /*folder*/) { return 0; }
   virtual void IndexXMLDeleteBackupSerialisation(const std::string& /*folder*/) {}
 
-  // DeserialiseHook with what every load has around it: the backup is kept fresh and, where the file
-  // can't be read, put back and brought up to date by `scans`. The state reached, also in the index.
+  // DeserialiseHook with what every load has around it: the backup is kept fresh and, where the
+  // file can't be read, put back and brought up to date by `scans`. The state reached, also in the
+  // index.
   static std::int32_t Deserialise(StoreIndexSerialiser* serialiser, SORTEDSTOREINDEXTYPE* index,
                                   const IndexRead& read, const FolderScans& scans);
   // SerialiseHook inside the report of exceptions; 0 after one.

@@ -47,10 +47,11 @@ class StreamRead {
     const std::int32_t state = Read();
     index_->FileInSync = state != kNotLoaded;
     const long elapsed = static_cast<long>(platform::CurrentClock().Monotonic() - started);
-    LogDebugF("[Thread:%ld]StreamXMLStoreIndexSerialiser::DeserialiseHook Elapse: %ld, Item= %s, "
-              "Count=%ld, Instance=%ld\n",
-              static_cast<long>(platform::CurrentThreadId()), elapsed, path_.c_str(),
-              static_cast<long>(index_->ItemCount()), static_cast<long>(secondsWaited_));
+    LogDebugF(
+        "[Thread:%ld]StreamXMLStoreIndexSerialiser::DeserialiseHook Elapse: %ld, Item= %s, "
+        "Count=%ld, Instance=%ld\n",
+        static_cast<long>(platform::CurrentThreadId()), elapsed, path_.c_str(),
+        static_cast<long>(index_->ItemCount()), static_cast<long>(secondsWaited_));
     return state;
   }
 

@@ -63,6 +63,9 @@ StreamIndexParser::StreamIndexParser(SORTEDSTOREINDEXTYPE* index, platform::File
       keys_(keys),
       files_(std::move(folder), false),
       garbageThreshold_(settings::Get(settings::kIndexGarbageCollectionThreshold)),
+      ownNames_(settings::Get(settings::kIndexUsesLocalProperties) != 0
+                    ? std::optional(CloneGlobalPropertyMap())
+                    : std::nullopt),
       idxId_(FindProperty(nullptr, "IDX")),
       sequenceId_(FindProperty(nullptr, "SEQ")),
       names_(1),
@@ -185,8 +188,7 @@ bool StreamIndexParser::TakeAttributes(std::string_view tag) {
       batch_.AddText(kPropertyID, attribute.value);
     } else if (attribute.name == "UID") {
       batch_.AddNumber(kPropertyUID, NumberOfText(attribute.value));
-    } else if (const PropertyId id = FindProperty(nullptr, attribute.name);
-               id.Type == kPropertyNumber) {
+    } else if (const PropertyId id = Lookup(attribute.name); id.Type == kPropertyNumber) {
       batch_.AddNumber(id, NumberOfText(attribute.value));
     } else {
       batch_.AddText(id, attribute.value);
@@ -215,7 +217,8 @@ bool StreamIndexParser::Admits(const Attribute& attribute) {
 }
 
 void StreamIndexParser::EndElement() {
-  if (!inElement_) Fail("Encountered element end tag before encountering a matching element start tag");
+  if (!inElement_)
+    Fail("Encountered element end tag before encountering a matching element start tag");
   inElement_ = false;
   if (!hasItem_) return;
   hasItem_ = false;
@@ -232,12 +235,16 @@ void StreamIndexParser::EndElement() {
   static_cast<void>(item.release());
 }
 
+PropertyId StreamIndexParser::Lookup(std::string_view name) {
+  return FindProperty(ownNames_ ? &*ownNames_ : nullptr, name);
+}
+
 // The names of an element mostly come in the order of the one before.
 std::size_t StreamIndexParser::PlaceOfName(std::string_view name) {
   const std::size_t expected = names_[previousName_].next;
   if (expected != 0 && names_[expected].name == name) return expected;
   const auto [entry, isNew] = nameAt_.try_emplace(std::string(name), names_.size());
-  if (isNew) names_.push_back({std::string(name), FindProperty(nullptr, name)});
+  if (isNew) names_.push_back({std::string(name), Lookup(name)});
   names_[previousName_].next = entry->second;
   return entry->second;
 }

@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -58,6 +59,7 @@ class StreamIndexParser {
   void EndElement();
   void StartProperty(std::string_view tag);
   void EndProperty(std::string_view name, std::string_view text);
+  [[nodiscard]] PropertyId Lookup(std::string_view name);
   [[nodiscard]] std::size_t PlaceOfName(std::string_view name);
   void ForgetFilter();
   [[nodiscard]] bool ReadsAll() const { return level_ == kAllProperties && keys_->empty(); }
@@ -80,6 +82,7 @@ class StreamIndexParser {
   IndexKeySet* keys_;
   FolderNames files_;
   const std::uint32_t garbageThreshold_;
+  std::optional<PropertyMap> ownNames_;  // a copy, so that a look-up takes no lock
   const PropertyId idxId_;
   const PropertyId sequenceId_;
 

@@ -68,8 +68,7 @@ bool StreamSave::CheckFile() {
     index_->MarkFullRewrite();
     return true;
   }
-  const std::int64_t time =
-      info->lastWriteTime * kNanosecondsInSecond + info->lastWriteNanoseconds;
+  const std::int64_t time = info->lastWriteTime * kNanosecondsInSecond + info->lastWriteNanoseconds;
   if (time == index_->FileTime && info->size == index_->FileSize) return true;
   if (index_->IsPartial()) {
     LogAndReportIndex("Index file modified since load (" + path_ +
@@ -95,12 +94,12 @@ void StreamSave::TellOfChanges(std::int64_t timeNow, std::uint64_t sizeNow) {
 
 void StreamSave::TellParameters() {
   if (settings::Get(settings::kDebugIndexSaves) == 0) return;
-  LogAndReportIndex(platform::FormatText(
-      "SerialiseHook:: Folder: %s. Params: FullRewriteRequired =%d, "
-      "Index->FirstModifiedUID=%" PRIu32 ", LoadState = %d, IsFiltered = %d, "
-      "IsFieldFiltered = 0.\n",
-      folder_.c_str(), index_->FullRewrite ? 1 : 0, index_->FirstModifiedUID,
-      static_cast<int>(index_->LoadState), index_->IsFiltered() ? 1 : 0));
+  LogAndReportIndex(
+      platform::FormatText("SerialiseHook:: Folder: %s. Params: FullRewriteRequired =%d, "
+                           "Index->FirstModifiedUID=%" PRIu32 ", LoadState = %d, IsFiltered = %d, "
+                           "IsFieldFiltered = 0.\n",
+                           folder_.c_str(), index_->FullRewrite ? 1 : 0, index_->FirstModifiedUID,
+                           static_cast<int>(index_->LoadState), index_->IsFiltered() ? 1 : 0));
 }
 
 bool StreamSave::NothingChanged() const {
@@ -160,8 +159,8 @@ std::int32_t StreamSave::SaveInPlace() {
   const Start start = writes ? FindStart() : Start{};
   // Behind a file that was cut short nothing may be added.
   const bool hasEnd = !start.isNew || trailer_ != info->size;
-  const bool sound = RemovedAreInPlace() &&
-                     (!writes || (start.item != nullptr && hasEnd && GapsAreSound(start)));
+  const bool sound =
+      RemovedAreInPlace() && (!writes || (start.item != nullptr && hasEnd && GapsAreSound(start)));
   if (!sound) {
     stream_.reset();
     positions_.reset();

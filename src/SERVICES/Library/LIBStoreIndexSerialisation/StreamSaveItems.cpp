@@ -18,9 +18,7 @@ constexpr std::uint64_t kLeastSoundGap = 11;
 
 std::string IdOf(const IndexItemPropertyContainer& item) { return item.GetText(kPropertyID); }
 
-std::string UidOf(const IndexItemPropertyContainer& item) {
-  return item.GetText(kPropertyUID);
-}
+std::string UidOf(const IndexItemPropertyContainer& item) { return item.GetText(kPropertyUID); }
 
 PropertyId NamedId(const char* name) { return FindProperty(nullptr, name); }
 
@@ -53,9 +51,8 @@ StreamSave::Start StreamSave::FindStart() {
   }
   if (positions_) positions_->Disable();
   // A new item in front of others takes the place of the first of them.
-  const auto behind = std::find_if(first, index_->ByUID.end(), [](const auto& entry) {
-    return entry.second->GetOffset() != 0;
-  });
+  const auto behind = std::find_if(
+      first, index_->ByUID.end(), [](const auto& entry) { return entry.second->GetOffset() != 0; });
   if (behind != index_->ByUID.end()) return {item, behind->second->GetOffset(), false};
   return {item, trailer_, true};
 }
@@ -125,8 +122,7 @@ void StreamSave::WriteItems(const Start& start) {
     }
     lastUid = uid;
     const auto following = std::next(entry);
-    WriteItemAndGap(&position, item,
-                    following == index_->ByUID.end() ? nullptr : following->second,
+    WriteItemAndGap(&position, item, following == index_->ByUID.end() ? nullptr : following->second,
                     item->GetOffset() == 0);
   }
   if (stream_->InPlace()) stream_->Seek(position);
@@ -156,8 +152,7 @@ void StreamSave::WriteItemAndGap(std::uint64_t* position, Item* item, const Item
 void StreamSave::NotePosition(const Item& item) {
   if (!positions_) return;
   const PropertyId sequence = NamedId("SEQ");
-  const std::uint32_t number =
-      item.GetNumber(item.Has(sequence) ? sequence : NamedId("IDX"));
+  const std::uint32_t number = item.GetNumber(item.Has(sequence) ? sequence : NamedId("IDX"));
   const std::uint64_t received =
       messageClass_ == kClassMail ? FileTimeOfDate(item.TextView(NamedId("RECEIVED"))) : 0;
   positions_->Set(number, {static_cast<std::uint32_t>(item.GetOffset()),
@@ -185,8 +180,7 @@ bool StreamSave::CutFile(std::uint64_t newEnd) {
 void StreamSave::TakeBackAppended(const Start& start, const std::string& oldTail) {
   for (Item* item : added_) item->SetOffset(0);
   if (file_.Seek(start.position) && file_.Write(oldTail) && file_.SetEndOfFile()) return;
-  LogAndReportIndex("Failed to serialise index: " + path_ +
-                    ". Its end could not be put back.\n");
+  LogAndReportIndex("Failed to serialise index: " + path_ + ". Its end could not be put back.\n");
 }
 
 }  // namespace corvane

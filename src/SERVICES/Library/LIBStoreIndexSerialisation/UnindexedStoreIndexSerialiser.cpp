@@ -71,16 +71,16 @@ std::int32_t ScanByClass(SORTEDSTOREINDEXTYPE* index, const IndexRead& read,
       if (!read.append) index->ResetToEmpty();
       return kAllProperties;
     default:
-      LogAndReportIndex("UnindexedStoreIndexSerialiser::DeserialiseHook called with invalid message "
-                        "class (" +
-                        std::to_string(read.messageClass) + ") for " + read.path);
+      LogAndReportIndex(
+          "UnindexedStoreIndexSerialiser::DeserialiseHook called with invalid message "
+          "class (" +
+          std::to_string(read.messageClass) + ") for " + read.path);
       return kNotLoaded;
   }
 }
 
 bool IsMail(std::int32_t messageClass) {
-  return messageClass == kClassMail || messageClass == kClassMail23 ||
-         messageClass == kClassMail25;
+  return messageClass == kClassMail || messageClass == kClassMail23 || messageClass == kClassMail25;
 }
 
 // A scan of mail has written the index and answered the flag itself.

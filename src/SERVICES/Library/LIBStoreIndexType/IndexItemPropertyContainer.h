@@ -94,7 +94,7 @@ class IndexItemPropertyContainer {
   IndexItemOwner* owner_ = nullptr;
   PropertyMap* dictionary_ = nullptr;
   ItemValues values_;
-  std::uint64_t offset_ = 0;   // of the element in the index file; 0 it isn't there yet
+  std::uint64_t offset_ = 0;  // of the element in the index file; 0 it isn't there yet
   std::uint32_t length_ = 0;  // from "<ELEMENT" to the end of "</ELEMENT>"
 };
 

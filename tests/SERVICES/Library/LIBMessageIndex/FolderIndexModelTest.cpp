@@ -130,8 +130,8 @@ TEST_F(Model, AChangeThatIsCutShortLosesNoMessage) {
   Set("Backup Index", 1U);
   Set("Index Write Cache Size", 16U);
   const auto prepare = [&] {
-    for (const char* name : {"_index.xml", "_index.xml.bak", "_index.xml.bad", "_index.blk",
-                             "_CHANGE.DTY", "n.MAI"}) {
+    for (const char* name :
+         {"_index.xml", "_index.xml.bak", "_index.xml.bad", "_index.blk", "_CHANGE.DTY", "n.MAI"}) {
       static_cast<void>(platform::DeleteFile(PathOf(name)));
     }
     for (const char* name : {"a.MAI", "b.MAI", "c.MAI"}) Deliver(name, name);
@@ -144,14 +144,17 @@ TEST_F(Model, AChangeThatIsCutShortLosesNoMessage) {
   using Change = void (*)(const std::string&);
   const std::pair<const char*, Change> kChanges[] = {
       {"insert", [](const std::string& f) { InsertIntoFolderIndex(f, "n.MAI"); }},
-      {"set", [](const std::string& f) {
+      {"set",
+       [](const std::string& f) {
          static_cast<void>(SetInFolderIndex(f, "a.MAI", "SUBJECT", std::string(90, 'x')));
        }},
-      {"remove", [](const std::string& f) {
+      {"remove",
+       [](const std::string& f) {
          std::size_t removed = 0;
          static_cast<void>(RemoveFromFolderIndex(f, {"b.MAI"}, &removed));
        }},
-      {"rebuild", [](const std::string& f) {
+      {"rebuild",
+       [](const std::string& f) {
          StoreIndex store(MessageIndexFiles());
          ScanFoldersOrdered(&store.Index, f, true, nullptr, 1, true);
        }},

@@ -47,7 +47,8 @@ class MailFolder : public SettingsFixture {
     if (!Open(&store, forceRescan)) return "unreadable";
     std::string items;
     for (const auto& [uid, item] : store.Index.ByUID) {
-      items += item->GetText("ID") + ":" + std::to_string(uid) + "=" + item->GetText(property) + " ";
+      items +=
+          item->GetText("ID") + ":" + std::to_string(uid) + "=" + item->GetText(property) + " ";
     }
     return items;
   }

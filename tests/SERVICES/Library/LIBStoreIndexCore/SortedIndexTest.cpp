@@ -75,11 +75,16 @@ TEST_F(SortedIndex, UidRangesAreThoseOfImap) {
     std::uint32_t firstAfter;
   };
   const Case kCases[] = {
-      {10, 20, "u10 u20 ", 10},        {11, 49, "u20 ", 11},
-      {kUidStar, 20, "u10 u20 ", kUidStar},  {100, kUidStar, "u50 ", 50},
-      {100, 0xFFFFFFFE, "u50 ", 50},   {100, 200, "", 100},
-      {20, 20, "u20 ", 20},            {15, 15, "", 15},
-      {30, 40, "", 30},                {1, kUidStar, "u10 u20 u50 ", 1},
+      {10, 20, "u10 u20 ", 10},
+      {11, 49, "u20 ", 11},
+      {kUidStar, 20, "u10 u20 ", kUidStar},
+      {100, kUidStar, "u50 ", 50},
+      {100, 0xFFFFFFFE, "u50 ", 50},
+      {100, 200, "", 100},
+      {20, 20, "u20 ", 20},
+      {15, 15, "", 15},
+      {30, 40, "", 30},
+      {1, kUidStar, "u10 u20 u50 ", 1},
   };
   for (const Case& c : kCases) {
     ItemList list;
@@ -98,8 +103,8 @@ TEST_F(SortedIndex, PositionRangesIncludeBothEnds) {
     std::int64_t first, last;
     const char* items;
   };
-  const Case kCases[] = {{0, 1, "ab"},  {-1, -1, ""},   {7, 7, ""},  {7, 1, "ab"},
-                         {1, 99, "bc"}, {2, 2, "c"},    {-1, 0, "a"}, {1, 0xFFFFFFFF, "bc"}};
+  const Case kCases[] = {{0, 1, "ab"},  {-1, -1, ""}, {7, 7, ""},   {7, 1, "ab"},
+                         {1, 99, "bc"}, {2, 2, "c"},  {-1, 0, "a"}, {1, 0xFFFFFFFF, "bc"}};
   for (const Case& c : kCases) {
     ItemList list;
     index_.GetItemsBySequence(&list, c.first, c.last, true);

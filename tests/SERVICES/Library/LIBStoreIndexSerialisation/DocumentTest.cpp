@@ -54,8 +54,8 @@ TEST_F(Document, ReadsWhatAStreamWriterWrote) {
 
 TEST_F(Document, DropsTombstonesAndItemsWithoutFiles) {
   MakeFile("a");
-  WriteIndex(IndexOf("x00000009", Element("-", 1, "gone") + Element("b", 2, "no file") +
-                                      Element("a", 3, "here")));
+  WriteIndex(IndexOf(
+      "x00000009", Element("-", 1, "gone") + Element("b", 2, "no file") + Element("a", 3, "here")));
   StoreIndex store(&files_);
   ASSERT_TRUE(Load(&store, kHeaderOnly, "zz", 1)) << "read whole, whatever is asked";
   EXPECT_EQ(Items(store), "a=here ");

@@ -39,11 +39,30 @@ struct ValueCase {
 const ValueCase kValues[] = {
     {"Markup", "A&B<C>", true, "A&amp;B&lt;C&gt;", "A&B<C>"},
     {"LineEndsStay", "a\tb\r\nc", true, "a\tb\r\nc", "a\tb\r\nc"},
-    {"Utf8Stays", "Gr\xC3\xBC\xC3\x9F" "e", true, "Gr\xC3\xBC\xC3\x9F" "e", "Gr\xC3\xBC\xC3\x9F" "e"},
+    {"Utf8Stays",
+     "Gr\xC3\xBC\xC3\x9F"
+     "e",
+     true,
+     "Gr\xC3\xBC\xC3\x9F"
+     "e",
+     "Gr\xC3\xBC\xC3\x9F"
+     "e"},
     {"BrokenUtf8IsBlank", "a\xE4z", true, "a z", "a z"},
-    {"OverlongIsBlank", "\xC0\xAF" "\xED\xA0\x80" "x", true, "     x", "     x"},
-    {"ControlsAreBlank", "a\x01\x7F" "b", true, "a  b", "a  b"},
-    {"ControlsAreReferences", "a\x01" "b", false, "a&#x1;b", "a\x01" "b"},
+    {"OverlongIsBlank",
+     "\xC0\xAF"
+     "\xED\xA0\x80"
+     "x",
+     true, "     x", "     x"},
+    {"ControlsAreBlank",
+     "a\x01\x7F"
+     "b",
+     true, "a  b", "a  b"},
+    {"ControlsAreReferences",
+     "a\x01"
+     "b",
+     false, "a&#x1;b",
+     "a\x01"
+     "b"},
     {"BrokenUtf8IsReplaced", "a\xE4", false, "a\xEF\xBF\xBD", "a\xEF\xBF\xBD"},
     {"HighCharactersAreHalves", "\xF0\x9F\x98\x80", true, "&#xd83d;&#xde00;", "\xF0\x9F\x98\x80"},
     {"EntitiesOfTheTextStay", "&lt; &#65;", true, "&amp;lt; &amp;#65;", "&lt; &#65;"},
@@ -61,8 +80,14 @@ TEST(IndexFormat, ValuesAreWrittenAndReadBack) {
 
 TEST(IndexFormat, ReferencesAreSingleBytes) {
   const std::pair<const char*, std::string> kCases[] = {
-      {"&#65;&#x42;&#x1e4;", "AB\xE4"}, {"&#65", "&#65"}, {"&#;", "&#;"}, {"&#x;", "&#x;"},
-      {"&#38;lt;", "<"},                {"&amp;lt;", "&lt;"}, {"&#xd83d;x", "=x"}, {"&", "&"},
+      {"&#65;&#x42;&#x1e4;", "AB\xE4"},
+      {"&#65", "&#65"},
+      {"&#;", "&#;"},
+      {"&#x;", "&#x;"},
+      {"&#38;lt;", "<"},
+      {"&amp;lt;", "&lt;"},
+      {"&#xd83d;x", "=x"},
+      {"&", "&"},
   };
   for (const auto& [text, value] : kCases) {
     std::string buffer;
@@ -73,8 +98,8 @@ TEST(IndexFormat, ReferencesAreSingleBytes) {
 // A name is written as it stands unless it would break the tag or read back as another.
 TEST(IndexFormat, NamesReadBackWhateverTheyHold) {
   const std::pair<std::string, std::string> kCases[] = {
-      {"a.MAI", "a.MAI"},     {"a&b.MAI", "a&b.MAI"},       {"a<b>.MAI", "a&lt;b&gt;.MAI"},
-      {"q\".MAI", "q&#x22;.MAI"}, {"a&lt;.MAI", "a&amp;lt;.MAI"}, {"--", "&#x2d;&#x2d;"},
+      {"a.MAI", "a.MAI"},          {"a&b.MAI", "a&b.MAI"},         {"a<b>.MAI", "a&lt;b&gt;.MAI"},
+      {"q\".MAI", "q&#x22;.MAI"},  {"a&lt;.MAI", "a&amp;lt;.MAI"}, {"--", "&#x2d;&#x2d;"},
       {"a\x01.MAI", "a&#x1;.MAI"}, {"gr\xFC.MAI", "gr\xFC.MAI"},
   };
   for (const auto& [name, stored] : kCases) {

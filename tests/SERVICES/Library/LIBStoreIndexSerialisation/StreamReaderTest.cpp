@@ -32,13 +32,15 @@ const LoadCase kLoads[] = {
     {"TombstonesCountForNothing",
      IndexOf("x00000002", "<ELEMENT ID=\"-\" UID=\"-\"><READ>0</READ></ELEMENT>" + kTwo), 4, 4, 2,
      "a=one b=two ", false},
-    {"EqualUidsLoseTheSecond", IndexOf("x00000002", Element("a", 1, "one") + Element("b", 1, "two")),
-     4, 4, 2, "a=one ", false},
-    {"UidZeroGetsAFreshOne", IndexOf("x00000002", Element("a", 0, "one")), 4, 4, 3, "a=one ", false},
+    {"EqualUidsLoseTheSecond",
+     IndexOf("x00000002", Element("a", 1, "one") + Element("b", 1, "two")), 4, 4, 2, "a=one ",
+     false},
+    {"UidZeroGetsAFreshOne", IndexOf("x00000002", Element("a", 0, "one")), 4, 4, 3, "a=one ",
+     false},
     {"EscapedAndNot", IndexOf("x00000001", Element("a", 1, "A&amp;B&lt;&#65;")), 4, 4, 1,
      "a=A&B<A ", false},
-    {"ElementsWithoutProperties", IndexOf("x00000001", "<ELEMENT ID='a' UID='1'/>"), 4, 4, 1, "a= ",
-     false},
+    {"ElementsWithoutProperties", IndexOf("x00000001", "<ELEMENT ID='a' UID='1'/>"), 4, 4, 1,
+     "a= ", false},
 };
 
 TEST_F(StreamReader, ReadsEveryFormAsFarAsItIsAsked) {
@@ -81,7 +83,8 @@ const MalformedCase kMalformed[] = {
      "Encountered element with UID out of order. This UID=1, Previous UID=2, Largest/Last UID=2"},
     {kHead + "<ELEMENT ID=\"a UID=1></ELEMENT>" + kTail,
      "Unable to parse ID attribute, Tag=[ELEMENT ID=\"a UID=1]"},
-    {kHead + "<ELEMENT UID=\"1\"></ELEMENT>" + kTail, "Encountered element start tag without an ID"},
+    {kHead + "<ELEMENT UID=\"1\"></ELEMENT>" + kTail,
+     "Encountered element start tag without an ID"},
     {"<CC>" + kHead + kTail,
      "Encountered property tag (CC) before encountering a root element start tag"},
     {kHead + kTail + "<CC>",
@@ -104,8 +107,7 @@ TEST_F(StreamReader, TellsTheFirstThingThatIsWrong) {
     EXPECT_FALSE(Load(&store, kAllProperties, {}, 0, false, true)) << c.message;
     EXPECT_EQ(store.Index.ItemCount(), 0U) << c.message;
     ASSERT_EQ(events_.size(), 2U) << c.message;
-    EXPECT_NE(events_[0].find("] Malformed index detected: " + c.message + " ("),
-              std::string::npos)
+    EXPECT_NE(events_[0].find("] Malformed index detected: " + c.message + " ("), std::string::npos)
         << events_[0];
     EXPECT_NE(events_[1].find("Failed to deserialise index: " + folder_ + "."), std::string::npos);
   }

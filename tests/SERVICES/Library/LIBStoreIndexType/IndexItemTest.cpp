@@ -24,9 +24,12 @@ TEST(IndexItem, TextsAndNumbersComeBackInBothForms) {
     std::uint32_t asNumber;
   };
   const Case kCases[] = {
-      {"SUBJECT", "12 monkeys", "12 monkeys", 12}, {"SUBJECT", "monkeys 12", "monkeys 12", 0},
-      {"SUBJECT", "  7", "  7", 7},                {"SIZE", "4096", "4096", 4096},
-      {"SIZE", "x", "0", 0},                       {"SIZE", "99999999999", "4294967295", 4294967295},
+      {"SUBJECT", "12 monkeys", "12 monkeys", 12},
+      {"SUBJECT", "monkeys 12", "monkeys 12", 0},
+      {"SUBJECT", "  7", "  7", 7},
+      {"SIZE", "4096", "4096", 4096},
+      {"SIZE", "x", "0", 0},
+      {"SIZE", "99999999999", "4294967295", 4294967295},
   };
   for (const Case& c : kCases) {
     EXPECT_TRUE(item.SetText(c.name, c.text));

@@ -77,7 +77,9 @@ class Array {
   void Clear() { count_ = 0; }
 
  private:
-  [[noreturn]] static void ThrowOutOfMemory() { throw Exception("Out of memory", "Array", __LINE__); }
+  [[noreturn]] static void ThrowOutOfMemory() {
+    throw Exception("Out of memory", "Array", __LINE__);
+  }
 
   [[nodiscard]] std::uint32_t Checked(std::uint32_t index) const {
     if (index >= count_) throw Exception("Array index out of bounds", "Array", __LINE__);
