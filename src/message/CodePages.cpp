@@ -384,6 +384,7 @@ void UnlabelledToUtf8(std::string_view bytes, std::string& result) {
 }
 
 void MixedToUtf8(std::string_view bytes, std::string& result) {
+  result.reserve(result.size() + bytes.size());
   while (!bytes.empty()) {
     std::size_t length = WellFormedLength(bytes);
     result.append(bytes.substr(0, length));

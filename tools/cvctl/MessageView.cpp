@@ -141,20 +141,21 @@ std::string BodyForReading(MimeMessage& message) {
 // Prints UTF-8 text with LF line ends. Control characters, with which a message could steer the
 // terminal, become '?'.
 void PrintReadable(std::string_view text) {
-  std::string line;
+  constexpr std::size_t kPiece = 65536;
+  std::string piece;
   for (std::size_t i = 0; i < text.size(); ++i) {
     auto byte = static_cast<unsigned char>(text[i]);
     auto next = static_cast<unsigned char>(i + 1 < text.size() ? text[i + 1] : 0);
     if (byte == '\r' && next == '\n') continue;
     bool upperControl = byte == 0xC2 && next >= 0x80 && next < 0xA0;
     bool control = (byte < ' ' && byte != '\t' && byte != '\n') || byte == 0x7F || upperControl;
-    line.push_back(control ? '?' : text[i]);
+    piece.push_back(control ? '?' : text[i]);
     if (upperControl) ++i;
-    if (byte != '\n') continue;
-    Print(line);
-    line.clear();
+    if (piece.size() < kPiece) continue;
+    Print(piece);
+    piece.clear();
   }
-  Print(line);
+  Print(piece);
 }
 
 // "text/plain, utf-8, "name", 12 bytes, attachment".
@@ -240,7 +241,10 @@ void PrintMessagePlain(MimeMessage& message) {
   }
   PrintTree(message);
   std::string body = BodyForReading(message);
-  if (!body.empty()) PrintReadable("\n" + body + (body.ends_with('\n') ? "" : "\n"));
+  if (body.empty()) return;
+  Print("\n");
+  PrintReadable(body);
+  if (!body.ends_with('\n')) Print("\n");
 }
 
 }  // namespace corvane::cvctl
