@@ -27,7 +27,7 @@ void ReadHostile(benchmark::State& state, const HostileMessage& hostile) {
     corvane::test::ReadEverything(std::move(copy));
     peak = std::max(peak, corvane::test::HeapPeak() - before);
   }
-  state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * text.size()));
+  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(text.size()));
   state.counters["peak_over_size"] = static_cast<double>(peak) / size;
   state.counters["s_per_10MB"] = benchmark::Counter(
       size / 10e6, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
@@ -39,7 +39,7 @@ void CopyFloor(benchmark::State& state, const HostileMessage& hostile) {
     std::string copy = text;
     benchmark::DoNotOptimize(std::count(copy.begin(), copy.end(), '\n'));
   }
-  state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * text.size()));
+  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(text.size()));
 }
 
 }  // namespace
