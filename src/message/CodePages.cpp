@@ -383,4 +383,15 @@ void UnlabelledToUtf8(std::string_view bytes, std::string& result) {
   }
 }
 
+void MixedToUtf8(std::string_view bytes, std::string& result) {
+  result.reserve(result.size() + bytes.size());
+  while (!bytes.empty()) {
+    std::size_t length = WellFormedLength(bytes);
+    result.append(bytes.substr(0, length));
+    bytes.remove_prefix(length);
+    CodePageToUtf8(kPageWindows1252, bytes.substr(0, 1), result);
+    bytes.remove_prefix(std::min<std::size_t>(1, bytes.size()));
+  }
+}
+
 }  // namespace corvane

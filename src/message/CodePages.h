@@ -33,5 +33,8 @@ bool CodePageToUtf8(int codePage, std::string_view bytes, std::string& result);
 // Bytes of which nobody says what they are: UTF-8 when they are well-formed UTF-8, windows-1252
 // otherwise. Appends UTF-8.
 void UnlabelledToUtf8(std::string_view bytes, std::string& result);
+// UTF-8 with single bytes of windows-1252 in it, which is what HTML of UTF-8 becomes as text.
+// Appends UTF-8.
+void MixedToUtf8(std::string_view bytes, std::string& result);
 
 }  // namespace corvane

@@ -104,7 +104,7 @@ class WordDecoder {
     bool decoded = word.encoding == 'B' ? DecodeBase64(payload_, content_)
                                         : DecodeQuotedPrintable(payload_, content_);
     if (!decoded) {
-      bytes_ += payload_;
+      bytes_ += word.encoding == 'B' ? word.payload : payload_;
     } else if (RecodeText(word.charset, content_, piece_, target_)) {
       bytes_ += piece_;
     } else {

@@ -69,8 +69,15 @@ std::string Fold(std::string_view value, bool onlyAtBlanks) {
   return result;
 }
 
+// A line end in a value would begin another header.
+std::string OneLine(std::string value) {
+  std::replace_if(
+      value.begin(), value.end(), [](char c) { return c == '\r' || c == '\n'; }, ' ');
+  return value;
+}
+
 std::string WrittenValue(const MessageHeader& header) {
-  std::string value = HeaderList::GetValue(header);
+  std::string value = OneLine(HeaderList::GetValue(header));
   bool encode = NeedsWord(value);
   if (encode) value = EncodeWords(value);
   // Cutting an encoded word would break it.

@@ -48,6 +48,14 @@ constexpr ZoneWord kZoneWords[] = {
   return field;
 }
 
+// The zone is the rest of the text up to a separator that is no colon.
+[[nodiscard]] std::string_view TakeZone(std::string_view rest) {
+  while (!rest.empty() && IsSeparator(rest.front())) rest.remove_prefix(1);
+  auto end =
+      std::find_if(rest.begin(), rest.end(), [](char c) { return IsSeparator(c) && c != ':'; });
+  return rest.substr(0, static_cast<std::size_t>(end - rest.begin()));
+}
+
 // The leading digits, at most nine of them; 0 without any.
 [[nodiscard]] int ReadNumber(std::string_view field) {
   int number = 0;
@@ -65,12 +73,21 @@ constexpr ZoneWord kZoneWords[] = {
   return 12;
 }
 
+[[nodiscard]] bool IsSign(char c) { return c == '+' || c == '-'; }
+
+// Minutes of "hhmm", and of "hh:mm" and "hh", which some programs write.
+[[nodiscard]] int ReadOffset(std::string_view digits) {
+  std::size_t width = std::min(digits.find_first_not_of("0123456789"), digits.size());
+  int number = ReadNumber(digits.substr(0, 4));
+  if (width > 2) return number / 100 * 60 + number % 100;
+  std::string_view rest = digits.substr(width);
+  return number * 60 + (rest.starts_with(':') ? ReadNumber(rest.substr(1, 2)) : 0);
+}
+
 [[nodiscard]] int ReadZone(std::string_view zone) {
-  bool west = zone.starts_with('-');
-  if (west || zone.starts_with('+')) {
-    int number = ReadNumber(zone.substr(1, 4));
-    int minutes = number / 100 * 60 + number % 100;
-    return west ? -minutes : minutes;
+  if (!zone.empty() && IsSign(zone[0])) {
+    int minutes = ReadOffset(zone.substr(1));
+    return zone[0] == '-' ? -minutes : minutes;
   }
   for (const ZoneWord& word : kZoneWords) {
     if (EqualsIgnoringCase(zone, word.name)) return word.minutes;
@@ -86,15 +103,12 @@ constexpr ZoneWord kZoneWords[] = {
   time.year = ReadNumber(next());
   time.hour = ReadNumber(next());
   time.minute = ReadNumber(next());
-  std::string_view second = next();
-  if (!second.empty() && (second[0] == '+' || second[0] == '-')) {
-    // No seconds: what stands in their place is the zone.
-    zone = second;
-    return true;
-  }
-  time.second = ReadNumber(second);
+  // Without seconds, what stands in their place is the zone.
+  zone = TakeZone(text);
+  if (!zone.empty() && IsSign(zone[0])) return true;
+  time.second = ReadNumber(next());
   if (!ended || !IsWhiteSpace(text.front())) return false;
-  zone = next();
+  zone = TakeZone(text);
   return true;
 }
 

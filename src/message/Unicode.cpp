@@ -82,12 +82,13 @@ struct Lead {
 
 }  // namespace
 
-bool IsValidUtf8(std::string_view text) {
+std::size_t WellFormedLength(std::string_view text) {
   for (std::size_t at = 0; at < text.size();) {
     at += AsciiRun(text, at);
-    if (at < text.size() && ReadUtf8(text, at) == kIllFormed) return false;
+    std::size_t start = at;
+    if (at < text.size() && ReadUtf8(text, at) == kIllFormed) return start;
   }
-  return true;
+  return text.size();
 }
 
 void AppendUtf8(char32_t character, std::string& result) {

@@ -12,7 +12,11 @@ namespace corvane {
 
 inline constexpr char32_t kReplacementCharacter = 0xFFFD;
 
-[[nodiscard]] bool IsValidUtf8(std::string_view text);
+// The length of the longest well-formed start of `text`.
+[[nodiscard]] std::size_t WellFormedLength(std::string_view text);
+[[nodiscard]] inline bool IsValidUtf8(std::string_view text) {
+  return WellFormedLength(text) == text.size();
+}
 
 void AppendUtf8(char32_t character, std::string& result);
 void AppendUtf16(char32_t character, std::u16string& result);

@@ -10,6 +10,7 @@
 #include <nlohmann/json.hpp>
 #include <set>
 
+#include "cvctl/Sha256.h"
 #include "message/Ascii.h"
 #include "message/CodePages.h"
 #include "message/EncodedWords.h"
@@ -42,18 +43,25 @@ std::string Squeezed(std::string text) {
   return result;
 }
 
-// A body as the other readers hand it out: LF line ends, no white space at its ends.
-std::string Plain(std::string_view text) {
+// A body as the other readers hand it out: LF line ends, no white space at its end.
+std::string WithLineFeeds(std::string_view text) {
   std::string result;
   for (std::size_t i = 0; i < text.size(); ++i) {
     bool pair = text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n';
     if (!pair) result.push_back(text[i] == '\r' ? '\n' : text[i]);
   }
-  std::size_t start = std::min(result.find_first_not_of(" \t\r\n\v\f"), result.size());
-  result.erase(0, start);
   while (!result.empty() && IsWhiteSpace(result.back())) result.pop_back();
   return result;
 }
+
+// The same without white space at its start, which we pass over.
+std::string Plain(std::string_view text) {
+  std::string result = WithLineFeeds(text);
+  result.erase(0, std::min(result.find_first_not_of(" \t\r\n\v\f"), result.size()));
+  return result;
+}
+
+constexpr const char* kStartGoes = "white space at the start goes";
 
 struct Tally {
   std::size_t agree = 0;
@@ -79,8 +87,8 @@ class Comparison {
     CompareAddresses(reading);
     CompareDate(reading);
     CompareParts(reading);
-    CompareBody(reading, "first_plain", &MimeMessage::GetTextBody);
-    CompareBody(reading, "first_html", &MimeMessage::GetHtmlBody);
+    CompareBody(reading, "first_plain", &MimeMessage::GetTextBody, &MimeMessage::TextPart);
+    CompareBody(reading, "first_html", &MimeMessage::GetHtmlBody, &MimeMessage::HtmlPart);
   }
 
   void Report() const {
@@ -238,45 +246,97 @@ class Comparison {
       Count(reading, "filename", found, why, both + " | " + expected);
     }
     CompareContent(reading, ours, theirs);
+    CompareHash(reading, ours, theirs);
+  }
+
+  // The body with the white space that is passed over between the empty line and its first word.
+  static Text WithItsStart(const Reading& reading, const MimePart& part) {
+    std::string_view raw = reading.message.RawText;
+    std::string_view body = part.Body;
+    if (body.empty()) return DecodedBody(part);
+    auto end = static_cast<std::size_t>(body.data() - raw.data()) + body.size();
+    std::size_t behind = raw.find_last_not_of(" \t\r\n", end - body.size() - 1);
+    std::size_t start = raw.find("\r\n\r\n", behind);
+    if (start == raw.npos) return DecodedBody(part);
+    MimePart whole = part;
+    whole.Body = Text(raw.substr(start + 4, end - start - 4));
+    return DecodedBody(whole);
+  }
+
+  // Base64 byte for byte; anything else with LF line ends and without white space at its end.
+  void CompareHash(const Reading& reading, const MimePart& ours, const json& theirs) {
+    bool base64 = EqualsIgnoringCase(ours.TransferEncoding, "base64");
+    const json& field = theirs[base64 ? "sha256" : "sha256_norm"];
+    if (!BothSay(field) || field["v"].is_null()) return;
+    auto hash = [&](const Text& body) {
+      return cvctl::Sha256(base64 ? body.String() : WithLineFeeds(body));
+    };
+    std::string expected = field["v"];
+    std::string reason = ContentReason(reading, ours);
+    if (reason.empty() && hash(WithItsStart(reading, ours)) == expected) reason = kStartGoes;
+    Count(reading, base64 ? "hash base64" : "hash other", hash(DecodedBody(ours)) == expected,
+          reason, ours.TransferEncoding.String() + " " + ours.Body.String());
+  }
+
+  // Why a body may read otherwise.
+  static std::string ContentReason(const Reading& reading, const MimePart& part) {
+    bool known = false;
+    Text body = DecodedBody(part, &known);
+    bool base64 = EqualsIgnoringCase(part.TransferEncoding, "base64");
+    if (!known) return base64 ? "Base64 that breaks off stays" : "other encodings stay";
+    bool quoted = EqualsIgnoringCase(part.TransferEncoding, "quoted-printable");
+    if (quoted && HasLooseEquals(part.Body)) return "a '=' that means nothing goes";
+    return StructureReason(reading);
+  }
+
+  static bool HasLooseEquals(std::string_view text) {
+    for (std::size_t at = text.find('='); at != text.npos; at = text.find('=', at + 1)) {
+      std::string_view next = text.substr(at + 1, 2);
+      bool byte = next.size() == 2 && HexValue(next[0]) >= 0 && HexValue(next[1]) >= 0;
+      if (!byte && next != "\r\n") return true;
+    }
+    return false;
   }
 
   // Bodies are compared where LF for CR LF can't matter, or by size without the white space at
   // the ends, which both sides treat in their own ways.
   void CompareContent(const Reading& reading, const MimePart& ours, const json& theirs) {
     if (!BothSay(theirs["size"])) return;
-    bool known = false;
-    Text body = DecodedBody(ours, &known);
+    Text body = DecodedBody(ours);
     auto size = theirs["size"]["v"].get<std::size_t>();
     auto lineEnds =
         static_cast<std::size_t>(std::count(body.View().begin(), body.View().end(), '\n'));
     bool base64 = EqualsIgnoringCase(ours.TransferEncoding, "base64");
     bool same = body.size() == size ||
                 (!base64 && body.size() - lineEnds <= size && size <= body.size() + 2);
-    std::string reason = StructureReason(reading);
-    if (!known) reason = "Base64 that breaks off stays as it stood";
-    if (reason.empty() && !base64 && size > body.size()) reason = "white space at the start goes";
+    std::string reason = ContentReason(reading, ours);
+    if (reason.empty() && size > body.size()) reason = kStartGoes;
     Count(reading, base64 ? "size base64" : "size other", same, reason,
           std::to_string(body.size()) + " | " + std::to_string(size) + " " +
               ours.ContentType.String());
   }
 
   void CompareBody(Reading& reading, const char* field,
-                   void (MimeMessage::*get)(std::string&, std::string_view, bool)) {
+                   void (MimeMessage::*get)(std::string&, std::string_view, bool),
+                   const MimePart MimeMessage::*part) {
     const json& theirs = reading.theirs[field];
     if (!BothSay(theirs) || theirs["v"].is_null()) return;
     std::string body;
     (reading.message.*get)(body, "UTF-8", false);
     std::string utf8;
     UnlabelledToUtf8(body, utf8);
-    std::string ours = Plain(utf8);
-    std::string head = Plain(theirs["v"]["head"].get<std::string>());
-    // The oracle cuts after 2,000 characters.
-    bool same = head.size() < 2000 ? ours == head : ours.starts_with(head);
-    std::string reason = StructureReason(reading);
-    if (reason.empty() && Squeezed(ours).substr(0, 10) == Squeezed(head).substr(0, 10)) {
-      reason = "a '=' that means nothing goes, or an unlabelled byte";
-    }
-    Count(reading, field, same, reason, ours.substr(0, 60) + " | " + head.substr(0, 60));
+    std::string ours = WithLineFeeds(utf8);
+    // They count a no-break space at the end as white space.
+    while (ours.ends_with("\xC2\xA0")) ours = WithLineFeeds(ours.substr(0, ours.size() - 2));
+    bool same = cvctl::Sha256(ours) == theirs["v"]["sha256"].get<std::string>();
+    std::string head = theirs["v"]["head"];
+    std::string reason = ContentReason(reading, reading.message.*part);
+    bool startGoes = !head.empty() && IsWhiteSpace(head[0]) && Plain(ours).starts_with(Plain(head));
+    if (reason.empty() && startGoes) reason = kStartGoes;
+    auto at =
+        std::mismatch(ours.begin(), ours.end(), head.begin(), head.end()).first - ours.begin();
+    auto from = static_cast<std::size_t>(std::max<std::ptrdiff_t>(at - 20, 0));
+    Count(reading, field, same, reason, ours.substr(from, 60) + " | " + head.substr(from, 60));
   }
 
   std::map<std::string, Tally> tallies_;

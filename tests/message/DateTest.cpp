@@ -1,11 +1,17 @@
 // Dates of headers, index files and calendars, and the age of files.
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <ctime>
+#include <optional>
+
 #include "message/Calendar.h"
 #include "message/CalendarDate.h"
 #include "message/FileAge.h"
 #include "message/MessageDate.h"
 #include "platform/Clock.h"
+#include "platform/FileSystem.h"
+#include "tests/support/TemporaryDirectory.h"
 
 namespace corvane {
 namespace {
@@ -26,6 +32,9 @@ const DateCase kDates[] = {
     {"NoZone", "1 Jan 2023 10:00:00 ", "2023-01-01T10:00:00"},
     {"NothingBehindTheSeconds", "1 Jan 2023 10:00:00", ""},
     {"NoSecondsButAZone", "1 Jan 2023 10:00 +0200", "2023-01-01T08:00:00"},
+    {"ZoneWithColon", "1 Jan 2023 10:00:00 -02:30", "2023-01-01T12:30:00"},
+    {"ZoneOfHoursAlone", "1 Jan 2023 10:00:00 +02 x", "2023-01-01T08:00:00"},
+    {"ZoneOfOneHourDigit", "1 Jan 2023 10:00:00 +2:00", "2023-01-01T08:00:00"},
     {"NoSeconds", "1 Jan 2023 10:00 ", ""},
     {"NoTime", "1 Jan 2023", ""},
     {"Empty", "", ""},
@@ -48,6 +57,62 @@ TEST(ParseMessageDate, Cases) {
     std::string result;
     EXPECT_EQ(ParseMessageDate(c.text, result), !c.result.empty()) << c.name;
     EXPECT_EQ(result, c.result) << c.name;
+  }
+}
+
+// Puts a time zone in force for as long as it lives.
+class Zone {
+ public:
+  explicit Zone(const char* name) {
+    const char* before = std::getenv("TZ");
+    if (before != nullptr) before_ = before;
+    Set(name);
+  }
+  ~Zone() { Set(before_ ? before_->c_str() : nullptr); }
+  Zone(const Zone&) = delete;
+  Zone& operator=(const Zone&) = delete;
+
+ private:
+  static void Set(const char* name) {
+    if (name == nullptr) {
+      unsetenv("TZ");
+    } else {
+      setenv("TZ", name, 1);
+    }
+    tzset();
+  }
+  std::optional<std::string> before_;
+};
+
+TEST(FormatMessageDate, IsLocalTimeWithItsZone) {
+  struct ZoneCase {
+    const char* zone;  // its sign is turned: minus is east
+    std::int64_t now;
+    std::string_view date;
+  };
+  const ZoneCase kZones[] = {
+      {"UTC0", 1'672'736'707, "Tue, 3 Jan 2023 09:05:07 +0000"},
+      {"XXX-1", 1'672'736'707, "Tue, 3 Jan 2023 10:05:07 +0100"},
+      {"XXX-5:45", 1'672'736'707, "Tue, 3 Jan 2023 14:50:07 +0545"},
+      {"XXX3:30", 1'672'736'707, "Tue, 3 Jan 2023 05:35:07 -0330"},
+      {"XXX0:30", 1'672'736'707, "Tue, 3 Jan 2023 08:35:07 -0030"},
+      {"XXX10", 1'704'067'200, "Sun, 31 Dec 2023 14:00:00 -1000"},
+      {"XXX-1YYY,M3.5.0,M10.5.0/3", 1'690'000'000, "Sat, 22 Jul 2023 06:26:40 +0200"},
+  };
+  for (const ZoneCase& c : kZones) {
+    Zone zone(c.zone);
+    platform::VirtualClock clock(c.now);
+    platform::Clock* before = platform::SetClock(&clock);
+    std::string date = FormatMessageDate();
+    platform::SetClock(before);
+    EXPECT_EQ(date, c.date);
+    std::string utc;
+    EXPECT_TRUE(ParseMessageDate(date + " ", utc));
+    CalendarTime time = FromSeconds(c.now);
+    char expected[64];
+    std::snprintf(expected, sizeof(expected), "%04d-%02d-%02dT%02d:%02d:%02d", time.year,
+                  time.month, time.day, time.hour, time.minute, time.second);
+    EXPECT_EQ(utc, expected);
   }
 }
 
@@ -150,6 +215,32 @@ TEST(FileAge, CountsMonthsOfThirtyDays) {
           << c.days << " days, unit " << unit;
     }
   }
+}
+
+TEST(FileAge, IsTheTimeSinceTheLastWrite) {
+  struct FileCase {
+    const char* name;
+    std::int64_t secondsAgo;
+    std::int64_t ages[8];
+  };
+  const FileCase kFiles[] = {
+      {"JustWritten", 0, {0, 0, 1, 0, 0, 0, 0, 0}},
+      {"ADayAndABit", 90'061, {0, 0, 1, 1, 25, 1501, 90'061, 90'061'000}},
+      {"InTheFuture", -60, {0, 0, 0, 0, 0, 0, 0, 0}},
+  };
+  test::TemporaryDirectory directory;
+  std::string path = directory / "file.txt";
+  test::WriteBytes(path, "x");
+  platform::VirtualClock clock;
+  platform::Clock* before = platform::SetClock(&clock);
+  for (const FileCase& c : kFiles) {
+    ASSERT_TRUE(platform::SetLastWriteTime(path, platform::NowSeconds() - c.secondsAgo));
+    for (int unit = 0; unit < 8; ++unit) {
+      EXPECT_EQ(FileAge(path, static_cast<AgeUnit>(unit)), c.ages[unit]) << c.name << " " << unit;
+    }
+  }
+  EXPECT_EQ(FileAge(directory / "none.txt", AgeUnit::kSeconds), 0);
+  platform::SetClock(before);
 }
 
 }  // namespace

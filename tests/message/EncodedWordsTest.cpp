@@ -29,7 +29,7 @@ const WordCase kWords[] = {
     {"LanguageIsPassedOver", "=?utf-8*en?Q?=C3=A9?=", "\xC3\xA9"},
     {"UnknownCharsetKeepsBytes", "=?x-none?Q?caf=C3=A9?=", "caf\xC3\xA9"},
     {"UnknownCharsetWithLatinBytes", "=?x-none?Q?caf=E9?=", "caf\xC3\xA9"},
-    {"BadBase64StandsAsItIs", "=?utf-8?B?a!b?=", "a!b"},
+    {"BadBase64StandsAsItIs", "=?utf-8?B?a!b==?=", "a!b=="},
     {"EmptyWord",
      "a=?utf-8?Q?"
      "?=b",

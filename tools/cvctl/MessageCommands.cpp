@@ -4,6 +4,7 @@
 
 #include "cvctl/Command.h"
 #include "cvctl/MessageView.h"
+#include "platform/FileSystem.h"
 
 namespace corvane::cvctl {
 namespace {
@@ -13,15 +14,26 @@ struct ShowArguments {
   bool json = false;
 };
 
-void Show(const ShowArguments& arguments) {
-  MimeMessage message;
-  if (!message.Load(arguments.file, true, true, false)) {
-    throw Failure(kNotFound, "can't read '" + arguments.file + "'; check the path and its rights");
+MimeMessage Read(const std::string& file) {
+  if (platform::DirectoryExists(file)) {
+    throw Failure(kUsage, "'" + file + "' is a directory; name a message file in it");
   }
+  MimeMessage message;
+  if (message.Load(file, true, true, false)) return message;
+  if (platform::FileExists(file)) {
+    throw Failure(kTrouble, "can't read '" + file + "'; check its rights");
+  }
+  throw Failure(kNotFound, "no file '" + file + "'; check the path");
+}
+
+void Show(const ShowArguments& arguments) {
+  MimeMessage message = Read(arguments.file);
   if (arguments.json) {
     PrintMessageJson(message);
-  } else {
+  } else if (message.HasText()) {
     PrintMessagePlain(message);
+  } else {
+    throw Failure(kUsage, "'" + arguments.file + "' is empty; a message begins with its headers");
   }
 }
 

@@ -9,6 +9,7 @@
 #include "cvctl/Sha256.h"
 #include "message/CodePages.h"
 #include "message/EncodedWords.h"
+#include "message/Html.h"
 #include "message/MessageDate.h"
 #include "message/Unicode.h"
 
@@ -126,16 +127,46 @@ std::string HtmlBody(MimeMessage& message) {
   return AsUtf8(std::move(body));
 }
 
-void PrintPartLine(const MimePart& part, std::size_t depth) {
-  std::string line(depth * 2, ' ');
-  line += part.ContentType;
-  if (!part.IsMultipart()) {
-    if (!part.Charset.empty()) line += ", " + part.Charset.String();
-    if (!part.DisplayName.empty()) line += ", \"" + part.DisplayName.String() + "\"";
-    line += ", " + std::to_string(DecodedBody(part).size()) + " bytes";
-    if (!part.Disposition.empty()) line += ", " + part.Disposition.String();
+// The text body, or the HTML body turned into text.
+std::string BodyForReading(MimeMessage& message) {
+  std::string body = TextBody(message);
+  if (!body.empty()) return body;
+  body = HtmlBody(message);
+  StripHtml(body);
+  std::string result;
+  MixedToUtf8(body, result);
+  return result;
+}
+
+// Prints UTF-8 text with LF line ends. Control characters, with which a message could steer the
+// terminal, become '?'.
+void PrintReadable(std::string_view text) {
+  constexpr std::size_t kPiece = 65536;
+  std::string piece;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    auto byte = static_cast<unsigned char>(text[i]);
+    auto next = static_cast<unsigned char>(i + 1 < text.size() ? text[i + 1] : 0);
+    if (byte == '\r' && next == '\n') continue;
+    bool upperControl = byte == 0xC2 && next >= 0x80 && next < 0xA0;
+    bool control = (byte < ' ' && byte != '\t' && byte != '\n') || byte == 0x7F || upperControl;
+    piece.push_back(control ? '?' : text[i]);
+    if (upperControl) ++i;
+    if (piece.size() < kPiece) continue;
+    Print(piece);
+    piece.clear();
   }
-  Print(line + "\n");
+  Print(piece);
+}
+
+// "text/plain, utf-8, "name", 12 bytes, attachment".
+std::string DescribePart(const MimePart& part) {
+  std::string line = part.ContentType.String();
+  if (part.IsMultipart()) return line;
+  if (!part.Charset.empty()) line += ", " + part.Charset.String();
+  if (!part.DisplayName.empty()) line += ", \"" + part.DisplayName.String() + "\"";
+  line += ", " + std::to_string(DecodedBody(part).size()) + " bytes";
+  if (!part.Disposition.empty()) line += ", " + part.Disposition.String();
+  return line;
 }
 
 void PrintTree(MimeMessage& message) {
@@ -145,7 +176,7 @@ void PrintTree(MimeMessage& message) {
   for (const MimePart& part : message.PartList) {
     if (part.Kind == PartKind::kClosing) --depth;
     if (part.Kind != PartKind::kOrdinary) continue;
-    PrintPartLine(part, depth);
+    PrintReadable(std::string(depth * 2, ' ') + AsUtf8(DescribePart(part)) + "\n");
     if (part.IsMultipart()) ++depth;
   }
   if (!complete) Print("  (the structure is broken from here on)\n");
@@ -206,12 +237,14 @@ void PrintMessagePlain(MimeMessage& message) {
                                                                {"Date", summary.date},
                                                                {"Subject", summary.subject}};
   for (const auto& [name, value] : kLines) {
-    if (!value.empty()) Print(std::string(name) + ": " + value + "\n");
+    if (!value.empty()) PrintReadable(std::string(name) + ": " + value + "\n");
   }
   PrintTree(message);
-  std::string body;
-  message.GetTextBody(body, "UTF-8", true);
-  if (!body.empty()) Print("\n" + AsUtf8(std::move(body)) + "\n");
+  std::string body = BodyForReading(message);
+  if (body.empty()) return;
+  Print("\n");
+  PrintReadable(body);
+  if (!body.ends_with('\n')) Print("\n");
 }
 
 }  // namespace corvane::cvctl

@@ -2,6 +2,7 @@
 // one.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <nlohmann/json.hpp>
 
 #include "tests/support/RunProgram.h"
@@ -106,11 +107,39 @@ TEST_F(MessageShowTest, PlainViewIsForPeople) {
             "    application/pdf, \"x.pdf\", 3 bytes, attachment\n\nna\xC3\xAFve\n");
 }
 
-TEST_F(MessageShowTest, MissingFileIsExit1) {
-  test::ProgramResult result = Show({directory_ / "none.mai", "--json"});
-  EXPECT_EQ(result.exitCode, 1);
-  EXPECT_EQ(result.output, "");
-  EXPECT_NE(result.errors.find("check the path"), std::string::npos);
+TEST_F(MessageShowTest, PlainViewOfHtmlAlone) {
+  test::WriteBytes(file_,
+                   "Subject: x\x1B[2Jy\nContent-Type: text/html; charset=utf-8\n\n"
+                   "<p>caf\xC3\xA9 5 &euro;\n<br>\x07\xC2\x9B.\n");
+  EXPECT_EQ(Show({file_}).output,
+            "Subject: x?[2Jy\nParts:\n  text/html, utf-8, 29 bytes\n\n"
+            "\ncaf\xC3\xA9 5 \xE2\x82\xAC\n??.\n");
+}
+
+TEST_F(MessageShowTest, WhatCannotBeReadIsSaidInOneLine) {
+  struct Case {
+    std::string file;
+    std::vector<std::string> flags;
+    int exitCode;
+    const char* words;
+  };
+  const std::string empty = directory_ / "empty.mai";
+  test::WriteBytes(empty, "");
+  const Case kCases[] = {
+      {directory_ / "none.mai", {"--json"}, 1, "check the path"},
+      {directory_ / "none.mai", {}, 1, "check the path"},
+      {directory_.Path(), {"--json"}, 2, "is a directory"},
+      {empty, {}, 2, "is empty"},
+  };
+  for (const Case& c : kCases) {
+    std::vector<std::string> arguments = c.flags;
+    arguments.push_back(c.file);
+    test::ProgramResult result = Show(arguments);
+    EXPECT_EQ(result.exitCode, c.exitCode) << c.words;
+    EXPECT_EQ(result.output, "") << c.words;
+    EXPECT_NE(result.errors.find(c.words), std::string::npos) << result.errors;
+    EXPECT_EQ(std::count(result.errors.begin(), result.errors.end(), '\n'), 1) << result.errors;
+  }
 }
 
 }  // namespace
