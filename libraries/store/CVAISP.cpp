@@ -9,6 +9,7 @@
 #include "SERVICES/Library/LIBMessageIndex/FolderIndex.h"
 #include "SERVICES/Library/LIBStore/StorePaths.h"
 #include "common/ExportGuard.h"
+#include "connector/settings/Settings.h"
 #include "platform/Path.h"
 
 namespace {
@@ -23,6 +24,21 @@ bool IsFolderName(std::string_view folder) {
     if (end == std::string_view::npos) return true;
     folder.remove_prefix(end + 1);
   }
+}
+
+// The library has settings of its own, which nobody loads for it: those that a program reads at its
+// start are read at the first use.
+void ReadStartSettings() {
+  namespace settings = corvane::settings;
+  static const bool read = [] {
+    std::string mailRoot = settings::Find(settings::kMailRoot).value_or("");
+    if (mailRoot.empty()) mailRoot = settings::Find(settings::kMailRootDirectory).value_or("");
+    settings::Hold(settings::kMailRoot, mailRoot);
+    const auto custom = settings::Find(settings::kAllowCustomPostofficePaths);
+    if (custom) settings::Hold(settings::kAllowCustomPostofficePaths, *custom);
+    return true;
+  }();
+  static_cast<void>(read);
 }
 
 bool IsName(const char* name) { return name != nullptr && corvane::platform::IsSafeName(name); }
@@ -46,6 +62,8 @@ extern "C" {
         !IsFolderName(folder)) {
       return 0;
     }
+    ReadStartSettings();
+    if (corvane::settings::Get(corvane::settings::kMailRoot).empty()) return 0;
     const std::string path = corvane::GetPostofficeRoot(postoffice)
                                  .append("\\MAILROOT\\")
                                  .append(mailbox)

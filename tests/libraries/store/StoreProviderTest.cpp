@@ -12,9 +12,12 @@ namespace {
 
 // The library finds the folder, the settings and the message by itself, as in a service.
 TEST(StoreProvider, PutsMessagesIntoTheIndexOfTheirFolder) {
-  test::StubProviders settings;
-  settings.Use(test::ShippedLibraries());
   const test::TemporaryDirectory root;
+  test::StubProviders settings;
+  // The library has a settings store of its own to open.
+  platform::SettingsStore::UsePath(root / "settings.db");
+  setenv("CORVANE_SETTINGS", (root / "settings.db").c_str(), 1);
+  settings.Use(test::ShippedLibraries());
   ASSERT_TRUE(platform::SettingsStore::Default().SetString(
       "SOFTWARE\\Wow6432Node\\Corvane\\Corvane", "Mail Root", root.Path()));
   const std::string inbox = root / "acme/MAILROOT/anna/Inbox";
