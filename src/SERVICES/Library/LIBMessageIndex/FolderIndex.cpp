@@ -46,8 +46,28 @@ class FolderChange {
   const bool locked_;
 };
 
+// A scan that ran since the file came has taken it in already. Each scan leaves _DIRSIZE.TMP.
+bool MayHaveBeenScanned(const std::string& folder, const platform::FoundFile& file) {
+  const auto scan = platform::GetFileInfo(folder + "\\_DIRSIZE.TMP");
+  return scan && scan->lastWriteTime >= file.info.creationTime;
+}
+
+// Loads what an insertion needs; false when that fails. `there`: the item is in the index already.
+bool LoadForInsertion(FolderChange* change, const std::string& folder,
+                      const platform::FoundFile& file, bool* there) {
+  if (MayHaveBeenScanned(folder, file)) {
+    const bool filters = file.name.find(',') == std::string::npos;
+    if (!change->Load(kKeys, filters ? file.name : "", true)) return false;
+    *there = change->Index().ItemExists(file.name);
+    if (*there || !change->Index().IsFiltered()) return true;
+  }
+  return change->Load(kHeaderOnly, {}, true);
+}
+
 bool Insert(FolderChange* change, const std::string& folder, const platform::FoundFile& file) {
-  if (!change->IsLocked() || !change->Load(kHeaderOnly, {}, true)) return false;
+  bool there = false;
+  if (!change->IsLocked() || !LoadForInsertion(change, folder, file, &there)) return false;
+  if (there) return true;
   SORTEDSTOREINDEXTYPE& index = change->Index();
   // Where all items are in memory, a second insertion of one is no change.
   const bool knowsItems = index.LoadState >= kKeys;
