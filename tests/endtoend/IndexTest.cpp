@@ -19,7 +19,7 @@ struct ModeCase {
 };
 const ModeCase kModes[] = {
     {"ReindexWithDocuments", "2", false, false}, {"ReindexWithStreams", "2", true, false},
-    {"ReindexAndCache", "3", true, true},  {"InsertWithDocuments", "4", false, false},
+    {"ReindexAndCache", "3", true, true},        {"InsertWithDocuments", "4", false, false},
     {"InsertWithStreams", "4", true, false},
 };
 
