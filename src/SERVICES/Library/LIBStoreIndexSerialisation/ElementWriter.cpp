@@ -6,6 +6,7 @@
 
 #include "SERVICES/Library/LIBStoreIndexCore/IndexFiles.h"
 #include "SERVICES/Library/LIBStoreIndexSerialisation/IndexFormat.h"
+#include "SERVICES/Library/xMutexLock/Exception.h"
 #include "connector/settings/Settings.h"
 
 namespace corvane {
@@ -24,7 +25,10 @@ void AppendNumber(std::string* out, std::uint32_t number) {
 
 ElementWriter::ElementWriter(std::int32_t messageClass)
     : validUtf8_(settings::Get(settings::kIndexRequiresValidUtf8) != 0) {
-  for (const auto& [name, id] : CloneGlobalPropertyMap()) {
+  const PropertyMap names = CloneGlobalPropertyMap();
+  // Without the names the elements would lose everything that they have.
+  if (names.empty()) throw Exception("Out of memory", "ElementWriter", __LINE__);
+  for (const auto& [name, id] : names) {
     if (name == "ID" || name == "UID" || name == "IDX" || name == "SEQ" || !IsPropertyName(name)) {
       continue;
     }
