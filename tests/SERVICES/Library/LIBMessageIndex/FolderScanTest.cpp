@@ -92,19 +92,41 @@ TEST_F(Scan, BrandedMessagesBringTheirFlagsAndGetAFreshUid) {
 }
 
 TEST_F(Scan, AClientThatHasGoneEndsTheWalk) {
-  for (int i = 0; i < 120; ++i) Deliver("m" + std::to_string(i) + ".MAI", "x");
+  Set("UID Branding Enabled", 1U);
+  for (int i = 0; i < 120; ++i) {
+    Deliver("m" + std::to_string(i) + ".MAI", "x", "X-CVTempFlags: \\SEEN\r\n");
+  }
   int ends[2];
   ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
   platform::ClientSocket socket(ends[0]);
   ::close(ends[1]);
   EXPECT_EQ(Run(false, &socket), 0);
   EXPECT_FALSE(IsThere("_index.xml"));
+  EXPECT_NE(test::ReadBytes(PathOf("m0.MAI")).find("X-CVTempFlags"), std::string::npos)
+      << "the only place that has the flags";
   ::close(ends[0]);
   ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
   platform::ClientSocket waiting(ends[0]);
   EXPECT_EQ(Run(false, &waiting), 1) << "one that waits has nothing to say";
   ::close(ends[0]);
   ::close(ends[1]);
+}
+
+// Who has the file open keeps the scan from writing; the folder reads whole all the same.
+TEST_F(Scan, WhatCouldNotBeWrittenStaysMarked) {
+  Deliver("a.MAI", "x");
+  ASSERT_EQ(Run(), 1);
+  Deliver("b.MAI", "y");
+  test::WriteBytes(PathOf("_CHANGE.DTY"), "x");
+  auto held = platform::File::Open(PathOf("_index.xml"), platform::Access::kRead,
+                                   platform::kShareAll, platform::Disposition::kOpenExisting);
+  EXPECT_EQ(Items(), "a.MAI:1=x b.MAI:2=y ");
+  EXPECT_TRUE(IsThere("_CHANGE.DTY"));
+  EXPECT_EQ(IndexText().find("b.MAI"), std::string::npos);
+  held.Close();
+  EXPECT_EQ(Items(), "a.MAI:1=x b.MAI:2=y ");
+  EXPECT_FALSE(IsThere("_CHANGE.DTY"));
+  EXPECT_NE(IndexText().find("b.MAI"), std::string::npos);
 }
 
 TEST_F(Scan, AnIndexThatCantBeReadIsPutAsideAndBuiltAnew) {
