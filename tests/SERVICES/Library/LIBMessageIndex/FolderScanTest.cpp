@@ -4,6 +4,7 @@
 
 #include "SERVICES/Library/LIBMessageIndex/FolderIndex.h"
 #include "SERVICES/Library/LIBMessageIndex/ItemFiller.h"
+#include "SERVICES/Library/LIBStoreIndexSerialisation/IndexInspection.h"
 #include "tests/SERVICES/Library/LIBMessageIndex/MailFolder.h"
 
 namespace corvane {
@@ -165,6 +166,16 @@ TEST_F(Scan, TheRecentFlagGoesWithItsBlank) {
   }
 }
 
+// As after a crash, when the message is delivered again.
+TEST_F(Scan, ASecondInsertionOfAnItemIsNone) {
+  for (const char* name : {"a.MAI", "b.MAI", "a.MAI", "b.MAI"}) {
+    Deliver(name, name);
+    EXPECT_EQ(InsertIntoFolderIndex(folder_, name), 1);
+  }
+  EXPECT_EQ(Items(), "a.MAI:1=a.MAI b.MAI:2=b.MAI ");
+  EXPECT_TRUE(CheckIndex(folder_, kClassMail).empty());
+}
+
 TEST_F(Scan, AnInsertionThatFailsMarksTheFolder) {
   Deliver("a.MAI", "x");
   EXPECT_EQ(InsertIntoFolderIndex(folder_, "a.MAI"), 1) << "a folder without an index is scanned";
@@ -175,6 +186,8 @@ TEST_F(Scan, AnInsertionThatFailsMarksTheFolder) {
   EXPECT_EQ(Items(), "a.MAI:1=x b.MAI:2=y ");
   EXPECT_EQ(InsertIntoFolderIndex(folder_, "../a.MAI"), 0);
   EXPECT_EQ(InsertIntoFolderIndex(folder_, "none.MAI"), 0);
+  Deliver(".x.MAI", "hidden");
+  EXPECT_EQ(InsertIntoFolderIndex(folder_, ".x.MAI"), 0);
 }
 
 }  // namespace
