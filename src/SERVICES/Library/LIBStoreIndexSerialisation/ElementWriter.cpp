@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <charconv>
 #include <iterator>
+#include <new>
 
 #include "SERVICES/Library/LIBStoreIndexCore/IndexFiles.h"
 #include "SERVICES/Library/LIBStoreIndexSerialisation/IndexFormat.h"
-#include "SERVICES/Library/xMutexLock/Exception.h"
 #include "connector/settings/Settings.h"
 
 namespace corvane {
@@ -27,7 +27,7 @@ ElementWriter::ElementWriter(std::int32_t messageClass)
     : validUtf8_(settings::Get(settings::kIndexRequiresValidUtf8) != 0) {
   const PropertyMap names = CloneGlobalPropertyMap();
   // Without the names the elements would lose everything that they have.
-  if (names.empty()) throw Exception("Out of memory", "ElementWriter", __LINE__);
+  if (names.empty()) throw std::bad_alloc();
   for (const auto& [name, id] : names) {
     if (name == "ID" || name == "UID" || name == "IDX" || name == "SEQ" || !IsPropertyName(name)) {
       continue;
