@@ -73,7 +73,6 @@ std::uint64_t StreamSave::GapEnd(const Item& item, const Item* next, bool isNew)
 
 bool StreamSave::GapsAreSound(const Start& start) {
   const bool knowsAll = index_->LoadState == kAllProperties && !index_->IsFiltered();
-  // A new item whose UID isn't the highest would stand out of order behind the others.
   std::uint64_t position = start.position;
   const Item* previous = nullptr;
   auto entry = index_->ByUID.find(index_->FirstModifiedUID);
@@ -82,6 +81,7 @@ bool StreamSave::GapsAreSound(const Start& start) {
     const auto following = std::next(entry);
     const Item* next = following == index_->ByUID.end() ? nullptr : following->second;
     const bool isNew = item.GetOffset() == 0;
+    // A new item whose UID isn't the highest would stand out of order behind the others.
     if (!knowsAll && isNew && next != nullptr && next->GetOffset() != 0) return false;
     if (knowsAll) continue;
     const std::uint64_t gapBegin = item.GetOffset() + item.GetLength();
