@@ -1,15 +1,21 @@
 #include "SERVICES/Library/LIBMessageIndex/FolderIndex.h"
 
+#include <algorithm>
+
 #include "SERVICES/Library/LIBMessageIndex/ChangeFlag.h"
 #include "SERVICES/Library/LIBMessageIndex/FolderBrand.h"
 #include "SERVICES/Library/LIBMessageIndex/IndexFile.h"
 #include "SERVICES/Library/LIBMessageIndex/MessageIndexFiles.h"
 #include "SERVICES/Library/LIBStoreIndexCore/StoreIndex.h"
+#include "SERVICES/Library/LIBStoreIndexSerialisation/IndexFileNames.h"
+#include "SERVICES/Library/LIBStoreIndexSerialisation/IndexFormat.h"
 #include "connector/settings/Settings.h"
 #include "platform/Path.h"
 
 namespace corvane {
 namespace {
+
+constexpr std::uint64_t kLookedAtEnd = 65'536;
 
 // The lock of a folder and its index, for one change.
 class FolderChange {
@@ -64,11 +70,29 @@ bool LoadForInsertion(FolderChange* change, const std::string& folder,
   return change->Load(kHeaderOnly, {}, true);
 }
 
+// A message that is delivered again after a crash is among the last that were inserted. Looking at
+// all elements would cost as much as the folder holds.
+bool StandsNearTheEnd(const std::string& folder, const std::string& item) {
+  auto file = platform::File::Open(IndexFilePath(folder, kClassMail), platform::Access::kRead,
+                                   platform::kShareAll, platform::Disposition::kOpenExisting);
+  const auto info = file ? file.Info() : std::nullopt;
+  if (!info) return false;
+  std::string end(std::min(info->size, kLookedAtEnd), '\0');
+  if (!file.Seek(info->size - end.size())) return false;
+  const std::int64_t got = file.Read(end.data(), end.size());
+  end.resize(static_cast<std::size_t>(std::max<std::int64_t>(got, 0)));
+  return end.find(indexformat::ElementHead(item, {})) != std::string::npos;
+}
+
 bool Insert(FolderChange* change, const std::string& folder, const platform::FoundFile& file) {
   bool there = false;
   if (!change->IsLocked() || !LoadForInsertion(change, folder, file, &there)) return false;
   if (there) return true;
   SORTEDSTOREINDEXTYPE& index = change->Index();
+  if (index.LoadState == kHeaderOnly && StandsNearTheEnd(folder, file.name) &&
+      !change->Load(kKeys, {}, true)) {
+    return false;
+  }
   // Where all items are in memory, a second insertion of one is no change.
   const bool knowsItems = index.LoadState >= kKeys;
   std::uint32_t uidCounter = index.GetLastUID();
@@ -81,10 +105,10 @@ bool Insert(FolderChange* change, const std::string& folder, const platform::Fou
 
 std::int32_t InsertIntoFolderIndex(const std::string& folder, const std::string& item) {
   const std::string path = platform::JoinPath(folder, item);
-  const auto info =
-      platform::IsSafeName(item) && item.size() < kIndexedNameLimit && item.front() != '_'
-          ? platform::GetFileInfo(path)
-          : std::nullopt;
+  const auto info = platform::IsSafeName(item) && item.size() < kIndexedNameLimit &&
+                            item.front() != '_' && item.front() != '.'
+                        ? platform::GetFileInfo(path)
+                        : std::nullopt;
   if (!info || info->directory) return 0;
   FolderChange change(folder);
   if (Insert(&change, folder, {item, *info})) return 1;

@@ -37,11 +37,16 @@ struct NamedIds {
 
 char LowerCase(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
+// In any case; names that differ by it alone have an order too.
 bool NameBefore(const platform::FoundFile& a, const platform::FoundFile& b) {
-  return std::lexicographical_compare(
-      a.name.begin(), a.name.end(), b.name.begin(), b.name.end(), [](char x, char y) {
-        return static_cast<unsigned char>(LowerCase(x)) < static_cast<unsigned char>(LowerCase(y));
-      });
+  const auto before = [](char x, char y) {
+    return static_cast<unsigned char>(LowerCase(x)) < static_cast<unsigned char>(LowerCase(y));
+  };
+  const auto less = [&before](const std::string& x, const std::string& y) {
+    return std::lexicographical_compare(x.begin(), x.end(), y.begin(), y.end(), before);
+  };
+  if (less(a.name, b.name)) return true;
+  return !less(b.name, a.name) && a.name < b.name;
 }
 
 bool IsMessageName(std::string_view name) { return name.front() != '_' && name.front() != '.'; }
@@ -124,23 +129,33 @@ class FolderScan {
     RefreshFile(&handle, folder_, file, brand_, date == 0);
   }
 
-  // Headers that carried what the index knows now are taken out again.
   void AddNew(const platform::FoundFile& file) {
     if (IndexNewFile(index_, folder_, file, true, brand_, &uidCounter_) == 0) return;
-    if (StripIndexHeaders(folder_, file.name) != RewriteResult::kRewritten) return;
-    const auto info = platform::GetFileInfo(platform::JoinPath(folder_, file.name));
-    IndexItemPropertyContainer* item = index_->ByID.Find(file.name);
-    if (!info || item == nullptr) return;
-    item->SetNumber(ids_.size, static_cast<std::uint32_t>(info->size));
-    item->SetNumber(ids_.modifiedDate, ToModifiedDate(info->lastWriteTime));
+    if (branding_) added_.push_back(&file);
   }
+
+  // Headers that carried what the index knows now are taken out again, but not before the index
+  // stands: until then they are the only place that has the flags.
+  void StripAdded() {
+    for (const platform::FoundFile* file : added_) {
+      if (StripIndexHeaders(folder_, file->name) != RewriteResult::kRewritten) continue;
+      const auto info = platform::GetFileInfo(platform::JoinPath(folder_, file->name));
+      IndexItemPropertyContainer* item = index_->ByID.Find(file->name);
+      if (!info || item == nullptr) continue;
+      item->SetNumber(ids_.size, static_cast<std::uint32_t>(info->size));
+      item->SetNumber(ids_.modifiedDate, ToModifiedDate(info->lastWriteTime));
+    }
+  }
+
+  bool Save() { return index_->Save(folder_, kClassMail, true) && index_->LastSaveWorked(); }
 
   bool Finish() {
     static_cast<void>(platform::WriteWholeFile(folder_ + "\\_DIRSIZE.TMP",
                                                std::to_string(totalSize_ / kBytesInKb), true,
                                                platform::Durability::kNone));
-    const bool saved = (!isNew_ && !index_->NeedsSave()) ||
-                       (index_->Save(folder_, kClassMail, true) && index_->LastSaveWorked());
+    bool saved = (!isNew_ && !index_->NeedsSave()) || Save();
+    if (saved) StripAdded();
+    if (saved && index_->NeedsSave()) saved = Save();
     if (saved) AnswerChangeFlag();
     FolderDetails details;
     if (index_->GetFolderDetails(&details)) {
@@ -183,7 +198,9 @@ class FolderScan {
   const NamedIds ids_;
   const std::uint32_t brand_;
   std::uint32_t uidCounter_;
+  const bool branding_ = settings::Get(settings::kUidBrandingEnabled) != 0;
   std::vector<platform::FoundFile> files_;
+  std::vector<const platform::FoundFile*> added_;  // while messages carry headers of the index
   std::uint64_t totalSize_ = 0;
 };
 
@@ -230,7 +247,7 @@ std::int32_t ScanFoldersOrdered(SORTEDSTOREINDEXTYPE* index, const std::string& 
   const std::string block = folder + "\\_index.blk";
   platform::File handle;
   if (locks && WaitForAccessToIndexFileEx(block, lockMode, &handle) != 1) return 1;
-  std::int32_t result = 1;
+  std::int32_t result = 0;
   static_cast<void>(
       EndException([&] { result = ScanLocked(index, folder, clearRecent, socket, recover); },
                    [](const ExceptionDetails& details) {
@@ -257,7 +274,8 @@ std::int32_t ScanFoldersEx(StoreIndex* store, bool clearRecent, platform::Client
 
 std::int32_t ScanLoadedFolder(SORTEDSTOREINDEXTYPE* index, const std::string& folder) {
   const bool isNew = !IndexFileExists(folder, kClassMail);
-  return FolderScan(index, folder, isNew, nullptr).Run() ? kAllProperties : kNotLoaded;
+  static_cast<void>(FolderScan(index, folder, isNew, nullptr).Run());
+  return kAllProperties;
 }
 
 }  // namespace corvane

@@ -36,7 +36,8 @@ std::int32_t ScanFoldersOrdered(SORTEDSTOREINDEXTYPE* index, const std::string& 
 std::int32_t ScanFoldersEx(StoreIndex* store, bool clearRecent, platform::ClientSocket* socket,
                            std::int32_t lockMode);
 
-// The scan of an index that is loaded already; the state after it. The caller holds the lock.
+// The scan of an index that is loaded already; the state after it. When it could not be written,
+// NeedsSave() says so and _CHANGE.DTY stays. The caller holds the lock.
 std::int32_t ScanLoadedFolder(SORTEDSTOREINDEXTYPE* index, const std::string& folder);
 
 // How far a scan has come, for a tool that shows it: files done and files in all. Null for none.

@@ -41,8 +41,10 @@ std::int32_t IndexNewFile(SORTEDSTOREINDEXTYPE* index, const std::string& folder
   item.Create();
   FillNewItem(&item, headers, false);
   if (!index->AddItem(&item)) return 0;
-  if (fromFile != 0 && fromFile != headers.UID) {
-    SetMessageUID(folder, fileInfo.name, brand, headers.UID, {});
+  if (fromFile != 0 && fromFile != headers.UID &&
+      SetMessageUID(folder, fileInfo.name, brand, headers.UID, {}) == RewriteResult::kRewritten) {
+    const auto info = platform::GetFileInfo(platform::JoinPath(folder, fileInfo.name));
+    if (info) item.SetNumber("SIZE", static_cast<std::uint32_t>(info->size));
   }
   return 1;
 }

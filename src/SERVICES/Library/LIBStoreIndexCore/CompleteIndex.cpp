@@ -116,7 +116,8 @@ bool SORTEDSTOREINDEXTYPE::CompleteFromFile(const std::string& path, std::int32_
   SORTEDSTOREINDEXTYPE whole(files_);
   whole.LoadState = files_->Read(
       &whole, {.path = path, .messageClass = messageClass, .keyFilter = {}, .quiet = true});
-  if (whole.LoadState != kAllProperties) return false;
+  // A file that has gone reads as an empty folder, in which this object's items would be all.
+  if (whole.LoadState != kAllProperties || whole.FileTime == 0) return false;
   IndexCompletion(this, &whole).Run();
   return true;
 }

@@ -97,7 +97,9 @@ bool SORTEDSTOREINDEXTYPE::AddItem(IndexItem* handle) {
   return true;
 }
 
+// An item that is being emptied has no UID for a moment; 0 would forget what was noted before.
 void SORTEDSTOREINDEXTYPE::NoteModifiedUID(std::uint32_t uid) {
+  if (uid == 0) return;
   if (FirstModifiedUID == 0 || uid < FirstModifiedUID) FirstModifiedUID = uid;
   LastModifiedUID = std::max(LastModifiedUID, uid);
 }
@@ -180,12 +182,14 @@ bool SORTEDSTOREINDEXTYPE::Load(const IndexLoad& load) {
     wanted.keyFilter.clear();
   }
   bool reached = false;
-  if (wanted.messageClass == kClassContactsAndGroups) {
+  if (wanted.skipIfLoaded && IsLoaded()) {
+    reached = true;
+  } else if (wanted.messageClass == kClassContactsAndGroups) {
     IndexLoad part = wanted;
     part.messageClass = kClassContacts;
     reached = LoadOne(part, false);
     part.messageClass = kClassGroups;
-    part.useChangeFlag = part.forceRescan = part.recover = part.skipIfLoaded = false;
+    part.useChangeFlag = part.forceRescan = part.recover = false;
     reached = reached && LoadOne(part, true);
   } else {
     reached = LoadOne(wanted, false);
@@ -195,7 +199,6 @@ bool SORTEDSTOREINDEXTYPE::Load(const IndexLoad& load) {
 }
 
 bool SORTEDSTOREINDEXTYPE::LoadOne(const IndexLoad& load, bool append) {
-  if (load.skipIfLoaded && IsLoaded()) return true;
   if (load.store != nullptr) load.store->FolderPath = load.path;
   const bool locks = !load.alreadyLocked;
   if (locks && (load.store == nullptr || !LockFolderIndex(load.store, load.path))) return false;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <iterator>
+#include <new>
 
 #include "SERVICES/Library/LIBStoreIndexCore/IndexFiles.h"
 #include "SERVICES/Library/LIBStoreIndexSerialisation/IndexFormat.h"
@@ -24,7 +25,10 @@ void AppendNumber(std::string* out, std::uint32_t number) {
 
 ElementWriter::ElementWriter(std::int32_t messageClass)
     : validUtf8_(settings::Get(settings::kIndexRequiresValidUtf8) != 0) {
-  for (const auto& [name, id] : CloneGlobalPropertyMap()) {
+  const PropertyMap names = CloneGlobalPropertyMap();
+  // Without the names the elements would lose everything that they have.
+  if (names.empty()) throw std::bad_alloc();
+  for (const auto& [name, id] : names) {
     if (name == "ID" || name == "UID" || name == "IDX" || name == "SEQ" || !IsPropertyName(name)) {
       continue;
     }

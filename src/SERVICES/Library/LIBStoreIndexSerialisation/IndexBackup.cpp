@@ -62,9 +62,9 @@ bool RestoreIndexBackup(const std::string& folder) {
   DeleteWithRetry(BadOf(folder), 1, kDeleteTries);
   static_cast<void>(CopyOver(IndexOf(folder), BadOf(folder)));
   DeleteWithRetry(IndexOf(folder), 1, kDeleteTries);
-  const bool copied = CopyOver(BackupOf(folder), IndexOf(folder));
+  if (!CopyOver(BackupOf(folder), IndexOf(folder))) return false;  // LastError() says why
   TouchFile(IndexOf(folder));
-  return copied;
+  return true;
 }
 
 bool DiscardIndex(const std::string& folder) {

@@ -127,7 +127,7 @@ class StreamRead {
     if (result == ParseResult::kMalformed) {
       if (!read_.append) index_->UnInit();
       if (!read_.quiet) {
-        ReportIndex("Malformed index detected: " + parser.Message() + " (" + path_ + ")\n");
+        ReportIndex("Malformed index detected: " + parser.Message() + " (" + read_.path + ")\n");
       }
     }
     return result;

@@ -86,7 +86,8 @@ ParseResult StreamIndexParser::Parse() {
   IndexReadStream::Piece piece;
   while (stream_.Next(&piece)) {
     HandleTag(piece);
-    if (tombstones_ >= garbageThreshold_ && !ReadsAll() && !append_) break;
+    if (append_ || ReadsAll()) continue;
+    if (tombstones_ >= garbageThreshold_ || NeedsAll()) break;
   }
   return Finish();
 }
@@ -223,7 +224,8 @@ void StreamIndexParser::EndElement() {
   if (!hasItem_) return;
   hasItem_ = false;
   batch_.AddNumber(idxId_, idx_++);
-  if (newForm_) {
+  const bool atEnd = newForm_ || append_;  // of the folder's order
+  if (atEnd) {
     batch_.AddNumber(sequenceId_, static_cast<std::uint32_t>(index_->Sequence.size() + 1));
   }
   auto item = std::make_unique<IndexItemPropertyContainer>();
@@ -231,7 +233,7 @@ void StreamIndexParser::EndElement() {
   item->SetOffset(itemOffset_);
   item->SetLength(static_cast<std::uint32_t>(itemEnd_ - itemOffset_));
   if (!index_->InsertItem(item.get(), !append_)) return;
-  if (newForm_) index_->Sequence.push_back(item.get());
+  if (atEnd) index_->Sequence.push_back(item.get());
   static_cast<void>(item.release());
 }
 
@@ -249,9 +251,7 @@ std::size_t StreamIndexParser::PlaceOfName(std::string_view name) {
   return entry->second;
 }
 
-void StreamIndexParser::StartProperty(std::string_view tag) {
-  const bool closes = !tag.empty() && tag.back() == '/';
-  if (closes) tag.remove_suffix(1);
+void StreamIndexParser::CheckPlaceOfProperty(std::string_view tag) {
   if (!rootStarted_) {
     Fail(Quoted("Encountered property tag (", tag,
                 ") before encountering a root element start tag"));
@@ -261,6 +261,12 @@ void StreamIndexParser::StartProperty(std::string_view tag) {
                 ") after already encountering a root element end tag"));
   }
   if (!inElement_) Fail(Quoted("Encountered property tag (", tag, ") outside an element"));
+}
+
+void StreamIndexParser::StartProperty(std::string_view tag) {
+  const bool closes = !tag.empty() && tag.back() == '/';
+  if (closes) tag.remove_suffix(1);
+  CheckPlaceOfProperty(tag);
   if (current_ != kNoName) {
     Fail(Quoted("Encountered property start tag (", tag, ") nested within another property (") +
          names_[current_].name + ")");
@@ -271,6 +277,7 @@ void StreamIndexParser::StartProperty(std::string_view tag) {
 }
 
 void StreamIndexParser::EndProperty(std::string_view name, std::string_view text) {
+  CheckPlaceOfProperty(name);
   if (!valid_) return;
   if (current_ == kNoName || names_[current_].name != name) {
     Fail(Quoted("Encountered property end tag (", name,
@@ -290,7 +297,12 @@ void StreamIndexParser::EndProperty(std::string_view name, std::string_view text
 }
 
 ParseResult StreamIndexParser::Finish() {
-  if (!newForm_ && !append_) index_->SequenceFromUIDs();
+  // Items of an old form, and those before the root, have no position yet.
+  if (!append_ && index_->Sequence.size() != index_->ByUID.size()) index_->SequenceFromUIDs();
+  if (NeedsAll() && !append_) {
+    index_->UnInit();
+    return ParseResult::kStartAgain;
+  }
   if (tombstones_ >= garbageThreshold_ && !append_) {
     const bool readsAll = ReadsAll();
     index_->KeyFilter.clear();
@@ -300,7 +312,6 @@ ParseResult StreamIndexParser::Finish() {
       return ParseResult::kStartAgain;
     }
   }
-  if (!rootEnded_) Fail("Did not find root element end tag");
   if (!rootStarted_) {
     std::string first(kFirstBytes, '\0');
     const std::int64_t got = file_->Seek(0) ? file_->Read(first.data(), first.size()) : 0;
@@ -309,6 +320,7 @@ ParseResult StreamIndexParser::Finish() {
     Fail("Did not find root element start tag [" + std::to_string(info ? info->size : 0) + ":" +
          first + "]");
   }
+  if (!rootEnded_) Fail("Did not find root element end tag");
   if (!valid_) return ParseResult::kMalformed;
   // A file that would be written just as it is stays.
   const bool compact = tombstones_ == 0 && !dropped_ && Elements() == index_->ItemCount();

@@ -32,7 +32,8 @@ class StreamIndexParser {
   StreamIndexParser(SORTEDSTOREINDEXTYPE* index, platform::File* file, std::string folder,
                     const IndexRead& read, IndexKeySet* keys);
 
-  // kStartAgain: so many tombstones that the file is to be read whole; the index is empty then.
+  // kStartAgain: so many tombstones, or so old a form, that the file is to be read whole; the index
+  // is empty then.
   [[nodiscard]] ParseResult Parse();
   // The first thing that was wrong, or empty.
   [[nodiscard]] const std::string& Message() const { return message_; }
@@ -57,12 +58,15 @@ class StreamIndexParser {
   [[nodiscard]] bool Admits(const Attribute& attribute);
   void CheckUidOrder(std::string_view value);
   void EndElement();
+  void CheckPlaceOfProperty(std::string_view tag);
   void StartProperty(std::string_view tag);
   void EndProperty(std::string_view name, std::string_view text);
   [[nodiscard]] PropertyId Lookup(std::string_view name);
   [[nodiscard]] std::size_t PlaceOfName(std::string_view name);
   void ForgetFilter();
   [[nodiscard]] bool ReadsAll() const { return level_ == kAllProperties && keys_->empty(); }
+  // An old form read by its keys: it can only be read whole.
+  [[nodiscard]] bool NeedsAll() const { return rootStarted_ && !newForm_ && level_ == kKeys; }
   [[nodiscard]] ParseResult Finish();
 
   // A property name of this pass, its slot, and which name followed it last time. The first entry

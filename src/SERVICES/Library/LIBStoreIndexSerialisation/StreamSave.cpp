@@ -71,8 +71,8 @@ bool StreamSave::CheckFile() {
   const std::int64_t time = info->lastWriteTime * kNanosecondsInSecond + info->lastWriteNanoseconds;
   if (time == index_->FileTime && info->size == index_->FileSize) return true;
   if (index_->IsPartial()) {
-    LogAndReportIndex("Index file modified since load (" + path_ +
-                      "). Index was not fully loaded: aborting save.\n");
+    ReportIndex("Index file modified since load (" + path_ +
+                "). Index was not fully loaded: aborting save.");
     return false;
   }
   TellOfChanges(time, info->size);
@@ -159,8 +159,8 @@ std::int32_t StreamSave::SaveInPlace() {
   const Start start = writes ? FindStart() : Start{};
   // Behind a file that was cut short nothing may be added.
   const bool hasEnd = !start.isNew || trailer_ != info->size;
-  const bool sound =
-      RemovedAreInPlace() && (!writes || (start.item != nullptr && hasEnd && GapsAreSound(start)));
+  const bool sound = HeaderIsInPlace() && RemovedAreInPlace() &&
+                     (!writes || (start.item != nullptr && hasEnd && GapsAreSound(start)));
   if (!sound) {
     stream_.reset();
     positions_.reset();

@@ -49,15 +49,16 @@ class StreamSave {
     std::uint64_t position = 0;
     bool isNew = false;
   };
-  // Blanks the removed elements; false when one of them isn't where it should be.
-  bool BlankRemoved();
+  void BlankRemoved();
+  // Whether what is to be written over stands where it should.
+  [[nodiscard]] bool HeaderIsInPlace();
   [[nodiscard]] bool RemovedAreInPlace();
   [[nodiscard]] Start FindStart();
   // Looks at the gaps before anything is written; false after a report when one isn't sound.
   [[nodiscard]] bool GapsAreSound(const Start& start);
   [[nodiscard]] std::uint64_t GapEnd(const Item& item, const Item* next, bool isNew) const;
   void WriteItems(const Start& start);
-  void WriteItemAndGap(std::uint64_t* position, Item* item, const Item* nextItem, bool itemIsNew);
+  bool WriteItemAndGap(std::uint64_t* position, Item* item, const Item* nextItem, bool itemIsNew);
   void NotePosition(const Item& item);
   void FillPositionsBefore(const Item* start);
   bool CutFile(std::uint64_t newEnd);

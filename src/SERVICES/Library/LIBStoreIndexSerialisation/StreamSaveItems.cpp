@@ -24,6 +24,13 @@ PropertyId NamedId(const char* name) { return FindProperty(nullptr, name); }
 
 }  // namespace
 
+bool StreamSave::HeaderIsInPlace() {
+  const std::string header = stream_->ReadAt(0, indexformat::kHeaderSize);
+  return header.compare(0, indexformat::kLastUidAt, indexformat::kHeaderStart) == 0 &&
+         header.compare(indexformat::kLastUidAt + indexformat::kLastUidDigits, std::string::npos,
+                        indexformat::kHeaderEnd) == 0;
+}
+
 bool StreamSave::RemovedAreInPlace() {
   return std::all_of(index_->Removed.begin(), index_->Removed.end(), [this](const Item* item) {
     if (item->GetOffset() == 0) return true;
@@ -32,13 +39,12 @@ bool StreamSave::RemovedAreInPlace() {
   });
 }
 
-bool StreamSave::BlankRemoved() {
+void StreamSave::BlankRemoved() {
   for (const Item* item : index_->Removed) {
     if (item->GetOffset() == 0) continue;
     stream_->Seek(item->GetOffset());
     stream_->Write(indexformat::TombstoneHead(IdOf(*item), UidOf(*item)));
   }
-  return true;
 }
 
 StreamSave::Start StreamSave::FindStart() {
@@ -67,20 +73,27 @@ std::uint64_t StreamSave::GapEnd(const Item& item, const Item* next, bool isNew)
 
 bool StreamSave::GapsAreSound(const Start& start) {
   const bool knowsAll = index_->LoadState == kAllProperties && !index_->IsFiltered();
-  // A new item whose UID isn't the highest would stand out of order behind the others.
   std::uint64_t position = start.position;
+  const Item* previous = nullptr;
   auto entry = index_->ByUID.find(index_->FirstModifiedUID);
   for (; entry != index_->ByUID.end(); ++entry) {
     const Item& item = *entry->second;
     const auto following = std::next(entry);
     const Item* next = following == index_->ByUID.end() ? nullptr : following->second;
     const bool isNew = item.GetOffset() == 0;
+    // A new item whose UID isn't the highest would stand out of order behind the others.
     if (!knowsAll && isNew && next != nullptr && next->GetOffset() != 0) return false;
     if (knowsAll) continue;
     const std::uint64_t gapBegin = item.GetOffset() + item.GetLength();
     const std::uint64_t gapEnd = GapEnd(item, next, isNew);
     const std::uint64_t gap = gapEnd > gapBegin ? gapEnd - gapBegin : 0;
     const std::string corrupting = "Corrupting index " + path_;
+    // What is copied along must be read before it is written over.
+    if (gap > 0 && position > gapBegin && previous != nullptr) {
+      ReportIndex(corrupting + ". Item size for " + IdOf(*previous) +
+                  " has grown so much that the gap will overflow the next item.");
+      return false;
+    }
     if (gap >= kLeastSoundGap) {
       if (stream_->ReadAt(gapBegin, kElementStart.size()) != kElementStart) {
         ReportIndex(corrupting + ". Gap after " + IdOf(item) +
@@ -90,18 +103,12 @@ bool StreamSave::GapsAreSound(const Start& start) {
       if (stream_->ReadAt(gapEnd - kElementEnd.size(), kElementEnd.size()) != kElementEnd) {
         ReportIndex(corrupting + ". Gap " +
                     (next != nullptr ? "before " + IdOf(*next) : "after " + IdOf(item)) +
-                    ", then does not end at the end of an element.");
+                    " does not end at the end of an element.");
         return false;
       }
     }
     position += elements_->Write(item).size() + gap;
-    // What is copied along must not run into what hasn't been read yet.
-    if (gap > 0 && next != nullptr && next->GetLength() > 0 &&
-        position > next->GetOffset() + next->GetLength()) {
-      ReportIndex(corrupting + ". Item size for " + IdOf(item) +
-                  " has grown so much that the gap will overflow the next item.");
-      return false;
-    }
+    previous = &item;
   }
   return true;
 }
@@ -122,14 +129,18 @@ void StreamSave::WriteItems(const Start& start) {
     }
     lastUid = uid;
     const auto following = std::next(entry);
-    WriteItemAndGap(&position, item, following == index_->ByUID.end() ? nullptr : following->second,
-                    item->GetOffset() == 0);
+    if (!WriteItemAndGap(&position, item,
+                         following == index_->ByUID.end() ? nullptr : following->second,
+                         item->GetOffset() == 0)) {
+      return;
+    }
   }
   if (stream_->InPlace()) stream_->Seek(position);
   stream_->Write(indexformat::kTrailer);
 }
 
-void StreamSave::WriteItemAndGap(std::uint64_t* position, Item* item, const Item* nextItem,
+// False, with nothing written, when the stream has failed: what stands behind is left alone.
+bool StreamSave::WriteItemAndGap(std::uint64_t* position, Item* item, const Item* nextItem,
                                  bool itemIsNew) {
   std::string gap;
   if (stream_->InPlace()) {
@@ -137,6 +148,13 @@ void StreamSave::WriteItemAndGap(std::uint64_t* position, Item* item, const Item
     const std::uint64_t gapEnd = GapEnd(*item, nextItem, itemIsNew);
     if (gapEnd > gapBegin) gap = stream_->ReadAt(gapBegin, gapEnd - gapBegin);
     stream_->Seek(*position);
+  }
+  if (stream_->Failed()) {
+    ReportIndex("Info: Insertion attempt at position: " + std::to_string(*position) +
+                " with stream length: " + std::to_string(stream_->OldSize()) + ". File " + path_ +
+                ". Pointer will be positioned at end of file to allow diagnosis. Check .bad "
+                "file.\n");
+    return false;
   }
   if (itemIsNew) added_.push_back(item);
   const std::string& element = elements_->Write(*item);
@@ -147,6 +165,7 @@ void StreamSave::WriteItemAndGap(std::uint64_t* position, Item* item, const Item
   NotePosition(*item);
   stream_->Write(gap);
   *position += gap.size();
+  return true;
 }
 
 void StreamSave::NotePosition(const Item& item) {

@@ -150,7 +150,7 @@ void ItemValues::Take(const PropertyBatch& batch) {
   if (batch.entries_.empty()) return;
   Reserve(static_cast<std::uint32_t>(batch.entries_.size()));
   if (!batch.texts_.empty()) {
-    blockSize_ = static_cast<std::uint32_t>(batch.texts_.size());
+    blockSize_ = batch.texts_.size();
     block_ = static_cast<char*>(Allocate(blockSize_));
     std::memcpy(block_, batch.texts_.data(), blockSize_);
   }

@@ -80,7 +80,7 @@ class ItemValues {
 
   void** values_ = nullptr;  // capacity_ values, then their slots with kTextMark where it is text
   char* block_ = nullptr;    // texts that came in one step
-  std::uint32_t blockSize_ = 0;
+  std::size_t blockSize_ = 0;
   std::uint16_t size_ = 0;
   std::uint16_t capacity_ = 0;
   std::uint16_t count_ = 0;

@@ -4,6 +4,7 @@
 
 #include "SERVICES/Library/LIBMessageIndex/FolderIndex.h"
 #include "SERVICES/Library/LIBMessageIndex/ItemFiller.h"
+#include "SERVICES/Library/LIBStoreIndexSerialisation/IndexInspection.h"
 #include "tests/SERVICES/Library/LIBMessageIndex/MailFolder.h"
 
 namespace corvane {
@@ -92,19 +93,41 @@ TEST_F(Scan, BrandedMessagesBringTheirFlagsAndGetAFreshUid) {
 }
 
 TEST_F(Scan, AClientThatHasGoneEndsTheWalk) {
-  for (int i = 0; i < 120; ++i) Deliver("m" + std::to_string(i) + ".MAI", "x");
+  Set("UID Branding Enabled", 1U);
+  for (int i = 0; i < 120; ++i) {
+    Deliver("m" + std::to_string(i) + ".MAI", "x", "X-CVTempFlags: \\SEEN\r\n");
+  }
   int ends[2];
   ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
   platform::ClientSocket socket(ends[0]);
   ::close(ends[1]);
   EXPECT_EQ(Run(false, &socket), 0);
   EXPECT_FALSE(IsThere("_index.xml"));
+  EXPECT_NE(test::ReadBytes(PathOf("m0.MAI")).find("X-CVTempFlags"), std::string::npos)
+      << "the only place that has the flags";
   ::close(ends[0]);
   ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
   platform::ClientSocket waiting(ends[0]);
   EXPECT_EQ(Run(false, &waiting), 1) << "one that waits has nothing to say";
   ::close(ends[0]);
   ::close(ends[1]);
+}
+
+// Who has the file open keeps the scan from writing; the folder reads whole all the same.
+TEST_F(Scan, WhatCouldNotBeWrittenStaysMarked) {
+  Deliver("a.MAI", "x");
+  ASSERT_EQ(Run(), 1);
+  Deliver("b.MAI", "y");
+  test::WriteBytes(PathOf("_CHANGE.DTY"), "x");
+  auto held = platform::File::Open(PathOf("_index.xml"), platform::Access::kRead,
+                                   platform::kShareAll, platform::Disposition::kOpenExisting);
+  EXPECT_EQ(Items(), "a.MAI:1=x b.MAI:2=y ");
+  EXPECT_TRUE(IsThere("_CHANGE.DTY"));
+  EXPECT_EQ(IndexText().find("b.MAI"), std::string::npos);
+  held.Close();
+  EXPECT_EQ(Items(), "a.MAI:1=x b.MAI:2=y ");
+  EXPECT_FALSE(IsThere("_CHANGE.DTY"));
+  EXPECT_NE(IndexText().find("b.MAI"), std::string::npos);
 }
 
 TEST_F(Scan, AnIndexThatCantBeReadIsPutAsideAndBuiltAnew) {
@@ -143,6 +166,16 @@ TEST_F(Scan, TheRecentFlagGoesWithItsBlank) {
   }
 }
 
+// As after a crash, when the message is delivered again.
+TEST_F(Scan, ASecondInsertionOfAnItemIsNone) {
+  for (const char* name : {"a.MAI", "b.MAI", "a.MAI", "b.MAI"}) {
+    Deliver(name, name);
+    EXPECT_EQ(InsertIntoFolderIndex(folder_, name), 1);
+  }
+  EXPECT_EQ(Items(), "a.MAI:1=a.MAI b.MAI:2=b.MAI ");
+  EXPECT_TRUE(CheckIndex(folder_, kClassMail).empty());
+}
+
 TEST_F(Scan, AnInsertionThatFailsMarksTheFolder) {
   Deliver("a.MAI", "x");
   EXPECT_EQ(InsertIntoFolderIndex(folder_, "a.MAI"), 1) << "a folder without an index is scanned";
@@ -153,6 +186,8 @@ TEST_F(Scan, AnInsertionThatFailsMarksTheFolder) {
   EXPECT_EQ(Items(), "a.MAI:1=x b.MAI:2=y ");
   EXPECT_EQ(InsertIntoFolderIndex(folder_, "../a.MAI"), 0);
   EXPECT_EQ(InsertIntoFolderIndex(folder_, "none.MAI"), 0);
+  Deliver(".x.MAI", "hidden");
+  EXPECT_EQ(InsertIntoFolderIndex(folder_, ".x.MAI"), 0);
 }
 
 }  // namespace

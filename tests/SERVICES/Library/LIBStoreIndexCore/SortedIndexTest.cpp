@@ -67,6 +67,18 @@ TEST_F(SortedIndex, RemovalRenumbersAndMovesWhatIsCovered) {
   EXPECT_EQ(index_.Removed.size(), 2U);
 }
 
+// While its properties are cleared an item has no UID.
+TEST_F(SortedIndex, ClearingAnItemForgetsNoOtherChange) {
+  for (const char* id : {"a", "b", "c"}) Add(id);
+  Forget();
+  index_.NoteModifiedUID(1);
+  IndexItem item;
+  ASSERT_TRUE(index_.GetItemByID("c", &item, false));
+  item.ClearExceptKeys();
+  EXPECT_EQ(index_.FirstModifiedUID, 1U);
+  EXPECT_EQ(item.GetText("ID") + item.GetText("UID"), "c3");
+}
+
 TEST_F(SortedIndex, UidRangesAreThoseOfImap) {
   for (const std::uint32_t uid : {10U, 20U, 50U}) Add("u" + std::to_string(uid), uid);
   struct Case {

@@ -28,7 +28,7 @@ const LoadCase kLoads[] = {
     {"EmptyAtAll", "<BASEELEMENT LASTUID=\"x00000005\"/>\r\n", 4, 4, 5, "", true},
     {"DecimalIsReadWhole", IndexOf("123", Element("b", 9, "two") + Element("a", 3, "one")), 1, 4,
      123, "a=one b=two ", true},
-    {"LeadingZeroIsHexadecimal", IndexOf("0000000f", kTwo), 2, 2, 15, "a= b= ", true},
+    {"LeadingZeroIsHexadecimal", IndexOf("0000000f", kTwo), 2, 4, 15, "a=one b=two ", true},
     {"TombstonesCountForNothing",
      IndexOf("x00000002", "<ELEMENT ID=\"-\" UID=\"-\"><READ>0</READ></ELEMENT>" + kTwo), 4, 4, 2,
      "a=one b=two ", false},
@@ -90,12 +90,13 @@ const MalformedCase kMalformed[] = {
     {kHead + kTail + "<CC>",
      "Encountered property tag (CC) after already encountering a root element end tag"},
     {kHead + "<CC>" + kTail, "Encountered property tag (CC) outside an element"},
+    {kHead + "</CC>" + kTail, "Encountered property tag (CC) outside an element"},
     {kHead + "<ELEMENT ID=\"a\"><CC>x<TO>",
      "Encountered property start tag (TO) nested within another property (CC)"},
     {kHead + "<ELEMENT ID=\"a\"><CC>x</TO>",
      "Encountered property end tag (TO) that does not match previous property start tag (CC)"},
     {kHead + Element("a", 1, "x"), "Did not find root element end tag"},
-    {"no index at all", "Did not find root element end tag"},
+    {"no index at all", "Did not find root element start tag [15:no index at all]"},
     {kHead + Element("a", 1, "x") + "</BASEELEM", "Did not find root element end tag"},
 };
 
@@ -107,7 +108,8 @@ TEST_F(StreamReader, TellsTheFirstThingThatIsWrong) {
     EXPECT_FALSE(Load(&store, kAllProperties, {}, 0, false, true)) << c.message;
     EXPECT_EQ(store.Index.ItemCount(), 0U) << c.message;
     ASSERT_EQ(events_.size(), 2U) << c.message;
-    EXPECT_NE(events_[0].find("] Malformed index detected: " + c.message + " ("), std::string::npos)
+    EXPECT_NE(events_[0].find("] Malformed index detected: " + c.message + " (" + folder_ + ")\n"),
+              std::string::npos)
         << events_[0];
     EXPECT_NE(events_[1].find("Failed to deserialise index: " + folder_ + "."), std::string::npos);
   }
@@ -203,6 +205,13 @@ TEST_F(StreamReader, ContactsAndGroupsComeTogether) {
   EXPECT_TRUE(store.Index.Load(load));
   EXPECT_EQ(Items(store), "a=one b=two g=group ");
   EXPECT_EQ(store.Index.LastUID, 9U);
+  load.skipIfLoaded = true;
+  test::WriteBytes(folder_ + "/_groups.xml", IndexOf("9", Element("h", 3, "old form")));
+  EXPECT_TRUE(store.Index.Load(load));
+  EXPECT_EQ(Items(store), "a=one b=two g=group ") << "is loaded already";
+  load.skipIfLoaded = false;
+  EXPECT_TRUE(store.Index.Load(load));
+  EXPECT_EQ(Items(store), "a=one b=two h=old form ");
   EXPECT_FALSE(store.Index.Save(folder_, kClassContactsAndGroups, false) &&
                store.Index.LastSaveWorked());
   EXPECT_EQ(IndexText(), IndexOf("x00000002", kTwo));

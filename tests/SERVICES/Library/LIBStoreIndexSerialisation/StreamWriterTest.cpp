@@ -99,6 +99,7 @@ const ChangeCase kChanges[] = {
     {"LastOfAll", "e", "e", "the last one is longer now"},
     {"WithoutAFilter", "", "b", "longer than before, with everything in memory"},
     {"OverflowsTheNextOne", "a,b,d", "a", std::string(300, 'z')},
+    {"OverflowsTheGapBehindTheNextOne", "a,b", "a", std::string(120, 'z')},
 };
 
 TEST_F(StreamWriter, AChangeKeepsEverythingThatWasNotLoaded) {
@@ -184,6 +185,17 @@ TEST_F(StreamWriter, WhatIsNotWhereItShouldBeIsNotWrittenOver) {
   moved.Index.RemoveItems("c");
   EXPECT_TRUE(Save(&moved));
   EXPECT_EQ(ItemsOnDisk(), "a=old b=new d=old e=old ");
+}
+
+// A header of another writer, in which LASTUID's digits stand elsewhere.
+TEST_F(StreamWriter, AHeaderOfAnotherLengthIsNotPatched) {
+  WriteIndex(IndexOf("x5", Element("a", 5, "old")));
+  StoreIndex store(&files_);
+  ASSERT_TRUE(Load(&store, kHeaderOnly));
+  ASSERT_TRUE(Add(&store, "b", "new"));
+  EXPECT_TRUE(Save(&store));
+  EXPECT_EQ(IndexText().substr(0, 33), "<BASEELEMENT LASTUID=\"x00000006\">");
+  EXPECT_EQ(ItemsOnDisk(), "a=old b=new ");
 }
 
 TEST_F(StreamWriter, NothingIsAddedBehindATornFile) {
