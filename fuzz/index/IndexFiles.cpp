@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "SERVICES/Library/LIBStoreIndexCore/SORTEDSTOREINDEXTYPE.h"
+#include "SERVICES/Library/LIBStoreIndexSerialisation/IndexInspection.h"
 #include "SERVICES/Library/LIBStoreIndexSerialisation/StreamXMLStoreIndexSerialiser.h"
 #include "platform/Reports.h"
 #include "platform/SettingsStore.h"
@@ -101,6 +102,7 @@ bool Save(SORTEDSTOREINDEXTYPE* index, const std::string& folder) {
 }
 
 // What a file can hold of an item, by its ID. Bytes beyond ASCII may be changed by a save.
+constexpr const char* kOtherBytes = "other bytes";
 using Items = std::map<std::string, std::pair<std::uint32_t, PropertyTexts>>;
 
 Items ItemsOf(const SORTEDSTOREINDEXTYPE& index) {
@@ -114,7 +116,7 @@ Items ItemsOf(const SORTEDSTOREINDEXTYPE& index) {
     for (auto text = texts.begin(); text != texts.end();) {
       const bool plain = std::all_of(text->second.begin(), text->second.end(),
                                      [](char c) { return c >= ' ' && c < 127; });
-      if (!plain && text->first != "ID") text->second = "other bytes";
+      if (!plain && text->first != "ID") text->second = kOtherBytes;
       text = corvane::IsPropertyName(text->first) ? std::next(text) : texts.erase(text);
     }
   }
@@ -127,6 +129,20 @@ Items ItemsIn(const std::string& folder) {
   return ItemsOf(index);
 }
 
+// Whether `folder` holds `items`. A save may have made plain bytes of others.
+bool Holds(const std::string& folder, const Items& items) {
+  Items found = ItemsIn(folder);
+  for (auto& [id, item] : found) {
+    const auto before = items.find(id);
+    if (before == items.end()) return false;
+    for (const auto& [name, text] : before->second.second) {
+      const auto after = item.second.find(name);
+      if (text == kOtherBytes && after != item.second.end()) after->second = kOtherBytes;
+    }
+  }
+  return found == items;
+}
+
 void CheckRewrite(const Items& items) {
   SORTEDSTOREINDEXTYPE index(&files);
   Require(Load(&index, Places().Read(), corvane::kAllProperties));
@@ -134,7 +150,7 @@ void CheckRewrite(const Items& items) {
   index.MarkFullRewrite();
   fs::remove(Places().Written() + "/_index.xml");
   Require(Save(&index, Places().Written()));
-  Require(ItemsIn(Places().Written()) == items);
+  Require(Holds(Places().Written(), items));
 }
 
 void CheckInsertion(Items items) {
@@ -148,20 +164,23 @@ void CheckInsertion(Items items) {
   item.SetText("SUBJECT", "new");
   Require(index.AddItem(&item));
   if (!Save(&index, Places().Read())) return;
-  Items after = ItemsIn(Places().Read());
-  Require(after.erase(kNew) == 1);
-  Require(after == items);
+  const std::uint32_t uid = index.LastUID;
+  items[kNew] = ItemsOf(index)[kNew];
+  Require(items[kNew].first == uid && Holds(Places().Read(), items));
 }
 
 void CheckRemoval(Items items) {
-  if (items.empty()) return;
+  SORTEDSTOREINDEXTYPE whole(&files);
+  const auto report = corvane::InspectIndex(&whole, Places().Read(), corvane::kClassMail);
+  // An element that stands twice comes up again when the first one goes.
+  if (items.empty() || report.elements != items.size()) return;
   SORTEDSTOREINDEXTYPE index(&files);
   Require(Load(&index, Places().Read(), corvane::kKeys));
   const std::vector<std::string> first = {items.begin()->first};
   Require(index.RemoveItems(first) == 1);
   items.erase(items.begin());
   if (!Save(&index, Places().Read())) return;
-  Require(ItemsIn(Places().Read()) == items);
+  Require(Holds(Places().Read(), items));
 }
 
 }  // namespace
