@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
+#include <cstring>
 #include <iterator>
 #include <limits>
 
@@ -144,30 +145,32 @@ constexpr Entity kEntities[] = {
     {"&lt;", '<'}, {"&gt;", '>'}, {"&amp;", '&'}, {"&quot;", '"'}, {"&apos;", '\''}};
 constexpr std::size_t kTextEntities = 3;
 
+// What stands between two entities moves up in one piece.
 void DecodeEntities(std::string* text, std::size_t entities) {
-  std::size_t to = 0;
-  for (std::size_t from = 0; from < text->size();) {
-    char c = (*text)[from];
-    std::size_t length = 1;
-    if (c == '&') {
-      const Entity* const end = kEntities + entities;
-      const Entity* found = std::find_if(kEntities, end, [&](const Entity& entity) {
-        return text->compare(from, entity.name.size(), entity.name) == 0;
-      });
-      if (found != end) {
-        c = found->character;
-        length = found->name.size();
-      }
-    }
-    (*text)[to++] = c;
-    from += length;
+  const Entity* const end = kEntities + entities;
+  std::size_t to = std::min(text->find('&'), text->size());
+  for (std::size_t from = to; from < text->size();) {
+    const Entity* found = std::find_if(kEntities, end, [&](const Entity& entity) {
+      return text->compare(from, entity.name.size(), entity.name) == 0;
+    });
+    (*text)[to++] = found == end ? '&' : found->character;
+    from += found == end ? 1 : found->name.size();
+    const std::size_t plain = std::min(text->find('&', from), text->size()) - from;
+    std::memmove(text->data() + to, text->data() + from, plain);
+    to += plain;
+    from += plain;
   }
   text->resize(to);
 }
 
 std::string_view Decode(std::string_view text, std::string* buffer, std::size_t entities) {
-  if (text.find('&') == std::string_view::npos) return text;
-  *buffer = DecodeReferences(text);
+  const std::size_t first = text.find('&');
+  if (first == std::string_view::npos) return text;
+  if (text.find("&#", first) == std::string_view::npos) {
+    buffer->assign(text);
+  } else {
+    *buffer = DecodeReferences(text);
+  }
   DecodeEntities(buffer, entities);
   return *buffer;
 }

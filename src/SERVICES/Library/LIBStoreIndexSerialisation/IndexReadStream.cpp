@@ -10,6 +10,7 @@ namespace {
 
 constexpr std::size_t kSmallestBlock = 8192;
 constexpr std::size_t kNowhere = SIZE_MAX;
+constexpr std::size_t kShortPiece = 40;
 
 }  // namespace
 
@@ -49,7 +50,25 @@ std::size_t IndexReadStream::FindByte(char c, std::size_t from, std::size_t limi
   }
 }
 
+// Most tags are names of a few bytes that lie in the buffer already, behind a short text.
+bool IndexReadStream::NextShort(Piece* piece) {
+  const char* const begin = buffer_.data() + begin_;
+  const char* const end = begin + std::min(end_ - begin_, kShortPiece);
+  const char* open = begin;
+  while (open < end && *open != '<') ++open;
+  const char* close = open;
+  while (close < end && *close != '>') ++close;
+  if (close == end) return false;
+  const auto at = static_cast<std::size_t>(open - begin);
+  piece->text = {begin, at};
+  piece->tag = {open + 1, static_cast<std::size_t>(close - open) - 1};
+  piece->tagOffset = Consumed() + at;
+  begin_ += static_cast<std::size_t>(close - begin) + 1;
+  return true;
+}
+
 bool IndexReadStream::Next(Piece* piece) {
+  if (NextShort(piece)) return true;
   const std::size_t open = FindByte('<', 0, kNowhere);
   if (open == kNowhere) return false;
   const std::size_t tagBegin = open + 1;

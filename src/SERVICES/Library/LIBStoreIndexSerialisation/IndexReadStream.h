@@ -29,6 +29,8 @@ class IndexReadStream {
   [[nodiscard]] std::uint64_t Consumed() const { return base_ + begin_; }
 
  private:
+  // Next where text and tag together are short and in the buffer; false for all others.
+  bool NextShort(Piece* piece);
   // Reads more behind what is there; false at the end.
   bool Fill();
   // The distance from begin_ + `from` to the byte `c`, or npos when the file ends before it.

@@ -121,6 +121,7 @@ void StreamIndexParser::HandleTag(const IndexReadStream::Piece& piece) {
 void StreamIndexParser::StartRoot(std::string_view tag) {
   if (rootStarted_) {
     Fail("Encountered root element start tag after already encountering a root element start tag");
+    return;
   }
   rootStarted_ = true;
   std::string_view text;
@@ -138,6 +139,12 @@ void StreamIndexParser::EndRoot() {
   if (!rootStarted_) Fail("Encountered root element end tag before root element start tag");
   if (rootEnded_) {
     Fail("Encountered root element end tag after already encountering a root element end tag");
+  }
+  // An element that is written behind the last one would stand within what is open.
+  if (inElement_) Fail("Encountered root element end tag nested within an element");
+  if (current_ != kNoName) {
+    Fail(Quoted("Encountered root element end tag nested within a property (",
+                names_[current_].name, ")"));
   }
   rootEnded_ = true;
 }
@@ -221,8 +228,9 @@ void StreamIndexParser::EndElement() {
   if (!inElement_)
     Fail("Encountered element end tag before encountering a matching element start tag");
   inElement_ = false;
-  if (!hasItem_) return;
+  const bool stores = hasItem_ && valid_;  // nothing more is stored from a malformed file
   hasItem_ = false;
+  if (!stores) return;
   batch_.AddNumber(idxId_, idx_++);
   const bool atEnd = newForm_ || append_;  // of the folder's order
   if (atEnd) {
@@ -271,7 +279,7 @@ void StreamIndexParser::StartProperty(std::string_view tag) {
     Fail(Quoted("Encountered property start tag (", tag, ") nested within another property (") +
          names_[current_].name + ")");
   }
-  if (!valid_ || closes) return;  // nothing more is stored from a malformed file
+  if (!valid_ || closes) return;
   current_ = PlaceOfName(tag);
   previousName_ = current_;
 }

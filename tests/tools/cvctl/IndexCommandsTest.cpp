@@ -1,0 +1,250 @@
+// cvctl index on folders of messages: what it shows, each fault that it finds, what it changes,
+// what it refuses.
+#include <algorithm>
+#include <filesystem>
+
+#include "tests/tools/cvctl/CvctlFixture.h"
+
+namespace corvane {
+namespace {
+
+namespace fs = std::filesystem;
+using nlohmann::json;
+using test::Words;
+
+constexpr const char* kFirst = "<ELEMENT ID=\"a.MAI\" UID=\"1\"><SUBJECT>one</SUBJECT></ELEMENT>";
+constexpr const char* kSecond = "<ELEMENT ID=\"b.MAI\" UID=\"2\"><SUBJECT>two</SUBJECT></ELEMENT>";
+constexpr const char* kStart = "<BASEELEMENT LASTUID=\"x00000002\">";
+constexpr const char* kEnd = "</BASEELEMENT>\r\n";
+
+class IndexCommands : public test::Cvctl {
+ protected:
+  IndexCommands() {
+    fs::create_directories(folder_);
+    UseStreams(true);
+  }
+  void UseStreams(bool streams) const {
+    for (const char* name :
+         {"Use XML Stream Index Deserialisation", "Use XML Stream Index Serialisation"}) {
+      Do({"settings", "set", ".", name, streams ? "1" : "0"});
+    }
+  }
+  void Deliver(const std::string& name, const std::string& subject = "s") const {
+    test::WriteBytes(folder_ + "/" + name, "From: a@b.example\r\nSubject: " + subject + "\r\n\r\n");
+  }
+  void Write(const std::string& name, const std::string& bytes) const {
+    test::WriteBytes(folder_ + "/" + name, bytes);
+  }
+  [[nodiscard]] json Dump() const { return Json({"index", "dump", folder_}); }
+  // "ID:UID " of all items.
+  [[nodiscard]] std::string Items() const {
+    const json dump = Dump();
+    std::string items;
+    for (const json& item : dump["items"]) {
+      items += item["ID"].get<std::string>() + ":" + std::to_string(item["UID"].get<int>()) + " ";
+    }
+    return items;
+  }
+  void ExpectSound() const {
+    const auto check = Run({"index", "check", folder_});
+    EXPECT_EQ(check.exitCode, 0) << check.output;
+    EXPECT_EQ(check.output, "sound\n");
+    EXPECT_EQ(check.errors, "");
+  }
+
+  const std::string folder_ = directory_ / "Inbox";
+};
+
+TEST_F(IndexCommands, ADumpTellsWhereEveryItemStandsAndWhatItHolds) {
+  Write("_index.xml", std::string(kStart) + kFirst +
+                          "<ELEMENT ID=\"------\" UID=\"-\"><CC>x</CC></ELEMENT>" + kSecond + kEnd);
+  const json dump = Dump();
+  EXPECT_EQ(dump["lastUid"], 2);
+  EXPECT_EQ(dump["form"], "stream");
+  EXPECT_EQ(dump["state"], 4);
+  EXPECT_EQ(dump["tombstones"], 1);
+  EXPECT_EQ(dump["error"], "");
+  ASSERT_EQ(dump["items"].size(), 2U);
+  const json& second = dump["items"][1];
+  EXPECT_EQ(second["ID"], "b.MAI");
+  EXPECT_EQ(second["UID"], 2);
+  EXPECT_EQ(second["properties"]["SUBJECT"], "two");
+  EXPECT_FALSE(second["properties"].contains("UID")) << "stands beside the properties";
+  const std::string text = test::ReadBytes(folder_ + "/_index.xml");
+  EXPECT_EQ(text.substr(second["offset"], second["length"]), kSecond);
+  const auto plain = Run({"index", "dump", folder_});
+  EXPECT_EQ(plain.output.rfind("stream, LASTUID 2, 2 items, 1 tombstones\n", 0), 0U)
+      << plain.output;
+  EXPECT_NE(plain.output.find("         2              b.MAI\n"), std::string::npos)
+      << plain.output;
+}
+
+TEST_F(IndexCommands, ADumpNamesTheFormOfTheFile) {
+  struct Form {
+    const char* form;
+    std::string text;
+    int lastUid;
+    std::size_t items;
+  };
+  const Form forms[] = {
+      {"stream", std::string(kStart) + kEnd, 2, 0},
+      {"empty", "<BASEELEMENT LASTUID=\"x00000007\"/>", 7, 0},
+      {"old", std::string("<BASEELEMENT LASTUID=\"9\">\r\n") + kFirst + "</BASEELEMENT>", 9, 1},
+  };
+  EXPECT_EQ(Dump()["form"], "absent");
+  for (const Form& form : forms) {
+    Write("_index.xml", form.text);
+    const json dump = Dump();
+    EXPECT_EQ(dump["form"], form.form);
+    EXPECT_EQ(dump["lastUid"], form.lastUid) << form.form;
+    EXPECT_EQ(dump["items"].size(), form.items) << form.form;
+    EXPECT_EQ(dump["error"], "") << form.form;
+  }
+  Write("_groups.xml", std::string(kStart) + kFirst + kEnd);
+  EXPECT_EQ(Json({"index", "dump", folder_, "--class", "54"})["items"].size(), 1U);
+}
+
+TEST_F(IndexCommands, AnUnreadableFileIsToldAsFarAsItCouldBeRead) {
+  Write("_index.xml", std::string(kStart) + kFirst + "<ELEMENT ID=\"b.MAI\" UID=\"2\"><SUBJ");
+  const json dump = Dump();
+  EXPECT_EQ(dump["error"], "Did not find root element end tag");
+  EXPECT_EQ(dump["state"], 0);
+  const auto plain = Run({"index", "dump", folder_});
+  EXPECT_EQ(plain.exitCode, 1);
+  EXPECT_NE(plain.errors.find("cvctl index rebuild"), std::string::npos) << plain.errors;
+}
+
+struct FaultCase {
+  const char* says;
+  std::string index;
+};
+
+TEST_F(IndexCommands, ACheckNamesEachFault) {
+  Deliver("a.MAI");
+  Deliver("b.MAI");
+  const std::string start = kStart;
+  const std::string both = std::string(kFirst) + kSecond;
+  const std::string loose = "<ELEMENT  ID='b.MAI' UID='2'></ELEMENT>";
+  const FaultCase cases[] = {
+      {"the file can't be read: Did not find root element end tag", start + both},
+      {"1 elements have an ID or a UID that another has already",
+       start + both + "<ELEMENT ID=\"a.MAI\" UID=\"2\"></ELEMENT>" + kEnd},
+      {"LASTUID 1 is lower than the UID 2", "<BASEELEMENT LASTUID=\"x00000001\">" + both + kEnd},
+      {"the element of 'b.MAI' isn't where it should be", start + kFirst + loose + kEnd},
+      {"what stands before 'b.MAI' is no element", start + kFirst + "stray" + kSecond + kEnd},
+      {"the file doesn't end with its trailer", start + both + "</BASEELEMENT>"},
+      {"'b.MAI' lies in the folder and isn't in the index", start + kFirst + kEnd},
+      {"'c.MAI' is in the index and there is no such file",
+       "<BASEELEMENT LASTUID=\"x00000003\">" + both + "<ELEMENT ID=\"c.MAI\" UID=\"3\"></ELEMENT>" +
+           kEnd},
+  };
+  for (const FaultCase& row : cases) {
+    Write("_index.xml", row.index);
+    const auto check = Run({"index", "check", folder_});
+    EXPECT_EQ(check.exitCode, 1) << row.says;
+    EXPECT_EQ(check.output, std::string(row.says) + "\n");
+    EXPECT_EQ(check.errors, "");
+    const json told = json::parse(Run({"index", "check", folder_, "--json"}).output);
+    EXPECT_EQ(told, (json{{"sound", false}, {"faults", {row.says}}}));
+  }
+  Write("_index.xml", start + both + kEnd);
+  ExpectSound();
+  EXPECT_EQ(Json({"index", "check", folder_}), (json{{"sound", true}, {"faults", json::array()}}));
+  Write("_index.bin", std::string(24 + 16, '\0'));
+  EXPECT_EQ(Run({"index", "check", folder_}).output,
+            "the offset cache has not as many records as there are items\n");
+}
+
+TEST_F(IndexCommands, ACheckTellsAllFaultsAndThatTheFolderIsMarked) {
+  Deliver("a.MAI");
+  Write("_CHANGE.DTY", "");
+  Deliver("_b.MAI");  // no message
+  const auto check = Run({"index", "check", folder_});
+  EXPECT_EQ(check.exitCode, 1);
+  EXPECT_EQ(
+      check.output,
+      "there is no index file\n"
+      "'a.MAI' lies in the folder and isn't in the index (the folder is marked as changed)\n");
+}
+
+TEST_F(IndexCommands, ARebuildInsertionsChangesAndRemovalsLeaveASoundIndex) {
+  for (const bool streams : {true, false}) {
+    UseStreams(streams);
+    fs::remove_all(folder_);
+    fs::create_directories(folder_);
+    Deliver("b.MAI", "\x1b[31mred");
+    Deliver("a.MAI", "one & <two>");
+    EXPECT_EQ(Run({"index", "rebuild", folder_}).output, "2 items, LASTUID 2\n");
+    EXPECT_EQ(Items(), "a.MAI:1 b.MAI:2 ");
+    Deliver("d.MAI");
+    Deliver("c.MAI");
+    Do({"index", "insert", folder_, "d.MAI"});
+    Do({"index", "insert", folder_, "c.MAI"});
+    EXPECT_EQ(Items(), "a.MAI:1 b.MAI:2 d.MAI:3 c.MAI:4 ");
+    EXPECT_EQ(Dump()["items"][0]["properties"]["SUBJECT"], "one & <two>");
+    Do({"index", "set", folder_, "b.MAI", "FLAGSTATUS", "\\SEEN $Work"});
+    Do({"index", "set", folder_, "c.MAI", "CATEGORIES", "<a> & \"b\""});
+    Do({"index", "remove", folder_, "a.MAI", "d.MAI"});
+    EXPECT_TRUE(fs::exists(folder_ + "/a.MAI")) << "the file stays";
+    fs::remove(folder_ + "/a.MAI");
+    fs::remove(folder_ + "/d.MAI");
+    const json items = Dump()["items"];
+    ASSERT_EQ(items.size(), 2U);
+    EXPECT_EQ(items[0]["properties"]["FLAGSTATUS"], "\\SEEN $Work");
+    EXPECT_EQ(items[0]["properties"]["READ"], "1");
+    EXPECT_EQ(items[1]["properties"]["CATEGORIES"], "<a> & \"b\"");
+    if (streams) ExpectSound();
+    Do({"index", "set", folder_, "c.MAI", "CATEGORIES", ""});
+    EXPECT_FALSE(Dump()["items"][1]["properties"].contains("CATEGORIES"));
+    EXPECT_EQ(Json({"index", "rebuild", folder_}), (json{{"items", 2}, {"lastUid", 4}}));
+    EXPECT_EQ(Items(), "b.MAI:2 c.MAI:4 ") << "identifiers stay";
+    EXPECT_EQ(Dump()["items"][0]["properties"]["FLAGSTATUS"], "\\SEEN $Work") << "and flags";
+    EXPECT_EQ(Dump()["form"], streams ? "stream" : "old");
+  }
+}
+
+TEST_F(IndexCommands, FailuresAreToldInOneLineAndChangeNothing) {
+  Deliver("a.MAI");
+  Deliver("_x.MAI");
+  Do({"index", "rebuild", folder_});
+  const std::string before = test::ReadBytes(folder_ + "/_index.xml");
+  const std::string none = directory_ / "none";
+  struct Case {
+    Words words;
+    int exitCode;
+    const char* says;
+  };
+  const Case cases[] = {
+      {{"index", "dump", none}, 1, "there is no folder"},
+      {{"index", "check", none}, 1, "there is no folder"},
+      {{"index", "rebuild", none}, 1, "there is no folder"},
+      {{"index", "insert", folder_, "b.MAI"}, 1, "put it there first"},
+      {{"index", "insert", folder_, "../Inbox/a.MAI"}, 1, "put it there first"},
+      {{"index", "insert", folder_, "_x.MAI"}, 2, "is never indexed"},
+      {{"index", "remove", folder_, "b.MAI", "c.MAI"}, 1, "has none of these items"},
+      {{"index", "remove", folder_}, 2, "items"},
+      {{"index", "set", folder_, "b.MAI", "SUBJECT", "x"}, 1, "has no item 'b.MAI'"},
+      {{"index", "set", folder_, "a.MAI", "UID", "7"}, 2, "no property that can be set"},
+      {{"index", "set", folder_, "a.MAI", "A B", "7"}, 2, "no property that can be set"},
+      {{"index", "set", folder_, "a.MAI", "SUBJECT"}, 2, "value"},
+      {{"index", "dump", folder_, "--class", "many"}, 2, "--class"},
+      {{"index", "rebuild", folder_, "--class", "1"}, 3, "folders of messages only"},
+  };
+  for (const Case& row : cases) {
+    const auto result = Run(row.words);
+    EXPECT_EQ(result.exitCode, row.exitCode) << row.says << result.errors;
+    EXPECT_NE(result.errors.find(row.says), std::string::npos) << result.errors;
+    EXPECT_EQ(std::count(result.errors.begin(), result.errors.end(), '\n'), 1) << result.errors;
+    EXPECT_EQ(result.output, "") << row.says;
+  }
+  EXPECT_EQ(test::ReadBytes(folder_ + "/_index.xml"), before);
+  Deliver("b.MAI");
+  Do({"index", "insert", folder_, "b.MAI"});
+  const auto partly = Run({"index", "remove", folder_, "b.MAI", "c.MAI"});
+  EXPECT_EQ(partly.exitCode, 1);
+  EXPECT_NE(partly.errors.find("removed 1 of 2 items"), std::string::npos) << partly.errors;
+  EXPECT_EQ(Items(), "a.MAI:1 ");
+}
+
+}  // namespace
+}  // namespace corvane
