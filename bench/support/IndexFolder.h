@@ -26,7 +26,9 @@ class Workplace {
     std::string pattern = (std::filesystem::temp_directory_path() / "index-bench-XXXXXX").string();
     Require(mkdtemp(pattern.data()) != nullptr);
     path_ = pattern;
-    platform::SettingsStore::UsePath(path_ + "/settings.db");
+    const std::string store = path_ + "/settings.db";
+    platform::SettingsStore::UsePath(store);
+    setenv("CORVANE_SETTINGS", store.c_str(), 1);  // for libraries that are loaded
     Set(settings::kUseXmlStreamIndexDeserialisation, 1);
     Set(settings::kUseXmlStreamIndexSerialisation, 1);
   }
