@@ -1,7 +1,7 @@
 // HeaderWriter.cpp -- headers as text: folding and encoded words.
 //
-// A run of words that need encoding becomes one encoded word with its blanks as '_', so that the
-// blanks between them survive in readers that drop white space between encoded words.
+// Each word that needs it becomes an encoded word of its own, with a blank between two, which our
+// reader keeps. Readers that follow RFC 2047, 6.2 drop that blank.
 #include <algorithm>
 
 #include "message/Ascii.h"
@@ -19,29 +19,19 @@ constexpr std::string_view kFold = "\r\n ";
                      [](char c) { return static_cast<unsigned char>(c) >= 129; });
 }
 
-void AppendWord(std::string_view text, std::string& result) {
-  std::string encoded;
-  EncodeQuoted(text, encoded, text.size() * 3, true, true);
-  result += "=?UTF-8?Q?" + encoded + "?=";
-}
-
-// The value with each run of words that need it encoded.
+// The value with each word that needs it encoded.
 std::string EncodeWords(std::string_view value) {
   std::string result;
-  std::size_t at = 0;
-  while (at <= value.size()) {
-    std::size_t end = std::min(FindByte(value, ' ', at), value.size());
-    bool encode = NeedsWord(value.substr(at, end - at));
-    while (encode && end < value.size()) {
-      std::size_t next = std::min(FindByte(value, ' ', end + 1), value.size());
-      if (!NeedsWord(value.substr(end + 1, next - end - 1))) break;
-      end = next;
-    }
+  for (std::size_t at = 0; at <= value.size();) {
+    const std::size_t end = std::min(FindByte(value, ' ', at), value.size());
+    const std::string_view word = value.substr(at, end - at);
     if (at > 0) result.push_back(' ');
-    if (encode) {
-      AppendWord(value.substr(at, end - at), result);
+    if (NeedsWord(word)) {
+      std::string encoded;
+      EncodeQuoted(word, encoded, word.size() * 3, true, true);
+      result += "=?UTF-8?Q?" + encoded + "?=";
     } else {
-      result += value.substr(at, end - at);
+      result += word;
     }
     at = end + 1;
   }

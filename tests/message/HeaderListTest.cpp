@@ -139,8 +139,8 @@ TEST(HeaderList, Serialises) {
        "Content-Type: \r\n "
        "xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx"
        "\r\n y"},
-      {"WordsAreEncodedInRuns", "A", "a \xC3\xA9 \xC3\xA4_? b \xC3\xA9",
-       "A: a =?UTF-8?Q?=C3=A9_=C3=A4=5F=3F?= b =?UTF-8?Q?=C3=A9?="},
+      {"EachWordIsEncodedAlone", "A", "a \xC3\xA9 \xC3\xA4_? b  \xC3\xA9",
+       "A: a =?UTF-8?Q?=C3=A9?= =?UTF-8?Q?=C3=A4=5F=3F?= b  =?UTF-8?Q?=C3=A9?="},
       {"LineEndsInAValueBeginNoHeader", "A", "b\r\nBcc: c\n", "A: b  Bcc: c "},
       {"LongNameTakesALineOfItsOwn", "A-Name-That-Is-Rather-Long", std::string(60, 'a'),
        "A-Name-That-Is-Rather-Long: \r\n "

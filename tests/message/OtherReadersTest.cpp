@@ -3,6 +3,7 @@
 // Skipped where there is no Python.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <nlohmann/json.hpp>
 #include <sstream>
@@ -74,8 +75,27 @@ class OtherReaders : public testing::Test {
   std::vector<std::string> files_;
 };
 
-// A fold costs no blank, words that need encoding keep theirs. A value that begins on a line of its
-// own has a blank in front for this reader.
+// What this reader makes of a text: it drops the blank between two encoded words (RFC 2047, 6.2),
+// and takes a line end for a blank.
+std::string AsShown(std::string_view value) {
+  const auto isEncoded = [](std::string_view word) {
+    return std::any_of(word.begin(), word.end(), [](char c) { return (c & 0x80) != 0; });
+  };
+  std::string shown;
+  bool lastEncoded = false;
+  for (std::size_t at = 0; at <= value.size();) {
+    const std::size_t end = std::min(value.find_first_of(" \r\n", at), value.size());
+    const std::string_view word = value.substr(at, end - at);
+    if (at > 0 && !(lastEncoded && isEncoded(word))) shown += ' ';
+    shown += word;
+    lastEncoded = isEncoded(word);
+    at = end + 1;
+  }
+  return shown;
+}
+
+// A fold costs no blank. A value that begins on a line of its own has a blank in front for this
+// reader.
 TEST_F(OtherReaders, GetTheHeadersThatSerialiseWrites) {
   std::string manyWords;
   std::string manyAccents;
@@ -104,13 +124,10 @@ TEST_F(OtherReaders, GetTheHeadersThatSerialiseWrites) {
   std::vector<json> readings = Read();
   ASSERT_EQ(readings.size(), std::size(kValues));
   for (std::size_t i = 0; i < readings.size(); ++i) {
-    std::string expected = kValues[i];
-    for (std::size_t at; (at = expected.find_first_of("\r\n")) != expected.npos;)
-      expected[at] = ' ';
     EXPECT_EQ(readings[i]["defects"], json::array()) << i;
     EXPECT_EQ(readings[i]["headers"].size(), 3U) << i;
     std::string subject = readings[i]["headers"]["Subject"];
-    EXPECT_EQ(subject.substr(subject.find_first_not_of(' ')), expected) << i;
+    EXPECT_EQ(subject.substr(subject.find_first_not_of(' ')), AsShown(kValues[i])) << i;
     EXPECT_EQ(readings[i]["headers"]["From"], "J\xC3\xB6rg M\xC3\xBCller <j@x.test>") << i;
   }
 }

@@ -11,6 +11,7 @@
 #include "SERVICES/Library/LIBMessageIndex/IndexFile.h"
 #include "SERVICES/Library/LIBMessageIndex/MessageIndexFiles.h"
 #include "SERVICES/Library/LIBStoreIndexCore/StoreIndex.h"
+#include "SERVICES/Library/LIBStoreIndexSerialisation/IndexFileNames.h"
 #include "SERVICES/Library/LIBStoreIndexSerialisation/IndexInspection.h"
 #include "cvctl/Command.h"
 #include "cvctl/CommandTree.h"
@@ -142,11 +143,12 @@ void Insert(const Arguments& arguments) {
     throw Failure(kNotFound, "there is no message file '" + arguments.item + "' in '" +
                                  arguments.folder + "'; put it there first");
   }
-  if (arguments.item.front() == '_' || arguments.item.size() >= kIndexedNameLimit) {
-    throw Failure(kUsage, "'" + arguments.item +
-                              "' is never indexed; give a file whose name doesn't begin with '_' "
-                              "and has fewer than " +
-                              std::to_string(kIndexedNameLimit) + " bytes");
+  if (!IsIndexedName(arguments.item)) {
+    throw Failure(kUsage,
+                  "'" + arguments.item +
+                      "' is never indexed; give a file whose name doesn't begin with '_' or '.' "
+                      "and has fewer than " +
+                      std::to_string(kIndexedNameLimit) + " bytes");
   }
   if (InsertIntoFolderIndex(arguments.folder, arguments.item) != 1) ThrowUnwritable(arguments);
 }

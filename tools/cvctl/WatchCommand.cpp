@@ -91,10 +91,10 @@ void Watch(const WatchOptions& options) {
   // After a start of the machine nobody may have made it yet; what is wrong shows at the socket.
   static_cast<void>(platform::CreateDirectories(directory));
   const std::string socket = platform::JoinPath(directory, options.protocol + ".sock");
-  platform::LocalSignalReceiver receiver(socket);
-  if (!receiver.IsOpen()) FailToListen(socket);
   std::signal(SIGINT, Stop);
   std::signal(SIGTERM, Stop);
+  platform::LocalSignalReceiver receiver(socket);
+  if (!receiver.IsOpen()) FailToListen(socket);
   while (stopped == 0) {
     const auto text = receiver.Next(kLookMilliseconds);
     if (!text) continue;

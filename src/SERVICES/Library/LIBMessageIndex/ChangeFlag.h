@@ -2,8 +2,13 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 namespace corvane {
+
+// What such a flag holds. Only its presence counts.
+inline constexpr std::string_view kFolderChangedText =
+    "This file is a flag file that denotes that this folder has been changed";
 
 // Leaves _CHANGE.DTY in the folder. A flag that can't be written is passed over in silence.
 void MarkFolderForScan(const std::string& folder);

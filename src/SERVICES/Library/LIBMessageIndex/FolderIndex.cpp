@@ -105,10 +105,8 @@ bool Insert(FolderChange* change, const std::string& folder, const platform::Fou
 
 std::int32_t InsertIntoFolderIndex(const std::string& folder, const std::string& item) {
   const std::string path = platform::JoinPath(folder, item);
-  const auto info = platform::IsSafeName(item) && item.size() < kIndexedNameLimit &&
-                            item.front() != '_' && item.front() != '.'
-                        ? platform::GetFileInfo(path)
-                        : std::nullopt;
+  const bool counts = platform::IsSafeName(item) && IsIndexedName(item);
+  const auto info = counts ? platform::GetFileInfo(path) : std::nullopt;
   if (!info || info->directory) return 0;
   FolderChange change(folder);
   if (Insert(&change, folder, {item, *info})) return 1;

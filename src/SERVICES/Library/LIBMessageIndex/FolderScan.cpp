@@ -49,8 +49,6 @@ bool NameBefore(const platform::FoundFile& a, const platform::FoundFile& b) {
   return !less(b.name, a.name) && a.name < b.name;
 }
 
-bool IsMessageName(std::string_view name) { return name.front() != '_' && name.front() != '.'; }
-
 // One scan of one folder.
 class FolderScan {
  public:
@@ -82,7 +80,7 @@ class FolderScan {
     for (std::size_t entries = 1; entries < limit; ++entries) {
       auto found = finder.Next();
       if (!found) break;
-      if (!found->info.directory && IsMessageName(found->name)) files_.push_back(std::move(*found));
+      if (!found->info.directory && IsIndexedName(found->name)) files_.push_back(std::move(*found));
     }
     std::sort(files_.begin(), files_.end(), NameBefore);
   }
@@ -92,7 +90,6 @@ class FolderScan {
     std::size_t number = 0;
     const ScanProgress progress = scanProgress.load();
     for (const platform::FoundFile& file : files_) {
-      if (file.name.size() >= kIndexedNameLimit) continue;
       if (++number % kSocketEvery == 0) {
         if (ClientHasGone()) return false;
         if (progress != nullptr) progress(number, files_.size());
@@ -179,8 +176,7 @@ class FolderScan {
     for (std::size_t entries = 1; entries < limit; ++entries) {
       const auto found = finder.Next(false);
       if (!found) return;
-      const bool counts = IsMessageName(found->name) && found->name.size() < kIndexedNameLimit;
-      if (counts && !WasListed(*found)) {
+      if (IsIndexedName(found->name) && !WasListed(*found)) {
         MarkFolderForScan(folder_);
         return;
       }

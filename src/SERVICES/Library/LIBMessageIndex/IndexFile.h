@@ -9,9 +9,6 @@
 
 namespace corvane {
 
-// Names of so many bytes or more are not indexed.
-inline constexpr std::size_t kIndexedNameLimit = 64;
-
 // Parses one file and adds its item.
 //
 //   skipLookup  the caller knows that the index has no item of that name

@@ -1,26 +1,20 @@
 #include "SERVICES/Library/LIBMessageIndex/ItemFiller.h"
 
 #include "CLIENTS/CVMAPI/CVMSLIB/common/Text.h"
+#include "SERVICES/Library/LIBStoreIndexSerialisation/IndexFormat.h"
 #include "connector/settings/Settings.h"
 
 namespace corvane {
 namespace {
 
-// Texts that an old index can't hold are brought to plain ones.
-std::string PlainText(std::string_view text, bool plain) {
-  std::string result(text);
-  if (!plain) return result;
-  for (char& c : result) {
-    const auto byte = static_cast<unsigned char>(c);
-    const bool line = c == '\t' || c == '\n' || c == '\r';
-    if ((byte < 32 && !line) || byte > 127) c = ' ';
-  }
-  return result;
+// Texts of an item that came from an old index are brought to plain ones.
+std::string TextFor(std::string_view text, bool plain) {
+  return plain ? indexformat::PlainText(text) : std::string(text);
 }
 
 void SetMessageId(IndexItem* item, const MessageHeaders& headers, bool plain) {
   if (settings::Get(settings::kPreventMessageDuplicates) == 0) return;
-  item->SetText("MSGID", PlainText(headers.MessageId.View(), plain));
+  item->SetText("MSGID", TextFor(headers.MessageId.View(), plain));
 }
 
 void FillFlags(IndexItem* item, const MessageHeaders& headers) {
@@ -36,14 +30,14 @@ void FillProperties(IndexItem* item, const MessageHeaders& headers, bool isNew) 
   item->SetNumber("IMPORTANCE", static_cast<std::uint32_t>(headers.Importance));
   FillFlags(item, headers);
   item->SetNumber("ATTACHMENTS", headers.Attachments);
-  item->SetText("FROM", PlainText(headers.From.View(), plain));
-  item->SetText("TO", PlainText(headers.To, plain));
-  item->SetText("CC", PlainText(headers.Cc, plain));
-  item->SetText("SUBJECT", PlainText(headers.Subject.View(), plain));
-  item->SetText("RECEIVED", PlainText(headers.Received.View(), plain));
+  item->SetText("FROM", TextFor(headers.From.View(), plain));
+  item->SetText("TO", TextFor(headers.To, plain));
+  item->SetText("CC", TextFor(headers.Cc, plain));
+  item->SetText("SUBJECT", TextFor(headers.Subject.View(), plain));
+  item->SetText("RECEIVED", TextFor(headers.Received.View(), plain));
   item->SetNumber("READ", headers.Read);
   item->SetText("STATE", "0");
-  item->SetText("CLASS", PlainText(headers.Class.View(), plain));
+  item->SetText("CLASS", TextFor(headers.Class.View(), plain));
   if (isNew) item->SetText("CATEGORIES", headers.Categories);
   if (!headers.Attributes.empty()) item->SetText("ATTRIBUTES", headers.Attributes);
   if (!headers.Thread.empty()) item->SetText("THREAD", headers.Thread);

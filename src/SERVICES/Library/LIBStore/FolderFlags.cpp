@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "SERVICES/Library/LIBMessageIndex/ChangeFlag.h"
 #include "connector/logs/Logs.h"
 #include "connector/settings/Settings.h"
 #include "platform/Clock.h"
@@ -13,8 +14,6 @@
 namespace corvane {
 namespace {
 
-constexpr std::string_view kFlagText =
-    "This file is a flag file that denotes that this folder has been changed";
 constexpr std::string_view kCacheText = "Caches have been cached, into shared map for later write.";
 constexpr std::int64_t kNotificationMilliseconds = 1000;
 
@@ -26,17 +25,17 @@ struct FlagFile {
 FlagFile FileOf(FolderFlag flag) {
   switch (flag) {
     case FolderFlag::kChanged:
-      return {"_CHANGE.DTY", kFlagText};
+      return {"_CHANGE.DTY", kFolderChangedText};
     case FolderFlag::kTooBigForInsert:
       return {"_CHANGE.DTY", kCacheText};
     case FolderFlag::kCached:
       return {"_CACHE.DTY", kCacheText};
     case FolderFlag::kSubfolders:
-      return {"_FOLDER.DTY", kFlagText};
+      return {"_FOLDER.DTY", kFolderChangedText};
     case FolderFlag::kNotify:
       break;
   }
-  return {"_NOTIFY.NFY", kFlagText};
+  return {"_NOTIFY.NFY", kFolderChangedText};
 }
 
 std::string PathOf(std::string_view directory, FolderFlag flag) {

@@ -65,15 +65,14 @@ class IndexCompletion {
     whole_->ByUID[uid] = own;
     whole_->ByID.Erase(stored->TextView(kPropertyID));
     static_cast<void>(whole_->ByID.Insert(own));
-    const std::size_t position = stored->GetNumber("SEQ") - 1;
+    const std::size_t position = stored->GetNumber(PropertySEQ()) - 1;
     whole_->Sequence[position] = own;
-    own->SetNumber("SEQ", static_cast<std::uint32_t>(position + 1));
+    own->SetNumber(PropertySEQ(), static_cast<std::uint32_t>(position + 1));
     delete stored;
   }
 
   void TakeOver() {
-    for (IndexItemPropertyContainer* item : index_->Removed) delete item;
-    index_->Removed.clear();
+    index_->ForgetRemoved();
     index_->Sequence.swap(whole_->Sequence);
     index_->ByUID.swap(whole_->ByUID);
     std::swap(index_->ByID, whole_->ByID);

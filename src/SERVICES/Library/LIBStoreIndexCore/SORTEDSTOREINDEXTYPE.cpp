@@ -8,11 +8,6 @@
 namespace corvane {
 namespace {
 
-PropertyId SequenceId() {
-  static const PropertyId id = FindProperty(nullptr, "SEQ");
-  return id;
-}
-
 std::vector<std::string> SplitList(std::string_view list) {
   std::vector<std::string> parts;
   while (!list.empty()) {
@@ -31,9 +26,8 @@ void SORTEDSTOREINDEXTYPE::UnInit() {
   static_cast<void>(EndException(
       [this] {
         for (IndexItemPropertyContainer* item : Sequence) delete item;
-        for (IndexItemPropertyContainer* item : Removed) delete item;
+        ForgetRemoved();
         Sequence = {};
-        Removed.clear();
         ByUID.clear();
         ByID.Clear();
         LoadState = kNotLoaded;
@@ -45,6 +39,11 @@ void SORTEDSTOREINDEXTYPE::UnInit() {
       [](const ExceptionDetails& details) {
         ReportException(FormatExceptionReport("SORTEDSTOREINDEXTYPE::UnInit", CV_HERE, details));
       }));
+}
+
+void SORTEDSTOREINDEXTYPE::ForgetRemoved() {
+  for (IndexItemPropertyContainer* item : Removed) delete item;
+  Removed.clear();
 }
 
 void SORTEDSTOREINDEXTYPE::ResetToEmpty() {
@@ -79,7 +78,7 @@ bool SORTEDSTOREINDEXTYPE::InsertItem(IndexItemPropertyContainer* item, bool kee
 
 void SORTEDSTOREINDEXTYPE::AppendToSequence(IndexItemPropertyContainer* item) {
   Sequence.push_back(item);
-  item->SetNumber(SequenceId(), static_cast<std::uint32_t>(Sequence.size()));
+  item->SetNumber(PropertySEQ(), static_cast<std::uint32_t>(Sequence.size()));
 }
 
 void SORTEDSTOREINDEXTYPE::SequenceFromUIDs() {
@@ -233,6 +232,7 @@ bool SORTEDSTOREINDEXTYPE::EnsureLoaded(std::int32_t level) {
 
 bool SORTEDSTOREINDEXTYPE::WriteChanges(const std::string& path, std::int32_t messageClass) {
   if (files_->Write(this, path, messageClass) == 0) return false;
+  ForgetRemoved();
   FirstModifiedUID = LastModifiedUID = 0;
   FullRewrite = false;
   FileTime = files_->FileTime(path, messageClass);

@@ -131,6 +131,8 @@ class SORTEDSTOREINDEXTYPE final : public IndexItemOwner {
 
   bool LoadOne(const IndexLoad& load, bool append);
   [[nodiscard]] bool HasPendingChanges() const { return FirstModifiedUID != 0 || !Removed.empty(); }
+  // No element of theirs waits to be cleared any more.
+  void ForgetRemoved();
   void EraseUID(IndexItemPropertyContainer* item);
   bool WriteChanges(const std::string& path, std::int32_t messageClass);
 

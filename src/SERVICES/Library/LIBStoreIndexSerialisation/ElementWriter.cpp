@@ -29,7 +29,7 @@ ElementWriter::ElementWriter(std::int32_t messageClass)
   // Without the names the elements would lose everything that they have.
   if (names.empty()) throw std::bad_alloc();
   for (const auto& [name, id] : names) {
-    if (name == "ID" || name == "UID" || name == "IDX" || name == "SEQ" || !IsPropertyName(name)) {
+    if (IsKeyOrPlace(name) || !IsPropertyName(name)) {
       continue;
     }
     const bool whole = messageClass != kClassMail ||

@@ -2,6 +2,7 @@
 
 #include "SERVICES/Library/LIBStoreIndexCore/IndexFiles.h"
 #include "platform/Clock.h"
+#include "platform/Error.h"
 #include "platform/FileSystem.h"
 
 namespace corvane {
@@ -9,6 +10,8 @@ namespace {
 
 constexpr int kLooks = 10;
 constexpr std::int64_t kLookWaitMilliseconds = 200;
+constexpr int kOpenRetries = 20;
+constexpr std::int64_t kOpenWaitSeconds = 2;
 constexpr std::int64_t kNanosecondsInSecond = 1'000'000'000;
 
 }  // namespace
@@ -33,9 +36,29 @@ bool WaitForIndexFile(const std::string& folder, std::int32_t messageClass) {
   return true;
 }
 
+bool IsIndexedName(std::string_view name) {
+  return !name.empty() && name.front() != '_' && name.front() != '.' &&
+         name.size() < kIndexedNameLimit;
+}
+
+platform::File OpenIndexFile(const std::string& path, platform::Access access,
+                             platform::Share share, bool onlyHeld, std::int64_t* secondsWaited) {
+  for (int retries = 0;; ++retries) {
+    auto file = platform::File::Open(path, access, share, platform::Disposition::kOpenExisting);
+    const bool hopeless = onlyHeld && platform::LastError() != platform::kErrorSharingViolation;
+    if (file || hopeless || retries == kOpenRetries) return file;
+    platform::SleepFor(kOpenWaitSeconds * 1000);
+    if (secondsWaited != nullptr) *secondsWaited += kOpenWaitSeconds;
+  }
+}
+
+std::int64_t WriteTimeOf(const platform::FileInfo& info) {
+  return info.lastWriteTime * kNanosecondsInSecond + info.lastWriteNanoseconds;
+}
+
 std::int64_t IndexFileTime(const std::string& folder, std::int32_t messageClass) {
   const auto info = platform::GetFileInfo(IndexFilePath(folder, messageClass));
-  return info ? info->lastWriteTime * kNanosecondsInSecond + info->lastWriteNanoseconds : 0;
+  return info ? WriteTimeOf(*info) : 0;
 }
 
 }  // namespace corvane

@@ -268,6 +268,18 @@ void AppendValue(std::string* out, std::string_view value, bool whole, bool vali
   }
 }
 
+std::string PlainText(std::string_view value) {
+  std::string text(value);
+  std::replace_if(
+      text.begin(), text.end(),
+      [](char c) {
+        const auto byte = static_cast<unsigned char>(c);
+        return byte > 127 || (byte < 32 && !IsLineCharacter(byte));
+      },
+      ' ');
+  return text;
+}
+
 std::string_view DecodeValue(std::string_view text, std::string* buffer) {
   return Decode(text, buffer, kTextEntities);
 }

@@ -60,6 +60,10 @@ struct LastUid {
 // `validUtf8`: what is no UTF-8 becomes a blank first.
 void AppendValue(std::string* out, std::string_view value, bool whole, bool validUtf8);
 
+// A text that any document can hold: bytes below 32 or above 127, but for tabs and line ends, are
+// blanks.
+[[nodiscard]] std::string PlainText(std::string_view value);
+
 // The value that the file's text stands for: "&#...;" is a byte (two that are the halves of a
 // character are that character), then "&lt;", "&gt;" and "&amp;". Texts without "&" are not
 // copied; otherwise `buffer` holds the result.

@@ -5,7 +5,6 @@
 #include "SERVICES/Library/LIBStoreIndexSerialisation/IndexFileNames.h"
 #include "SERVICES/Library/LIBStoreIndexSerialisation/IndexFormat.h"
 #include "SERVICES/Library/LIBStoreIndexSerialisation/StreamIndexParser.h"
-#include "platform/Clock.h"
 #include "platform/Error.h"
 #include "platform/FileSystem.h"
 #include "platform/Path.h"
@@ -13,20 +12,12 @@
 namespace corvane {
 namespace {
 
-constexpr int kOpenRetries = 20;
-constexpr std::int64_t kOpenWaitMilliseconds = 500;
-constexpr std::size_t kIndexedNameLimit = 64;
 constexpr std::uint64_t kPositionHeaderSize = 24;
 constexpr std::uint64_t kPositionRecordSize = 16;
 
+// A writer is waited for; a file that isn't there or can't be read is told at once.
 platform::File OpenIndex(const std::string& path) {
-  for (int retries = 0;; ++retries) {
-    auto file = platform::File::Open(path, platform::Access::kRead, platform::kShareAll,
-                                     platform::Disposition::kOpenExisting);
-    const bool held = !file && platform::LastError() == platform::kErrorSharingViolation;
-    if (!held || retries == kOpenRetries) return file;
-    platform::SleepFor(kOpenWaitMilliseconds);
-  }
+  return OpenIndexFile(path, platform::Access::kRead, platform::kShareAll, true, nullptr);
 }
 
 const char* FormOf(platform::File* file, const StreamIndexParser& parser,
@@ -129,9 +120,7 @@ class IndexCheck {
     platform::FileFinder finder(folder_ + (contacts ? "\\*.VCF" : "\\*.MAI"));
     while (const auto found = finder.Next(false)) {
       const std::string& name = found->name;
-      const bool counts =
-          name.front() != '_' && name.front() != '.' && name.size() < kIndexedNameLimit;
-      if (!counts || index_.ByID.Find(name) != nullptr) continue;
+      if (!IsIndexedName(name) || index_.ByID.Find(name) != nullptr) continue;
       faults_.push_back(Quoted(name) + " lies in the folder and isn't in the index" +
                         (marked ? " (the folder is marked as changed)" : ""));
     }

@@ -65,7 +65,7 @@ class DocumentReader {
       if (element.type() != pugi::node_element) continue;
       auto item = std::make_unique<IndexItemPropertyContainer>();
       if (!Fill(element, item.get())) continue;
-      item->SetNumber("IDX", idx++);
+      item->SetNumber(PropertyIDX(), idx++);
       if (index_->InsertItem(item.get(), false)) static_cast<void>(item.release());
     }
     index_->SequenceFromUIDs();
@@ -106,16 +106,6 @@ class DocumentReader {
   FolderNames files_;
 };
 
-// What a document can't hold becomes a blank.
-std::string PlainText(std::string text) {
-  for (char& c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    const bool line = c == '\t' || c == '\n' || c == '\r';
-    if ((byte < 32 && !line) || byte > 127) c = ' ';
-  }
-  return text;
-}
-
 void AppendItem(pugi::xml_node root, const IndexItemPropertyContainer& item) {
   pugi::xml_node element = root.append_child("ELEMENT");
   PropertyTexts texts;
@@ -127,8 +117,8 @@ void AppendItem(pugi::xml_node root, const IndexItemPropertyContainer& item) {
     texts.erase(found);
   }
   for (const auto& [name, text] : texts) {
-    if (name == "IDX" || name == "SEQ" || !IsPropertyName(name)) continue;
-    element.append_child(name.c_str()).text().set(PlainText(text).c_str());
+    if (IsKeyOrPlace(name) || !IsPropertyName(name)) continue;
+    element.append_child(name.c_str()).text().set(indexformat::PlainText(text).c_str());
   }
 }
 

@@ -17,11 +17,8 @@
 namespace corvane {
 namespace {
 
-constexpr int kOpenRetries = 20;
-constexpr std::int64_t kOpenWaitMilliseconds = 2000;
 constexpr std::size_t kProbeSize = 1023;
 constexpr std::string_view kTimestampText = "Index Timestamp file";
-constexpr std::int64_t kNanosecondsInSecond = 1'000'000'000;
 
 void MakeTimestampFile(const std::string& folder) {
   if (settings::Get(settings::kTimestampFile) == 0) return;
@@ -82,16 +79,11 @@ class StreamRead {
 
   // A writer may have the file for a while. What is read from here on is this one file.
   bool Open(const char* failure) {
-    for (int retries = 0;; ++retries) {
-      file_ = platform::File::Open(path_, platform::Access::kRead, platform::kShareAll,
-                                   platform::Disposition::kOpenExisting);
-      if (file_ || retries == kOpenRetries) break;
-      platform::SleepFor(kOpenWaitMilliseconds);
-      secondsWaited_ += kOpenWaitMilliseconds / 1000;
-    }
+    file_ =
+        OpenIndexFile(path_, platform::Access::kRead, platform::kShareAll, false, &secondsWaited_);
     const auto info = file_ ? file_.Info() : std::nullopt;
     if (info) {
-      index_->FileTime = info->lastWriteTime * kNanosecondsInSecond + info->lastWriteNanoseconds;
+      index_->FileTime = WriteTimeOf(*info);
       index_->FileSize = info->size;
       return true;
     }

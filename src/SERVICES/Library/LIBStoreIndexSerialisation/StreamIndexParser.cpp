@@ -66,8 +66,6 @@ StreamIndexParser::StreamIndexParser(SORTEDSTOREINDEXTYPE* index, platform::File
       ownNames_(settings::Get(settings::kIndexUsesLocalProperties) != 0
                     ? std::optional(CloneGlobalPropertyMap())
                     : std::nullopt),
-      idxId_(FindProperty(nullptr, "IDX")),
-      sequenceId_(FindProperty(nullptr, "SEQ")),
       names_(1),
       current_(kNoName) {}
 
@@ -231,10 +229,10 @@ void StreamIndexParser::EndElement() {
   const bool stores = hasItem_ && valid_;  // nothing more is stored from a malformed file
   hasItem_ = false;
   if (!stores) return;
-  batch_.AddNumber(idxId_, idx_++);
+  batch_.AddNumber(PropertyIDX(), idx_++);
   const bool atEnd = newForm_ || append_;  // of the folder's order
   if (atEnd) {
-    batch_.AddNumber(sequenceId_, static_cast<std::uint32_t>(index_->Sequence.size() + 1));
+    batch_.AddNumber(PropertySEQ(), static_cast<std::uint32_t>(index_->Sequence.size() + 1));
   }
   auto item = std::make_unique<IndexItemPropertyContainer>();
   item->Take(batch_);

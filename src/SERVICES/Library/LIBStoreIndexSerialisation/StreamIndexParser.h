@@ -87,8 +87,6 @@ class StreamIndexParser {
   FolderNames files_;
   const std::uint32_t garbageThreshold_;
   std::optional<PropertyMap> ownNames_;  // a copy, so that a look-up takes no lock
-  const PropertyId idxId_;
-  const PropertyId sequenceId_;
 
   bool valid_ = true;
   std::string message_;

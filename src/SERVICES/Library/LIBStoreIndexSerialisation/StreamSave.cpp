@@ -17,8 +17,6 @@
 namespace corvane {
 namespace {
 
-constexpr int kOpenRetries = 20;
-constexpr std::int64_t kOpenWaitMilliseconds = 2000;
 constexpr std::int64_t kNanosecondsInSecond = 1'000'000'000;
 constexpr const char* kRewriteFollows =
     ". Cached offset information is now inaccurate. Index will be rewritten in full.\n";
@@ -68,7 +66,7 @@ bool StreamSave::CheckFile() {
     index_->MarkFullRewrite();
     return true;
   }
-  const std::int64_t time = info->lastWriteTime * kNanosecondsInSecond + info->lastWriteNanoseconds;
+  const std::int64_t time = WriteTimeOf(*info);
   if (time == index_->FileTime && info->size == index_->FileSize) return true;
   if (index_->IsPartial()) {
     ReportIndex("Index file modified since load (" + path_ +
@@ -130,13 +128,9 @@ bool StreamSave::Complete() {
 }
 
 platform::File StreamSave::OpenFile() {
-  for (int retries = 0;; ++retries) {
-    auto file = platform::File::Open(path_, platform::Access::kReadWrite, platform::kShareNone,
-                                     platform::Disposition::kOpenExisting);
-    if (file) return file;
-    if (retries == kOpenRetries) break;
-    platform::SleepFor(kOpenWaitMilliseconds);
-  }
+  auto file =
+      OpenIndexFile(path_, platform::Access::kReadWrite, platform::kShareNone, false, nullptr);
+  if (file) return file;
   LogAndReportIndex("Failed to serialise index: " + path_ +
                     ". A File Access error occurred when opening the file (was retried for 40 "
                     "seconds). No data can be written.\n");
@@ -185,13 +179,7 @@ std::int32_t StreamSave::SaveInPlace() {
   if (failed && start.isNew) TakeBackAppended(start, oldTail);
   if (failed) return 0;
   if (newEnd != 0 && newEnd < info->size && !CutFile(newEnd)) return 0;
-  if (!writes) {
-    const auto now = file_.Info();
-    if (now) index_->FileSize = now->size;
-  }
   file_ = {};
-  for (Item* item : index_->Removed) delete item;
-  index_->Removed.clear();
   return 1;
 }
 
@@ -227,14 +215,12 @@ std::int32_t StreamSave::SaveWhole() {
                       platform::ErrorText(platform::LastError()) + "); the old one stands.\n");
     return 0;
   }
-  for (Item* item : index_->Removed) delete item;
-  index_->Removed.clear();
   return 1;
 }
 
 void StreamSave::LogSave(std::int64_t started, std::uint32_t from) const {
   const auto info = platform::GetFileInfo(path_);
-  const std::int64_t time = info ? info->lastWriteTime * kNanosecondsInSecond : 0;
+  const std::int64_t time = info ? WriteTimeOf(*info) : 0;
   LogDebugF("[Thread:%ld]StreamXMLStoreIndexSerialiser::SerialiseHook Date: %s Size: %" PRIu64
             " Rewrite: %d From: %" PRIu32 " Elapse: %ld, Item: %s, Count: %zu\n",
             static_cast<long>(platform::CurrentThreadId()), TimeText(time).c_str(),

@@ -70,7 +70,6 @@ class StreamSave {
   const std::int32_t messageClass_;
   const std::string path_;
   bool fileExists_ = false;
-  bool changedInPlace_ = false;
   std::optional<ElementWriter> elements_;
   std::optional<PositionIndex> positions_;
   platform::File file_;

@@ -20,7 +20,10 @@ std::string IdOf(const IndexItemPropertyContainer& item) { return item.GetText(k
 
 std::string UidOf(const IndexItemPropertyContainer& item) { return item.GetText(kPropertyUID); }
 
-PropertyId NamedId(const char* name) { return FindProperty(nullptr, name); }
+PropertyId PropertyRECEIVED() {
+  static const PropertyId id = FindProperty(nullptr, "RECEIVED");
+  return id;
+}
 
 }  // namespace
 
@@ -65,14 +68,12 @@ StreamSave::Start StreamSave::FindStart() {
 
 // An end of 0 stands for no gap.
 std::uint64_t StreamSave::GapEnd(const Item& item, const Item* next, bool isNew) const {
-  const bool knowsAll =
-      index_->LoadState == kAllProperties && (index_->FullRewrite || !index_->IsFiltered());
-  if (knowsAll || isNew || item.GetOffset() == 0) return 0;
+  if (!index_->IsPartial() || isNew || item.GetOffset() == 0) return 0;
   return next != nullptr && next->GetOffset() > 0 ? next->GetOffset() : trailer_;
 }
 
 bool StreamSave::GapsAreSound(const Start& start) {
-  const bool knowsAll = index_->LoadState == kAllProperties && !index_->IsFiltered();
+  if (!index_->IsPartial()) return true;
   std::uint64_t position = start.position;
   const Item* previous = nullptr;
   auto entry = index_->ByUID.find(index_->FirstModifiedUID);
@@ -82,8 +83,7 @@ bool StreamSave::GapsAreSound(const Start& start) {
     const Item* next = following == index_->ByUID.end() ? nullptr : following->second;
     const bool isNew = item.GetOffset() == 0;
     // A new item whose UID isn't the highest would stand out of order behind the others.
-    if (!knowsAll && isNew && next != nullptr && next->GetOffset() != 0) return false;
-    if (knowsAll) continue;
+    if (isNew && next != nullptr && next->GetOffset() != 0) return false;
     const std::uint64_t gapBegin = item.GetOffset() + item.GetLength();
     const std::uint64_t gapEnd = GapEnd(item, next, isNew);
     const std::uint64_t gap = gapEnd > gapBegin ? gapEnd - gapBegin : 0;
@@ -170,10 +170,10 @@ bool StreamSave::WriteItemAndGap(std::uint64_t* position, Item* item, const Item
 
 void StreamSave::NotePosition(const Item& item) {
   if (!positions_) return;
-  const PropertyId sequence = NamedId("SEQ");
-  const std::uint32_t number = item.GetNumber(item.Has(sequence) ? sequence : NamedId("IDX"));
+  const std::uint32_t number =
+      item.GetNumber(item.Has(PropertySEQ()) ? PropertySEQ() : PropertyIDX());
   const std::uint64_t received =
-      messageClass_ == kClassMail ? FileTimeOfDate(item.TextView(NamedId("RECEIVED"))) : 0;
+      messageClass_ == kClassMail ? FileTimeOfDate(item.TextView(PropertyRECEIVED())) : 0;
   positions_->Set(number, {static_cast<std::uint32_t>(item.GetOffset()),
                            item.GetNumber(kPropertyUID), received});
 }

@@ -8,11 +8,6 @@
 namespace corvane {
 namespace {
 
-PropertyId SequenceId() {
-  static const PropertyId id = FindProperty(nullptr, "SEQ");
-  return id;
-}
-
 bool IsText(PropertyId id) { return id.Type == kPropertyText; }
 
 }  // namespace
@@ -95,7 +90,7 @@ void IndexItemPropertyContainer::Clear() {
 }
 
 void IndexItemPropertyContainer::NoteModified(PropertyId id) {
-  if (owner_ == nullptr || id.Index == SequenceId().Index) return;
+  if (owner_ == nullptr || id.Index == PropertySEQ().Index) return;
   owner_->NoteModifiedUID(GetNumber(kPropertyUID));
 }
 

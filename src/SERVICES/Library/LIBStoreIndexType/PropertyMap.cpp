@@ -53,6 +53,20 @@ PropertyMap CopyGlobal() {
 
 }  // namespace
 
+PropertyId PropertyIDX() {
+  static const PropertyId id = FindProperty(nullptr, "IDX");
+  return id;
+}
+
+PropertyId PropertySEQ() {
+  static const PropertyId id = FindProperty(nullptr, "SEQ");
+  return id;
+}
+
+bool IsKeyOrPlace(std::string_view name) {
+  return name == "ID" || name == "UID" || name == "IDX" || name == "SEQ";
+}
+
 PropertyId FindProperty(PropertyMap* dictionary, std::string_view name) {
   if (dictionary != nullptr) {
     SeedIfEmpty(*dictionary);

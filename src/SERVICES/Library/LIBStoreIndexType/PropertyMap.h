@@ -29,6 +29,13 @@ inline constexpr PropertyId kPropertyID{0, kPropertyText};
 inline constexpr PropertyId kPropertyUID{1, kPropertyNumber};
 inline constexpr PropertyId kPropertyREAD{2, kPropertyNumber};
 
+// Places of an item, which are numbers that no file holds: among the elements read, and in the
+// folder's order.
+[[nodiscard]] PropertyId PropertyIDX();
+[[nodiscard]] PropertyId PropertySEQ();
+// The attributes of an element and the places: what isn't written as a tag of its own.
+[[nodiscard]] bool IsKeyOrPlace(std::string_view name);
+
 // Names beyond so many in one process have no slot, so that a file of made-up names can't fill the
 // memory of a service that runs for years.
 inline constexpr std::size_t kMaximumPropertyNames = 4096;

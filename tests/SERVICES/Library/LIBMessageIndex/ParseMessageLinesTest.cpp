@@ -4,7 +4,7 @@
 #include "SERVICES/Library/LIBMessageIndex/ParseMessage.h"
 #include "tests/SERVICES/Library/LIBMessageIndex/MessageIndexTestSupport.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
 
 class ParseMessageLinesTest : public test::MessageFixture {
@@ -13,30 +13,6 @@ class ParseMessageLinesTest : public test::MessageFixture {
                      std::int32_t attachmentMode = kVerifyAttachments, bool ignoreRead = false) {
     return ParseMessageLines(Message(), headers, clearFlags, branding, attachmentMode, ignoreRead);
   }
-};
-
-using Field = std::string (*)(const MessageHeaders&);
-
-std::string To(const MessageHeaders& h) { return h.To; }
-std::string Cc(const MessageHeaders& h) { return h.Cc; }
-std::string From(const MessageHeaders& h) { return h.From; }
-std::string ReplyTo(const MessageHeaders& h) { return h.ReplyTo; }
-std::string MessageId(const MessageHeaders& h) { return h.MessageId; }
-std::string Subject(const MessageHeaders& h) { return h.Subject; }
-std::string Categories(const MessageHeaders& h) { return h.Categories; }
-std::string Class(const MessageHeaders& h) { return h.Class; }
-std::string Flags(const MessageHeaders& h) { return h.Flags; }
-std::string Received(const MessageHeaders& h) { return h.Received; }
-std::string MessageDate(const MessageHeaders& h) { return h.MessageDate; }
-std::string HeaderBlock(const MessageHeaders& h) { return h.Headers; }
-std::string Importance(const MessageHeaders& h) { return std::to_string(h.Importance); }
-std::string Read(const MessageHeaders& h) { return std::to_string(h.Read); }
-
-struct Case {
-  const char* name;
-  std::string_view message;
-  Field field;
-  std::string_view value;
 };
 
 const Case kCases[] = {
@@ -207,4 +183,4 @@ TEST_F(ParseMessageLinesTest, NewIndexingChoosesTheReader) {
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

@@ -7,39 +7,10 @@
 #include "platform/FileSystem.h"
 #include "tests/SERVICES/Library/LIBMessageIndex/MessageIndexTestSupport.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
 
 class ParseMessageMimeTest : public test::MessageFixture {};
-
-// What a row asks of the record, as text.
-using Field = std::string (*)(const MessageHeaders&);
-
-std::string To(const MessageHeaders& h) { return h.To; }
-std::string Cc(const MessageHeaders& h) { return h.Cc; }
-std::string From(const MessageHeaders& h) { return h.From; }
-std::string Sender(const MessageHeaders& h) { return h.Sender; }
-std::string ReplyTo(const MessageHeaders& h) { return h.ReplyTo; }
-std::string MessageId(const MessageHeaders& h) { return h.MessageId; }
-std::string Subject(const MessageHeaders& h) { return h.Subject; }
-std::string Categories(const MessageHeaders& h) { return h.Categories; }
-std::string Thread(const MessageHeaders& h) { return h.Thread; }
-std::string Class(const MessageHeaders& h) { return h.Class; }
-std::string Flags(const MessageHeaders& h) { return h.Flags; }
-std::string Received(const MessageHeaders& h) { return h.Received; }
-std::string MessageDate(const MessageHeaders& h) { return h.MessageDate; }
-std::string HeaderBlock(const MessageHeaders& h) { return h.Headers; }
-std::string Importance(const MessageHeaders& h) { return std::to_string(h.Importance); }
-std::string Attachments(const MessageHeaders& h) { return std::to_string(h.Attachments); }
-std::string Read(const MessageHeaders& h) { return std::to_string(h.Read); }
-std::string Uid(const MessageHeaders& h) { return std::to_string(h.UID); }
-
-struct Case {
-  const char* name;
-  std::string_view message;
-  Field field;
-  std::string_view value;
-};
 
 const Case kHeaderCases[] = {
     {"EncodedWordsAreDecoded", "To: =?utf-8?Q?J=C3=B6rg?= <j@x>\r\n\r\n", To, "J\xC3\xB6rg <j@x>"},
@@ -216,4 +187,4 @@ TEST_F(ParseMessageMimeTest, TheFilesTimeIsInDosWords) {
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

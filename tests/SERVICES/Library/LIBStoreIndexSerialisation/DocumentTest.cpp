@@ -25,6 +25,10 @@ TEST_F(Document, TheOldFormIsInOrderOfNamesAndDecimal) {
   EXPECT_NE(text.find("<SUBJECT>x   &lt;</SUBJECT>"), std::string::npos) << text;
   EXPECT_EQ(text.substr(text.size() - 16), "</BASEELEMENT>\r\n");
   EXPECT_EQ(ItemsOnDisk(), "b=x   < a= ");
+  EXPECT_EQ(store.Index.RemoveItems("b"), 1U);
+  ASSERT_TRUE(Save(&store));
+  EXPECT_FALSE(store.Index.NeedsSave()) << "what was removed doesn't wait any more";
+  EXPECT_EQ(ItemsOnDisk(), "a= ");
 }
 
 TEST_F(Document, TheNewFormIsReadByBoth) {
