@@ -25,6 +25,12 @@ class IndexReadStream {
   };
   // False at the end of the file, and where it ends within a tag.
   [[nodiscard]] bool Next(Piece* piece);
+  // What follows and is in the buffer already; good until the next call that reads.
+  [[nodiscard]] std::string_view Buffered() const {
+    return {buffer_.data() + begin_, end_ - begin_};
+  }
+  // Hands out so many bytes of it.
+  void Skip(std::size_t bytes) { begin_ += bytes; }
   // Bytes handed out so far.
   [[nodiscard]] std::uint64_t Consumed() const { return base_ + begin_; }
 

@@ -84,6 +84,8 @@ ParseResult StreamIndexParser::Parse() {
   IndexReadStream::Piece piece;
   while (stream_.Next(&piece)) {
     HandleTag(piece);
+    while (level_ == kKeys ? SkipPropertyTag() : TakeExpectedProperty()) {
+    }
     if (append_ || ReadsAll()) continue;
     if (tombstones_ >= garbageThreshold_ || NeedsAll()) break;
   }
@@ -252,7 +254,10 @@ std::size_t StreamIndexParser::PlaceOfName(std::string_view name) {
   const std::size_t expected = names_[previousName_].next;
   if (expected != 0 && names_[expected].name == name) return expected;
   const auto [entry, isNew] = nameAt_.try_emplace(std::string(name), names_.size());
-  if (isNew) names_.push_back({std::string(name), Lookup(name)});
+  if (isNew) {
+    names_.push_back(
+        {std::string(name), Lookup(name), Quoted("<", name, ">"), Quoted("</", name, ">")});
+  }
   names_[previousName_].next = entry->second;
   return entry->second;
 }
@@ -294,6 +299,37 @@ void StreamIndexParser::EndProperty(std::string_view name, std::string_view text
   }
   const PropertyId id = names_[current_].id;
   current_ = kNoName;
+  StoreProperty(id, text);
+}
+
+// In a sound element there is nothing to check but the tags themselves.
+bool StreamIndexParser::TakeExpectedProperty() {
+  if (!inElement_ || !valid_ || current_ != kNoName) return false;
+  const KnownName& known = names_[names_[previousName_].next];
+  const std::string_view there = stream_.Buffered();
+  if (&known == &names_.front() || !BeginsWith(there, known.startTag)) return false;
+  const std::size_t begin = known.startTag.size();
+  const std::size_t end = there.find('<', begin);
+  if (end == std::string_view::npos || !BeginsWith(there.substr(end), known.endTag)) return false;
+  StoreProperty(known.id, there.substr(begin, end - begin));
+  stream_.Skip(end + known.endTag.size());
+  previousName_ = names_[previousName_].next;
+  return true;
+}
+
+bool StreamIndexParser::SkipPropertyTag() {
+  const std::string_view there = stream_.Buffered();
+  const std::size_t open = there.find('<');
+  if (open == std::string_view::npos || there.size() - open < 3) return false;
+  const char first = there[open + 1] == '/' ? there[open + 2] : there[open + 1];
+  if (first == kElement.front() || first == kRoot.front()) return false;
+  const std::size_t close = there.find('>', open);
+  if (close == std::string_view::npos || close - open > indexformat::kLongestTag) return false;
+  stream_.Skip(close + 1);
+  return true;
+}
+
+void StreamIndexParser::StoreProperty(PropertyId id, std::string_view text) {
   if (!hasItem_) return;
   if (id.Type == kPropertyNumber) {
     if (!text.empty()) batch_.AddNumber(id, NumberOfText(text));

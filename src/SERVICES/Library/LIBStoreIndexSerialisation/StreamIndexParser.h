@@ -61,6 +61,11 @@ class StreamIndexParser {
   void CheckPlaceOfProperty(std::string_view tag);
   void StartProperty(std::string_view tag);
   void EndProperty(std::string_view name, std::string_view text);
+  // Takes a whole property if it is the one that followed last time and is in the buffer: most are.
+  bool TakeExpectedProperty();
+  // Passes over a tag that isn't looked at when only keys are read, if it is in the buffer.
+  bool SkipPropertyTag();
+  void StoreProperty(PropertyId id, std::string_view text);
   [[nodiscard]] PropertyId Lookup(std::string_view name);
   [[nodiscard]] std::size_t PlaceOfName(std::string_view name);
   void ForgetFilter();
@@ -74,6 +79,8 @@ class StreamIndexParser {
   struct KnownName {
     std::string name;
     PropertyId id;
+    std::string startTag;
+    std::string endTag;
     std::size_t next = 0;
   };
 

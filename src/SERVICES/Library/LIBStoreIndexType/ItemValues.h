@@ -1,12 +1,14 @@
 // ItemValues.h -- the values of one item by slot.
 //
-// Only what an item really has takes room, ten bytes a value, so that a name that one item uses
-// costs the others nothing. To its users it is an array with an entry for every slot below Count():
-// a number slot below it that was never set reads 0 and counts as there. One thread at a time.
+// Only what an item really has takes room, six bytes a value and its text, all in one block of
+// memory, so that a name that one item uses costs the others nothing. To its users it is an array
+// with an entry for every slot below Count(): a number slot below it that was never set reads 0 and
+// counts as there. One thread at a time.
 #pragma once
 
 #include <cstdint>
 #include <cstring>
+#include <memory>
 #include <string_view>
 #include <vector>
 
@@ -14,7 +16,8 @@
 
 namespace corvane {
 
-// A text value: a signed 32-bit length, the bytes and a NUL. Records lie at any address.
+// A text value: a signed 32-bit length, the bytes and a NUL. Records lie at any address and move
+// when the item's texts change.
 using PropertyText = char;
 
 [[nodiscard]] inline std::string_view TextOf(const PropertyText* record) {
@@ -37,12 +40,13 @@ class PropertyBatch {
   struct Entry {
     std::uint16_t slot;
     bool isText;
-    std::uint64_t value;  // the number, or where the text's record begins in texts_
+    std::uint32_t value;  // the number, or where the text's record begins in texts_
   };
   Entry& EntryOf(PropertyId id);
 
   std::vector<Entry> entries_;
-  std::vector<char> texts_;
+  std::vector<char> texts_;  // of which the first textSize_ bytes count
+  std::size_t textSize_ = 0;
   std::vector<std::uint32_t> seenIn_;  // by slot: the round in which it was last set
   std::uint32_t round_ = 1;
 };
@@ -50,7 +54,7 @@ class PropertyBatch {
 class ItemValues {
  public:
   ItemValues() = default;
-  ~ItemValues();
+  ~ItemValues() = default;
   ItemValues(const ItemValues&) = delete;
   ItemValues& operator=(const ItemValues&) = delete;
 
@@ -70,17 +74,33 @@ class ItemValues {
   void Take(const PropertyBatch& batch);
 
  private:
-  [[nodiscard]] void* const* Find(std::int32_t slot) const;
-  void** FindOrAdd(std::int32_t slot);
-  void Reserve(std::uint32_t size);
-  void FreeText(void* record);
-  [[nodiscard]] std::uint16_t* Slots() const {
-    return reinterpret_cast<std::uint16_t*>(values_ + capacity_);
-  }
+  static constexpr std::uint32_t kNoText = 0xFFFFFFFF;
+  struct FreeBlock {
+    void operator()(char* block) const;
+  };
+  using Block = std::unique_ptr<char, FreeBlock>;
 
-  void** values_ = nullptr;  // capacity_ values, then their slots with kTextMark where it is text
-  char* block_ = nullptr;    // texts that came in one step
-  std::size_t blockSize_ = 0;
+  // The entry of a slot, or size_.
+  [[nodiscard]] std::uint16_t Find(std::int32_t slot) const;
+  std::uint16_t FindOrAdd(std::int32_t slot);
+  // Makes a block with room for so much, and moves what is in use over. The old block, so that a
+  // text in it stays good for the caller.
+  Block Reserve(std::size_t entries, std::size_t textBytes);
+  [[nodiscard]] std::size_t TextBytesInUse() const;
+
+  // Of the block: capacity_ values, each a number or the place of a text's record or kNoText; then
+  // capacity_ slots, with kTextMark where it is text; then the records.
+  [[nodiscard]] std::uint32_t* Values() const {
+    return reinterpret_cast<std::uint32_t*>(block_.get());
+  }
+  [[nodiscard]] std::uint16_t* Slots() const {
+    return reinterpret_cast<std::uint16_t*>(Values() + capacity_);
+  }
+  [[nodiscard]] char* Texts() const { return reinterpret_cast<char*>(Slots() + capacity_); }
+
+  Block block_;
+  std::uint32_t textSize_ = 0;  // bytes of records, those that were replaced included
+  std::uint32_t textCapacity_ = 0;
   std::uint16_t size_ = 0;
   std::uint16_t capacity_ = 0;
   std::uint16_t count_ = 0;
