@@ -1,6 +1,7 @@
 #include "SERVICES/Library/LIBStoreIndexSerialisation/StreamIndexParser.h"
 
 #include <algorithm>
+#include <functional>
 
 #include "SERVICES/Library/LIBStoreIndexSerialisation/IndexFormat.h"
 #include "connector/settings/Settings.h"
@@ -84,7 +85,7 @@ ParseResult StreamIndexParser::Parse() {
   IndexReadStream::Piece piece;
   while (stream_.Next(&piece)) {
     HandleTag(piece);
-    while (level_ == kKeys ? SkipPropertyTag() : TakeExpectedProperty()) {
+    while (level_ == kKeys ? SkipProperties() : TakeExpectedProperty()) {
     }
     if (append_ || ReadsAll()) continue;
     if (tombstones_ >= garbageThreshold_ || NeedsAll()) break;
@@ -315,6 +316,22 @@ bool StreamIndexParser::TakeExpectedProperty() {
   stream_.Skip(end + known.endTag.size());
   previousName_ = names_[previousName_].next;
   return true;
+}
+
+// Behind a ">" a tag begins anew, whatever stood before; and where the word doesn't stand there is
+// no tag of an element or of the root.
+bool StreamIndexParser::SkipProperties() {
+  static const std::boyer_moore_horspool_searcher search(kElement.begin(), kElement.end());
+  constexpr std::string_view kBefore = "></";
+  const std::string_view there = stream_.Buffered();
+  const auto at =
+      static_cast<std::size_t>(search(there.begin(), there.end()).first - there.begin());
+  if (!inElement_ || at == there.size() || at < kBefore.size() ||
+      there.substr(at - kBefore.size(), kBefore.size()) != kBefore) {
+    return SkipPropertyTag();
+  }
+  stream_.Skip(at - kBefore.size() + 1);
+  return false;
 }
 
 bool StreamIndexParser::SkipPropertyTag() {

@@ -63,7 +63,9 @@ class StreamIndexParser {
   void EndProperty(std::string_view name, std::string_view text);
   // Takes a whole property if it is the one that followed last time and is in the buffer: most are.
   bool TakeExpectedProperty();
-  // Passes over a tag that isn't looked at when only keys are read, if it is in the buffer.
+  // Passes over tags that aren't looked at when only keys are read: the rest of an element, or one
+  // tag. False when it isn't in the buffer.
+  bool SkipProperties();
   bool SkipPropertyTag();
   void StoreProperty(PropertyId id, std::string_view text);
   [[nodiscard]] PropertyId Lookup(std::string_view name);
