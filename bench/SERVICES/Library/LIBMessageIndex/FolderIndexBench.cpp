@@ -159,14 +159,16 @@ const std::string& NewFolder() {
 }
 
 void ScanUnchanged(benchmark::State& state) {
-  for (auto round : state) Scan(UnchangedFolder(), kUnchanged);
+  const std::string& folder = UnchangedFolder();
+  for (auto round : state) Scan(folder, kUnchanged);
   state.SetItemsProcessed(state.iterations() * kUnchanged);
 }
 
 // The directory and one stat each.
 void ScanUnchangedBare(benchmark::State& state) {
+  const std::string& folder = UnchangedFolder();
   for (auto round : state) {
-    DIR* directory = opendir(UnchangedFolder().c_str());
+    DIR* directory = opendir(folder.c_str());
     while (const dirent* entry = readdir(directory)) {
       struct stat info {};
       Require(fstatat(dirfd(directory), entry->d_name, &info, 0) == 0);
