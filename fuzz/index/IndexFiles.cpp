@@ -143,6 +143,18 @@ bool Holds(const std::string& folder, const Items& items) {
   return found == items;
 }
 
+// A load of the keys alone, which passes over the rest, finds the same elements.
+void CheckKeys(const SORTEDSTOREINDEXTYPE& whole) {
+  SORTEDSTOREINDEXTYPE keys(&files);
+  Require(Load(&keys, Places().Read(), corvane::kKeys));
+  Require(keys.Sequence.size() == whole.Sequence.size());
+  for (const auto* item : whole.Sequence) {
+    const auto* found = keys.ByID.Find(item->TextView(corvane::kPropertyID));
+    Require(found != nullptr && found->GetNumber("UID") == item->GetNumber("UID"));
+    Require(found->GetOffset() == item->GetOffset() && found->GetLength() == item->GetLength());
+  }
+}
+
 void CheckRewrite(const Items& items) {
   SORTEDSTOREINDEXTYPE index(&files);
   Require(Load(&index, Places().Read(), corvane::kAllProperties));
@@ -196,6 +208,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   SORTEDSTOREINDEXTYPE index(&files);
   if (!Load(&index, Places().Read(), corvane::kAllProperties)) return 0;
   const Items items = ItemsOf(index);
+  CheckKeys(index);
   CheckRewrite(items);
   // A LASTUID below a UID, or at the end of all, is a fault that the check of an index tells.
   const bool numbered = index.FileLastUID != corvane::kUidStar &&
