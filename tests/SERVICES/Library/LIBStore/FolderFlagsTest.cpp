@@ -180,6 +180,14 @@ TEST_F(FolderFlagsTest, TheModeDecidesWhatANoticeLeaves) {
   }
 }
 
+// Whoever failed: here there is no library to insert with.
+TEST_F(FolderFlagsTest, AFailedInsertionMarksTheFolder) {
+  Set("Index Files Enabled", 1U, kConnector);
+  Set("Store Event Notification Mode", 4U);
+  EXPECT_EQ(Mark(), 0);
+  EXPECT_EQ(ReadBytes(InFolder("_CHANGE.DTY")), kChangedText);
+}
+
 TEST_F(FolderFlagsTest, ANoticeGoesToTheMailTreeWhateverTheFolder) {
   fs::create_directories(Folder("Public/x"));
   fs::create_directories(Directory() / "acme/PUBROOT/x");
