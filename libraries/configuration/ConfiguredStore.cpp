@@ -1,5 +1,7 @@
 #include "configuration/ConfiguredStore.h"
 
+#include <algorithm>
+
 #include "connector/settings/Settings.h"
 #include "platform/Clock.h"
 #include "platform/Path.h"
@@ -38,11 +40,14 @@ bool AllowsCustomRoots() {
   return settings::Find(settings::kAllowCustomPostofficePaths).value_or(0) == 1;
 }
 
-bool WaitForStore(std::int64_t& waitedMilliseconds) {
+StoreWait::StoreWait() : begun_(platform::CurrentClock().Monotonic()) {}
+
+bool StoreWait::GoOn() const {
   constexpr std::int64_t kStepMilliseconds = 250;
-  if (waitedMilliseconds >= settings::Get(settings::kConfigurationStoreWait)) return false;
-  platform::SleepFor(kStepMilliseconds);
-  waitedMilliseconds += kStepMilliseconds;
+  const std::int64_t passed = platform::CurrentClock().Monotonic() - begun_;
+  const std::int64_t left = settings::Get(settings::kConfigurationStoreWait) - passed;
+  if (left <= 0) return false;
+  platform::SleepFor(std::min(left, kStepMilliseconds));
   return true;
 }
 

@@ -33,17 +33,26 @@ template <typename Query>
   return TheStore().Ask(ConfiguredStorePath(), query);
 }
 
-// Waits a little, unless `waitedMilliseconds` has come to "Configuration Store Wait"; moves it on.
-[[nodiscard]] bool WaitForStore(std::int64_t& waitedMilliseconds);
+// The patience of one call: "Configuration Store Wait" from its first question on, with what the
+// questions themselves took.
+class StoreWait {
+ public:
+  StoreWait();
+  // Waits a little; false when the time is over.
+  [[nodiscard]] bool GoOn() const;
+
+ private:
+  std::int64_t begun_;
+};
 
 // The same for calls whose only other answer is "not there", or whose callers would go on without:
 // a store that is out of reach for a moment is waited for. Without a configured store there is
 // nothing to wait for.
 template <typename Query>
 [[nodiscard]] Answer AskStorePatiently(Query&& query) {
+  const StoreWait wait;
   Answer answer = AskStore(query);
-  std::int64_t waited = 0;
-  while (answer == Answer::kUnreachable && !ConfiguredStorePath().empty() && WaitForStore(waited)) {
+  while (answer == Answer::kUnreachable && !ConfiguredStorePath().empty() && wait.GoOn()) {
     answer = AskStore(query);
   }
   return answer;

@@ -101,12 +101,13 @@ bool DeleteWhatNames(Database& store, std::string_view postoffice) {
          maps.Bind(1, postoffice).Run() && members.Bind(1, postoffice).Run();
 }
 
-bool HasContent(Database& store, std::string_view postoffice) {
+EditResult ExpectNoContent(Database& store, std::string_view postoffice) {
   Statement statement = store.Prepare(
       "SELECT 1 FROM postoffice p WHERE p.name = ?1 AND ("
       "EXISTS (SELECT 1 FROM mailbox m WHERE m.postoffice = p.id) OR "
       "EXISTS (SELECT 1 FROM mailgroup g WHERE g.postoffice = p.id))");
-  return statement.Bind(1, postoffice).Step();
+  if (statement.Bind(1, postoffice).Step()) return EditResult::kInUse;
+  return statement.Failed() ? EditResult::kFailed : EditResult::kDone;
 }
 
 EditResult SetStatus(Database& store, const char* sql, std::string_view postoffice,
@@ -132,7 +133,8 @@ EditResult SetPostoffice(Database& store, std::string_view name, std::int32_t st
 
 EditResult RemovePostoffice(Database& store, std::string_view name, bool withContent) {
   return InTransaction(store, [&] {
-    if (!withContent && HasContent(store, name)) return EditResult::kInUse;
+    const EditResult content = withContent ? EditResult::kDone : ExpectNoContent(store, name);
+    if (content != EditResult::kDone) return content;
     if (!DeleteWhatNames(store, name)) return EditResult::kFailed;
     Statement statement = store.Prepare("DELETE FROM postoffice WHERE name = ?1");
     return RunOnOne(store, statement.Bind(1, name), EditResult::kMissing);

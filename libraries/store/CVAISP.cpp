@@ -3,6 +3,7 @@
 // It begins, ends and puts message files into the indexes of their folders. The operations on open
 // folders and items are not exported. Any thread.
 #include <cstdint>
+#include <mutex>
 #include <string>
 #include <string_view>
 
@@ -26,19 +27,29 @@ bool IsFolderName(std::string_view folder) {
   }
 }
 
+namespace settings = corvane::settings;
+
+void HoldStored(const settings::DwordSetting& setting) {
+  const auto stored = settings::Find(setting);
+  if (stored) settings::Hold(setting, *stored);
+}
+
 // The library has settings of its own, which nobody loads for it: those that a program reads at its
-// start are read at the first use.
-void ReadStartSettings() {
-  namespace settings = corvane::settings;
-  static const bool read = [] {
-    std::string mailRoot = settings::Find(settings::kMailRoot).value_or("");
-    if (mailRoot.empty()) mailRoot = settings::Find(settings::kMailRootDirectory).value_or("");
-    settings::Hold(settings::kMailRoot, mailRoot);
-    const auto custom = settings::Find(settings::kAllowCustomPostofficePaths);
-    if (custom) settings::Hold(settings::kAllowCustomPostofficePaths, *custom);
-    return true;
-  }();
-  static_cast<void>(read);
+// start are read at the first use that finds a mail root. False before that. The level decides what
+// a folder's lock tells; the debug log itself stays the service host's, which alone opens, changes
+// and closes its file.
+bool HasStartSettings() {
+  static std::mutex mutex;
+  static bool read = false;
+  const std::lock_guard lock(mutex);
+  if (read) return true;
+  std::string mailRoot = settings::Find(settings::kMailRoot).value_or("");
+  if (mailRoot.empty()) mailRoot = settings::Find(settings::kMailRootDirectory).value_or("");
+  if (mailRoot.empty()) return false;
+  settings::Hold(settings::kMailRoot, mailRoot);
+  HoldStored(settings::kAllowCustomPostofficePaths);
+  HoldStored(settings::kDebugLoggingLevel);
+  return read = true;
 }
 
 bool IsName(const char* name) { return name != nullptr && corvane::platform::IsSafeName(name); }
@@ -62,8 +73,7 @@ extern "C" {
         !IsFolderName(folder)) {
       return 0;
     }
-    ReadStartSettings();
-    if (corvane::settings::Get(corvane::settings::kMailRoot).empty()) return 0;
+    if (!HasStartSettings()) return 0;
     const std::string path = corvane::GetPostofficeRoot(postoffice)
                                  .append("\\MAILROOT\\")
                                  .append(mailbox)

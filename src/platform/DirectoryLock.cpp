@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <string>
 
+#include "platform/Clock.h"
 #include "platform/Error.h"
 #include "platform/PathSearch.h"
 #include "platform/SystemCalls.h"
@@ -14,12 +15,16 @@
 namespace corvane::platform {
 namespace {
 
+constexpr int kMostTries = 1000;
+constexpr std::int64_t kPauseMilliseconds = 1;
+
+// A holder that was stopped in its work must not stop everybody else.
 int Lock(int descriptor) {
-  int result = 0;
-  do {
-    result = flock(descriptor, LOCK_EX);
-  } while (result != 0 && errno == EINTR);
-  return result;
+  for (int tries = 1;; ++tries) {
+    if (flock(descriptor, LOCK_EX | LOCK_NB) == 0) return 0;
+    if ((errno != EWOULDBLOCK && errno != EINTR) || tries == kMostTries) return -1;
+    SleepFor(kPauseMilliseconds);
+  }
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -9,8 +10,10 @@
 #include <cstring>
 #include <string>
 
+#include "platform/DirectoryLock.h"
 #include "platform/Error.h"
 #include "platform/Path.h"
+#include "platform/PathSearch.h"
 
 namespace corvane::platform {
 namespace {
@@ -57,13 +60,25 @@ bool IsAlive(const sockaddr_un& address) {
   return alive;
 }
 
-// Takes the address, from a dead program if need be.
+// Takes the address, from a dead program if need be; one program at a time, so that none removes
+// what another has just made.
 bool TakeAddress(int descriptor, const sockaddr_un& address) {
+  const DirectoryLock turn(DirectoryOf(address.sun_path));
   if (Bind(descriptor, address)) return true;
   if (errno != EADDRINUSE) return FailWithErrno();
+  struct stat state = {};
+  if (lstat(address.sun_path, &state) == 0 && !S_ISSOCK(state.st_mode)) {
+    return FailWith(kErrorFileExists);
+  }
   if (IsAlive(address)) return FailWith(kErrorSharingViolation);
   if (unlink(address.sun_path) != 0 || !Bind(descriptor, address)) return FailWithErrno();
   return true;
+}
+
+// The socket's own number in its directory; 0 when there is none.
+std::uint64_t InodeOf(const std::string& path) {
+  struct stat state = {};
+  return lstat(path.c_str(), &state) == 0 ? state.st_ino : 0;
 }
 
 constexpr std::size_t kMostSignalBytes = 256 << 10;
@@ -79,6 +94,7 @@ LocalSignalReceiver::LocalSignalReceiver(std::string_view path) {
   } else if (TakeAddress(descriptor, address)) {
     descriptor_ = descriptor;
     path_ = address.sun_path;
+    inode_ = InodeOf(path_);
   } else {
     close(descriptor);
   }
@@ -86,7 +102,10 @@ LocalSignalReceiver::LocalSignalReceiver(std::string_view path) {
 
 LocalSignalReceiver::~LocalSignalReceiver() {
   if (descriptor_ < 0) return;
-  unlink(path_.c_str());
+  {
+    const DirectoryLock turn(DirectoryOf(path_));
+    if (InodeOf(path_) == inode_) unlink(path_.c_str());
+  }
   close(descriptor_);
 }
 

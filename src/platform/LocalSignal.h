@@ -20,8 +20,8 @@ namespace corvane::platform {
 class LocalSignalReceiver {
  public:
   // Listens at `path`; a socket that a dead program left there is replaced. Not open on failure: 2
-  // or 3 no such directory, 5 access denied, 32 another program listens there, 206 the path is too
-  // long.
+  // or 3 no such directory, 5 access denied, 32 another program listens there, 80 something lies
+  // there that is no socket, 206 the path is too long.
   explicit LocalSignalReceiver(std::string_view path);
   ~LocalSignalReceiver();
   LocalSignalReceiver(const LocalSignalReceiver&) = delete;
@@ -34,6 +34,7 @@ class LocalSignalReceiver {
  private:
   int descriptor_ = -1;
   std::string path_;
+  std::uint64_t inode_ = 0;  // of the socket at the path, which may be another's by the end
 };
 
 }  // namespace corvane::platform

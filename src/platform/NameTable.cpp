@@ -86,6 +86,13 @@ std::string Folded(std::string_view name) {
   return folded;
 }
 
+std::string OtherCase(std::string_view spelling) {
+  std::string other = Folded(spelling);
+  if (other != spelling) return other;
+  for (char& c : other) c = c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+  return other;
+}
+
 bool IsMessage(std::string_view name) { return EndsWith(name, ".MAI"); }
 
 Rule RuleFor(std::string_view name) {

@@ -12,7 +12,7 @@ namespace corvane::platform::names {
 // How a name that isn't there in the spelling asked for is looked for.
 enum class Kind : std::uint8_t {
   kExact,     // not at all: messages and request markers
-  kTable,     // under its table spelling: files that lie among messages
+  kTable,     // in its table spelling and in the other case: files that lie among messages
   kSearched,  // under its table spelling if it has one, then in the listing of its directory
 };
 
@@ -29,6 +29,8 @@ struct Rule {
 
 // The name with its ASCII letters in lower case.
 [[nodiscard]] std::string Folded(std::string_view name);
+// A table spelling, which is in one case where its kind is kTable, in the other one.
+[[nodiscard]] std::string OtherCase(std::string_view spelling);
 [[nodiscard]] constexpr char FoldedByte(char c) {
   return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
 }

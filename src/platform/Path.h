@@ -6,6 +6,7 @@
 // A name is found in any case. The exact spelling is tried first and costs nothing extra. On a
 // miss:
 //   - a system file (_CHANGE.DTY, _index.xml, _<n>.NEW ...) has one spelling on disk, in a table;
+//     one that another system left in the other case (_change.dty) is met too;
 //   - a message file (*.MAI in any case) and a request marker (*.upd) are exact and never searched
 //     for;
 //   - any other name is looked for among the names of its directory. The listing is kept, without

@@ -53,6 +53,18 @@ FoundDirectory FindDirectory(const std::string& path) {
   return found;
 }
 
+// The spelling in which a name of the table lies in `directory`: the one asked for, the table's, or
+// the table's in the other case, as another system may have left it. The table's where there is
+// none; `tried` tells that the one asked for isn't there.
+std::string TableSpelling(const std::string& directory, std::string_view asked,
+                          const std::string& spelling, bool tried) {
+  if (!tried && IsThere(JoinSystem(directory, asked))) return std::string(asked);
+  for (const std::string& candidate : {spelling, names::OtherCase(spelling)}) {
+    if (candidate != asked && IsThere(JoinSystem(directory, candidate))) return candidate;
+  }
+  return spelling;
+}
+
 struct FoundName {
   std::string name;
   bool listed = false;  // seen in a listing, so worth remembering
@@ -63,8 +75,7 @@ FoundName NameIn(const FoundDirectory& directory, std::string_view name, bool tr
   const names::Rule rule = names::RuleFor(name);
   if (rule.kind == names::Kind::kExact) return {std::string(name)};
   if (rule.kind == names::Kind::kTable) {
-    const bool asIs = !tried && rule.spelling != name && IsThere(JoinSystem(directory.path, name));
-    return {asIs ? std::string(name) : *rule.spelling};
+    return {TableSpelling(directory.path, name, *rule.spelling, tried)};
   }
   auto listed = names::FindInListing(directory.path, directory.state, name);
   if (listed) return {std::move(*listed), true};
@@ -115,9 +126,11 @@ std::string CreationPath(const std::string& path) {
   const std::string_view name = FileName(path);
   const names::Rule rule = names::RuleFor(name);
   if (rule.kind == names::Kind::kExact) return path;
-  if (rule.kind == names::Kind::kTable && rule.spelling == name) return path;
+  if (rule.kind == names::Kind::kTable) {
+    const std::string directory = DirectoryOf(path);
+    return JoinSystem(directory, TableSpelling(directory, name, *rule.spelling, false));
+  }
   if (IsThere(path)) return path;
-  if (rule.kind == names::Kind::kTable) return JoinSystem(DirectoryOf(path), *rule.spelling);
   return FindSpelling(path).path;
 }
 

@@ -215,9 +215,10 @@ bool SettingsStore::State::Follow(const std::vector<SettingChange>& changes,
 // change lies between the View in force and now.
 bool SettingsStore::State::PublishOneNumber(const std::vector<SettingChange>& changes,
                                             const SettingsWriter::Written& written) {
+  if (changes.size() != 1) return false;
   const SettingChange& change = changes.front();
-  const bool simple = changes.size() == 1 && change.kind == SettingChange::Kind::kSet &&
-                      change.value.type == SettingType::kDword;
+  const bool simple =
+      change.kind == SettingChange::Kind::kSet && change.value.type == SettingType::kDword;
   const bool known = current->connection == connection && current->sign == written.before;
   if (!simple || !known || !DatabaseChange::OneCommitApart(written.before, written.after)) {
     return false;
@@ -290,7 +291,7 @@ std::vector<SettingEntry> SettingsStore::List(std::string_view key) {
 }
 
 bool SettingsStore::Apply(const std::vector<SettingChange>& changes) {
-  return changes.empty() || state_->Write(changes, Care::kDurable);
+  return state_->Write(changes, Care::kDurable);
 }
 
 bool SettingsStore::SetDword(std::string_view key, std::string_view name, std::uint32_t value) {

@@ -29,8 +29,9 @@ TEST(NameCase, ExistingNamesAreFoundAndMessagesAreNot) {
   MakeDirectory(root / "acme/MAILROOT");
   MakeDirectory(root / "acme/MAILROOT/Anna");
   MakeDirectory(root / "acme/MAILROOT/Anna/Inbox");
-  for (const char* name : {"Inbox/0A.MAI", "Inbox/_index.xml", "Inbox/_CHANGE.DTY", "notes.Txt",
-                           "Two.txt", "tWo.txt", "_7.NEW"}) {
+  for (const char* name : {"Inbox/0A.MAI", "Inbox/_index.xml", "Inbox/_CHANGE.DTY",
+                           "Inbox/_GROUPS.XML", "Inbox/_folder.dty", "notes.Txt", "Two.txt",
+                           "tWo.txt", "_7.NEW", "_8.new"}) {
     WriteBytes(root / "acme/MAILROOT/Anna/" + name, "x");
   }
   struct Case {
@@ -44,7 +45,11 @@ TEST(NameCase, ExistingNamesAreFoundAndMessagesAreNot) {
       {"acme\\MAILROOT\\Anna\\Inbox\\_INDEX.XML", "acme/MAILROOT/Anna/Inbox/_index.xml"},
       {"acme\\mailroot\\anna\\inbox\\_change.dty", "acme/MAILROOT/Anna/Inbox/_CHANGE.DTY"},
       {"acme\\MAILROOT\\Anna\\Inbox\\_cache.dty", ""},
+      {"acme\\MAILROOT\\Anna\\Inbox\\_groups.xml", "acme/MAILROOT/Anna/Inbox/_GROUPS.XML"},
+      {"acme\\MAILROOT\\Anna\\Inbox\\_FOLDER.DTY", "acme/MAILROOT/Anna/Inbox/_folder.dty"},
+      {"acme\\MAILROOT\\Anna\\Inbox\\_Folder.Dty", "acme/MAILROOT/Anna/Inbox/_folder.dty"},
       {"acme\\MAILROOT\\Anna\\_7.new", "acme/MAILROOT/Anna/_7.NEW"},
+      {"acme\\MAILROOT\\Anna\\_8.NEW", "acme/MAILROOT/Anna/_8.new"},
       {"acme\\MAILROOT\\Anna\\NOTES.TXT", "acme/MAILROOT/Anna/notes.Txt"},
       {"acme\\MAILROOT\\Anna\\tWo.txt", "acme/MAILROOT/Anna/tWo.txt"},
       {"acme\\MAILROOT\\Anna\\TWO.TXT", "acme/MAILROOT/Anna/Two.txt"},
@@ -92,10 +97,10 @@ TEST(NameCase, NewNamesMeetTheOldOnes) {
   EXPECT_EQ(LastError(), kErrorFileExists);
   EXPECT_TRUE(WriteWholeFile(root / "notes.TXT", "new"));
   EXPECT_EQ(test::ReadBytes(root / "Notes.txt"), "new");
-  // A name of the table is made as the table spells it, unless the spelling given is there.
+  // A name of the table is made as the table spells it, unless it is there in either case.
   EXPECT_TRUE(WriteWholeFile(root / "_change.dty", "flag"));
   EXPECT_EQ(test::ReadBytes(root / "_CHANGE.DTY"), "flag");
-  EXPECT_TRUE(WriteWholeFile(root / "_cache.dty", "new"));
+  EXPECT_TRUE(WriteWholeFile(root / "_CACHE.DTY", "new"));
   EXPECT_EQ(test::ReadBytes(root / "_cache.dty"), "new");
   EXPECT_TRUE(CreateDirectories(root / "po\\RULES"));
   EXPECT_TRUE(CreateDirectories(root / "PO\\Rules\\Deep"));
@@ -167,10 +172,10 @@ struct LookUp {
 constexpr LookUp kUnchanged[] = {
     {"Exact", "777.MAI", true, 0},
     {"ExactTable", "_CHANGE.DTY", true, 0},
-    {"OtherCaseTable", "_change.dty", true, 1},
+    {"OtherCaseTable", "_change.dty", true, 2},
     {"MissingMessage", "x.MAI", false, 1},
     {"MessageOfOtherCase", "777.mai", false, 1},
-    {"MissingTable", "_CACHE.DTY", false, 1},
+    {"MissingTable", "_CACHE.DTY", false, 2},
     {"OtherCase", "ANNA.VCF", true, 2},
     {"MissingOther", "gone.vcf", false, 1},
 };

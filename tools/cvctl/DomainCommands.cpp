@@ -33,7 +33,7 @@ void CheckDomain(const std::string& name) {
   if (name.empty() || name.size() > kLongestDomain) {
     throw Failure(kUsage, "a domain has 1 to 511 bytes: write it as example.org");
   }
-  if (!IsMailAddress("x@" + name)) {
+  if (name.find('@') != std::string::npos || !IsMailAddress("x@" + name)) {
     throw Failure(kUsage, "'" + name + "' is no domain: write it as example.org");
   }
 }
@@ -69,7 +69,7 @@ void RemoveDomain(const DomainArguments& arguments) {
 // "[SMTP:anna@acme.test]" of "anna@acme.test", or of itself.
 std::string AddressItem(const std::string& text) {
   if (!text.starts_with('[')) CheckMailAddress(text);
-  const std::string item = AsItem(text);
+  const std::string item = AsItem(text.starts_with('[') ? text : "[SMTP:" + text + "]");
   if (!item.starts_with("[SMTP:")) {
     throw Failure(kUsage, "'" + text + "' is no mail address: write NAME@DOMAIN");
   }

@@ -151,6 +151,7 @@ void Insert(const Arguments& arguments) {
                       std::to_string(kIndexedNameLimit) + " bytes");
   }
   if (InsertIntoFolderIndex(arguments.folder, arguments.item) != 1) ThrowUnwritable(arguments);
+  ConfirmJson(arguments.json, "item", arguments.item, "inserted");
 }
 
 void Remove(const Arguments& arguments) {
@@ -171,6 +172,7 @@ void Remove(const Arguments& arguments) {
                       std::to_string(arguments.items.size()) +
                       " items; the others are not in the index, as 'cvctl index dump' shows");
   }
+  if (arguments.json) PrintJson({{"items", arguments.items}, {"done", "removed"}});
 }
 
 void Set(const Arguments& arguments) {
@@ -190,6 +192,7 @@ void Set(const Arguments& arguments) {
     case IndexChange::kDone:
       break;
   }
+  ConfirmJson(arguments.json, "property", name, "set");
 }
 
 void AddClassOption(CLI::App* command, Arguments* arguments) {
@@ -204,17 +207,15 @@ void AddIndexCommands(CLI::App& app) {
   const auto add = [&](const char* name, const char* meaning, void (*body)(const Arguments&)) {
     CLI::App* command = AddCommand(family, name, meaning, &arguments, body);
     command->add_option("folder", arguments.folder, "the directory of the folder")->required();
+    AddJsonFlag(command, &arguments.json);
     return command;
   };
   CLI::App* dump = add("dump", "list what the index holds", Dump);
   AddClassOption(dump, &arguments);
-  AddJsonFlag(dump, &arguments.json);
   CLI::App* check = add("check", "look for faults; exit 0 when it is sound", Check);
   AddClassOption(check, &arguments);
-  AddJsonFlag(check, &arguments.json);
   CLI::App* rebuild = add("rebuild", "bring the index in line with the files", Rebuild);
   AddClassOption(rebuild, &arguments);
-  AddJsonFlag(rebuild, &arguments.json);
   add("insert", "put one message file into the index", Insert)
       ->add_option("item", arguments.item, "the file's name")
       ->required();

@@ -73,7 +73,7 @@ std::string AsItem(const std::string& text, std::size_t longest) {
   std::string item = text;
   if (text.empty()) Refuse("an empty text is no address item: write POSTOFFICE/MAILBOX");
   if (text.front() != '[') {
-    const bool isAddress = text.find('@') != std::string::npos;
+    const bool isAddress = text.find('@') < text.find('/');
     item = (isAddress ? "[SMTP:" : "[SF:") + text + "]";
     if (isAddress) CheckMailAddress(text);
   }

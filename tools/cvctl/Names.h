@@ -30,7 +30,7 @@ void CheckPostofficeName(const std::string& name);
 [[nodiscard]] PairedName SplitGroupName(const std::string& text);
 
 // An address item: one in brackets as it stands, "acme/anna" as "[SF:acme/anna]", "anna@acme.test"
-// as "[SMTP:anna@acme.test]".
+// as "[SMTP:anna@acme.test]": an address has no "/" before its "@".
 [[nodiscard]] std::string AsItem(const std::string& text, std::size_t longest = kLongestItem);
 // Items joined by ";", each as AsItem takes it.
 [[nodiscard]] std::string AsItemList(const std::string& text, std::size_t longest);

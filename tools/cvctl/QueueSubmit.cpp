@@ -135,7 +135,15 @@ void SubmitMessage(const QueueOptions& options) {
 
 std::vector<std::string> GuardedWords(int argc, const char* const* argv) {
   std::vector<std::string> words;
-  for (int i = 1; i < argc; ++i) AddWord(argv[i], words);
+  bool behindMark = false;
+  for (int i = 1; i < argc; ++i) {
+    if (behindMark) {
+      words.emplace_back(argv[i]);
+    } else {
+      AddWord(argv[i], words);
+    }
+    behindMark = behindMark || std::string_view(argv[i]) == "--";
+  }
   if (words.size() < 2 || words[0] != "queue" || words[1] != "submit") return words;
   for (std::string& word : words) {
     const bool item = word.starts_with('[') || word.find("=[") != std::string::npos;

@@ -1,5 +1,6 @@
 #include "cvctl/SettingsCommands.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstdio>
 #include <memory>
@@ -147,6 +148,21 @@ std::string KeyToChange(const Arguments& arguments) {
                             "key");
 }
 
+// A registry file couldn't carry the key: a control character ends its line, "];" its name.
+void RefuseUnwritableKey(const std::string& key) {
+  bool refused = std::any_of(key.begin(), key.end(), [](char character) {
+    return static_cast<unsigned char>(character) < 0x20 || character == 0x7F;
+  });
+  for (std::size_t at = key.find(']'); at != std::string::npos; at = key.find(']', at + 1)) {
+    const std::size_t behind = key.find_first_not_of(' ', at + 1);
+    refused = refused || (behind != std::string::npos && key[behind] == ';');
+  }
+  if (!refused) return;
+  throw Failure(kUsage, "'" + key +
+                            "' can't be a key: give one without control characters and without "
+                            "\"];\"");
+}
+
 void Get(const Arguments& arguments) {
   SettingsStore store(SettingsStore::DefaultPath());
   RequireReadable(store);
@@ -164,6 +180,7 @@ void Get(const Arguments& arguments) {
 
 void Set(const Arguments& arguments) {
   std::string key = KeyToChange(arguments);
+  RefuseUnwritableKey(key);
   SettingsStore store(SettingsStore::DefaultPath());
   const settings::Setting* known = settings::FindSetting(key, arguments.name);
   if (known != nullptr) key = settings::WholeKey(known->key);  // the usual spelling

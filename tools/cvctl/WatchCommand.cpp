@@ -7,8 +7,13 @@
 #include <cstdio>
 #include <memory>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "CLIENTS/CVMAPI/CVMSLIB/common/Text.h"
+#include "PROVIDERS/Library/LIBOption/ProviderRecords.h"
+#include "configuration/ConfiguredStore.h"
+#include "configuration/Lookups.h"
 #include "connector/settings/Settings.h"
 #include "cvctl/Command.h"
 #include "cvctl/Names.h"
@@ -24,6 +29,7 @@ namespace {
 
 constexpr std::int32_t kLookMilliseconds = 200;
 constexpr std::string_view kAction = "[CV_ACTION]\t";
+constexpr std::string_view kNotify = "[CV_NOTIFY]\t";
 
 volatile std::sig_atomic_t stopped = 0;
 
@@ -48,13 +54,65 @@ Signal ParseSignal(std::string_view text) {
           std::string(text.substr(std::min(tab + 1, text.size())))};
 }
 
-// Whether an action's file lies in the mailbox. Signals without a file are everybody's.
-bool IsAbout(const Signal& signal, const std::string& postoffice, const std::string& mailbox) {
-  if (signal.action.empty()) return true;
-  std::string path = signal.text;
+// The mailbox that is watched.
+struct Watched {
+  std::string postoffice;
+  std::string mailbox;
+  std::string place;  // in every path below its directory
+  std::string moved;  // what those paths begin with when the postoffice has a root of its own
+};
+
+std::string WithBackslashes(std::string path) {
   std::replace(path.begin(), path.end(), '/', '\\');
-  const std::string place = "\\" + postoffice + "\\MAILROOT\\" + mailbox + "\\";
-  return PositionNoCase(path, place) != std::string::npos;
+  return path;
+}
+
+// Where the postoffice's own root puts the mailbox; empty when it has none.
+std::string MovedDirectory(const std::string& postoffice, const std::string& mailbox) {
+  if (!configuration::AllowsCustomRoots()) return "";
+  std::string root;
+  const auto answer = configuration::AskStore([&](platform::Database& store) {
+    return configuration::FindOption(store, static_cast<std::int32_t>(OptionKind::kPostoffice),
+                                     postoffice, configuration::kPostofficeRootOption, root);
+  });
+  if (answer != configuration::Answer::kFound || root.empty()) return "";
+  return WithBackslashes(configuration::MailboxDirectory(postoffice, mailbox, root)) + "\\";
+}
+
+Watched WatchedMailbox(const std::string& name) {
+  const auto [postoffice, mailbox] = SplitMailboxName(name);
+  return {postoffice, mailbox, "\\" + postoffice + "\\MAILROOT\\" + mailbox + "\\",
+          MovedDirectory(postoffice, mailbox)};
+}
+
+bool IsFileOf(const std::string& argument, const Watched& watched) {
+  const std::string path = WithBackslashes(argument);
+  return PositionNoCase(path, watched.place) != std::string::npos ||
+         (!watched.moved.empty() &&
+          platform::EqualsNoCase(path.substr(0, watched.moved.size()), watched.moved));
+}
+
+// [CV_NOTIFY], session, token, action, type, postoffice, mailbox ...: a signal that names no
+// mailbox is everybody's.
+bool IsForClientsOf(std::string_view text, const Watched& watched) {
+  constexpr std::size_t kPostofficeField = 5;
+  std::vector<std::string_view> fields;
+  for (std::size_t begin = 0; fields.size() < kPostofficeField + 2;) {
+    const std::size_t end = text.find('\t', begin);
+    fields.push_back(text.substr(begin, end - begin));
+    if (end == std::string_view::npos) break;
+    begin = end + 1;
+  }
+  return fields.size() < kPostofficeField + 2 ||
+         (platform::EqualsNoCase(fields[kPostofficeField], watched.postoffice) &&
+          platform::EqualsNoCase(fields[kPostofficeField + 1], watched.mailbox));
+}
+
+// An action is about the mailbox when its file lies there, a client signal when it names it. All
+// other signals are everybody's.
+bool IsAbout(const Signal& signal, const Watched& watched) {
+  if (!signal.action.empty()) return IsFileOf(signal.text, watched);
+  return !signal.text.starts_with(kNotify) || IsForClientsOf(signal.text, watched);
 }
 
 void Print(const Signal& signal, bool json) {
@@ -77,13 +135,18 @@ void Print(const Signal& signal, bool json) {
                                 ": another service listens there; stop it, or watch another "
                                 "one's signals with --protocol");
   }
+  if (error == platform::kErrorFileExists) {
+    throw Failure(kTrouble, place +
+                                ": is no socket; remove it, or watch another service's "
+                                "signals with --protocol");
+  }
   throw Failure(kTrouble, place + ": " + platform::ErrorText(error) +
                               " Make its directory writable, or set \"Run Directory\" of "
                               "Providers");
 }
 
 void Watch(const WatchOptions& options) {
-  const auto [postoffice, mailbox] = SplitMailboxName(options.mailbox);
+  const Watched watched = WatchedMailbox(options.mailbox);
   if (!platform::IsSafeName(options.protocol)) {
     throw Failure(kUsage, "\"" + options.protocol + "\" is no protocol word: give one such as MTA");
   }
@@ -99,7 +162,7 @@ void Watch(const WatchOptions& options) {
     const auto text = receiver.Next(kLookMilliseconds);
     if (!text) continue;
     const Signal signal = ParseSignal(*text);
-    if (IsAbout(signal, postoffice, mailbox)) Print(signal, options.json);
+    if (IsAbout(signal, watched)) Print(signal, options.json);
   }
 }
 

@@ -8,6 +8,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <string>
+#include <vector>
 
 #include "SERVICES/Library/LIBRPCNotify/RemoteNotification.h"
 #include "platform/Machine.h"
@@ -58,6 +59,11 @@ class NotifyRemoteTest : public ::testing::Test {
     const std::string product = "SOFTWARE\\Wow6432Node\\Corvane\\Corvane";
     ASSERT_TRUE(platform::SettingsStore::Default().SetString(
         key == "." ? product : product + "\\" + key, name, value));
+  }
+
+  static void Number(const char* name, std::uint32_t value) {
+    ASSERT_TRUE(platform::SettingsStore::Default().SetDword(
+        "SOFTWARE\\Wow6432Node\\Corvane\\Corvane", name, value));
   }
 
   test::TemporaryDirectory run_;
@@ -119,6 +125,15 @@ TEST_F(NotifyRemoteTest, WatchShowsWhatIsAboutItsMailbox) {
   const std::string output = run_ / "output";
   Set("Providers", "Run Directory", run_ / "not/made");
   const std::string socket = run_ / "not/made/MTA.sock";
+  Set("Providers", "Configuration Database", run_ / "configuration.db");
+  Number("Allow Custom Postoffice Paths", 1);
+  for (const std::vector<std::string>& words :
+       {std::vector<std::string>{"postoffice", "add", "acme"},
+        {"option", "set", "acme", "PostofficeRoot", "/moved"}}) {
+    std::vector<std::string> command = {test::ProgramFile("cvctl")};
+    command.insert(command.end(), words.begin(), words.end());
+    EXPECT_EQ(test::RunProgram(command).exitCode, 0);
+  }
   {
     test::BackgroundProgram watch({test::ProgramFile("cvctl"), "watch", "acme/Anna"}, {}, output);
     for (int i = 0; i < 500 && NotifyRemote("", "MTA", "hello\tall") != 0; ++i) usleep(10'000);
@@ -126,8 +141,14 @@ TEST_F(NotifyRemoteTest, WatchShowsWhatIsAboutItsMailbox) {
               0);
     EXPECT_EQ(NotifyRemote("", "MTA", "[CV_ACTION]\tTRAIN-HAM\t/m/acme/MAILROOT/bob/Inbox/2.MAI"),
               0);
-    EXPECT_EQ(NotifyRemote("", "MTA", "[CV_ACTION]\tTRAIN-SPAM\tC:\\ACME\\mailroot\\anna\\3.MAI"),
-              0);
+    for (const char* signal :
+         {"[CV_ACTION]\tTRAIN-HAM\t/moved/mailroot/Anna/4.MAI",
+          "[CV_NOTIFY]\t1\ttoken\tNEW\tMSG\tacme\tbob\tInbox\t\t5.MAI\r\n\r\n",
+          "[CV_NOTIFY]\t1\ttoken\tNEW\tMSG\tACME\tanna\tInbox\t\t6.MAI\r\n\r\n",
+          "[CV_NOTIFY]\t1\ttoken\tCOMMIT\r\n\r\n",
+          "[CV_ACTION]\tTRAIN-SPAM\tC:\\ACME\\mailroot\\anna\\3.MAI"}) {
+      EXPECT_EQ(NotifyRemote("", "MTA", signal), 0) << signal;
+    }
     const auto second = test::RunProgram({test::ProgramFile("cvctl"), "watch", "acme/anna"});
     EXPECT_EQ(second.exitCode, 3);
     EXPECT_NE(second.errors.find("another service listens there"), std::string::npos);
@@ -141,6 +162,10 @@ TEST_F(NotifyRemoteTest, WatchShowsWhatIsAboutItsMailbox) {
   EXPECT_NE(text.find("               hello?all\n"), std::string::npos) << text;
   EXPECT_NE(text.find("  TRAIN-HAM    /m/acme/MAILROOT/anna/Inbox/1.MAI\n"), std::string::npos);
   EXPECT_EQ(text.find("2.MAI"), std::string::npos);
+  EXPECT_NE(text.find("/moved/mailroot/Anna/4.MAI\n"), std::string::npos) << text;
+  EXPECT_EQ(text.find("5.MAI"), std::string::npos) << text;
+  EXPECT_NE(text.find("6.MAI"), std::string::npos) << text;
+  EXPECT_NE(text.find("COMMIT"), std::string::npos) << text;
   EXPECT_NE(text.find("  TRAIN-SPAM   C:\\ACME\\mailroot\\anna\\3.MAI\n"), std::string::npos);
 }
 
@@ -155,6 +180,22 @@ TEST_F(NotifyRemoteTest, WatchReplacesTheSocketOfADeadProgram) {
   }
   EXPECT_EQ(answer, 0);
   EXPECT_EQ(watch.Signal(SIGTERM), 0);
+}
+
+TEST_F(NotifyRemoteTest, WatchTouchesNothingThatIsNoSocketAndNoSocketOfAnother) {
+  test::WriteBytes(run_ / "MTA.sock", "kept");
+  const auto refused = test::RunProgram({test::ProgramFile("cvctl"), "watch", "acme/anna"});
+  EXPECT_EQ(refused.exitCode, 3);
+  EXPECT_NE(refused.errors.find("is no socket"), std::string::npos) << refused.errors;
+  EXPECT_EQ(test::ReadBytes(run_ / "MTA.sock"), "kept");
+  unlink((run_ / "MTA.sock").c_str());
+  test::BackgroundProgram watch({test::ProgramFile("cvctl"), "watch", "acme/anna"}, {},
+                                run_ / "output");
+  for (int i = 0; i < 500 && NotifyRemote("", "MTA", "hello") != 0; ++i) usleep(10'000);
+  unlink((run_ / "MTA.sock").c_str());
+  const Service other(run_ / "MTA.sock");
+  EXPECT_EQ(watch.Signal(SIGTERM), 0);
+  EXPECT_EQ(NotifyRemote("", "MTA", "hello"), 0);
 }
 
 TEST_F(NotifyRemoteTest, ATextThatIsNoDatagramFails) {

@@ -116,6 +116,10 @@ TEST_F(Cvctl, DomainsMapsAndOptions) {
   EXPECT_EQ(Json({"map", "list"}),
             json::parse(R"({"maps": [{"address": "anna@acme.test", "item": "[SF:acme/anna]"}]})"));
   Do({"map", "remove", "anna@acme.test"});
+  Do({"mailbox", "add", "acme/anna@acme.test"});
+  Do({"map", "add", "a/b@acme.test", "acme/anna@acme.test"});
+  EXPECT_EQ(Json({"map", "list"})["maps"][0]["item"], "[SF:acme/anna@acme.test]");
+  Do({"map", "remove", "a/b@acme.test"});
   EXPECT_TRUE(Json({"map", "list"})["maps"].empty());
   Do({"option", "set", "acme/anna", "DisplayName", "Anna \"B\""});
   Do({"option", "set", "acme/anna", "displayname", "Anna C"});
@@ -124,6 +128,8 @@ TEST_F(Cvctl, DomainsMapsAndOptions) {
   EXPECT_EQ(Json({"option", "list", "acme/anna"}),
             json::parse(R"({"key": "acme/anna", "options": {"DisplayName": "Anna C"}})"));
   EXPECT_EQ(Json({"option", "get", "acme", "PostofficeRoot"})["value"], "/elsewhere");
+  Do({"option", "set", "acme", "A", "--", "--b="});
+  EXPECT_EQ(Run({"option", "get", "acme", "A"}).output, "--b=\n");
   Do({"option", "delete", "acme/anna", "DisplayName"});
   EXPECT_EQ(Run({"option", "get", "acme/anna", "DisplayName"}).exitCode, 1);
 }
@@ -212,6 +218,7 @@ const RefusedCase kRefused[] = {
      "255"},
     {"MemberNotThere", {"group", "member", "remove", "acme/sales", "acme/x"}, 1, "no member"},
     {"DomainWithABlank", {"domain", "add", "a b"}, 2, "'a b' is no domain"},
+    {"DomainThatIsAnAddress", {"domain", "add", "anna@acme.test"}, 2, "is no domain"},
     {"DomainUnknown", {"domain", "remove", "x.test"}, 1, "no domain"},
     {"MapOfNoAddress", {"map", "add", "anna", "acme/anna"}, 2, "NAME@DOMAIN"},
     {"MapToNoLocalItem", {"map", "add", "a@b.test", "c@d.test"}, 2, "local item"},

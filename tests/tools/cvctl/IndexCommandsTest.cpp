@@ -194,7 +194,9 @@ TEST_F(IndexCommands, ARebuildInsertionsChangesAndRemovalsLeaveASoundIndex) {
     EXPECT_EQ(items[0]["properties"]["READ"], "1");
     EXPECT_EQ(items[1]["properties"]["CATEGORIES"], "<a> & \"b\"");
     if (streams) ExpectSound();
-    Do({"index", "set", folder_, "c.MAI", "CATEGORIES", ""});
+    EXPECT_EQ(Json({"index", "insert", folder_, "b.MAI"}),
+              (json{{"item", "b.MAI"}, {"done", "inserted"}}));
+    EXPECT_EQ(Json({"index", "set", folder_, "c.MAI", "CATEGORIES", ""})["done"], "set");
     EXPECT_FALSE(Dump()["items"][1]["properties"].contains("CATEGORIES"));
     EXPECT_EQ(Json({"index", "rebuild", folder_}), (json{{"items", 2}, {"lastUid", 4}}));
     EXPECT_EQ(Items(), "b.MAI:2 c.MAI:4 ") << "identifiers stay";
@@ -240,6 +242,10 @@ TEST_F(IndexCommands, FailuresAreToldInOneLineAndChangeNothing) {
   EXPECT_EQ(test::ReadBytes(folder_ + "/_index.xml"), before);
   Deliver("b.MAI");
   Do({"index", "insert", folder_, "b.MAI"});
+  Deliver("d.MAI");
+  Do({"index", "insert", folder_, "d.MAI"});
+  EXPECT_EQ(Json({"index", "remove", folder_, "d.MAI"}),
+            (json{{"items", {"d.MAI"}}, {"done", "removed"}}));
   const auto partly = Run({"index", "remove", folder_, "b.MAI", "c.MAI"});
   EXPECT_EQ(partly.exitCode, 1);
   EXPECT_NE(partly.errors.find("removed 1 of 2 items"), std::string::npos) << partly.errors;

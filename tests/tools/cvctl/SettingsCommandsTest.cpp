@@ -101,6 +101,8 @@ TEST_F(SettingsCommandsTest, WrongUseIsOneHelpfulLineAndExit2) {
        "did you mean 'Maximum Pickup Threads'"},
       {{"set", "HKLM", "Any", "5", "--dword"}, "name a key below it"},
       {{"delete", "hkey_local_machine\\"}, "name a key below it"},
+      {{"set", "HKLM\\A]; B", "Any", "5", "--dword"}, "can't be a key"},
+      {{"set", "HKLM\\A\nB", "Any", "5", "--dword"}, "can't be a key"},
       {{"delete", "HKLM", "Any"}, "name a key below it"},
       {{"set", ".", "Maximum Pickup Threads", "5"}, "belongs under CONNECTORS\\SF"},
       {{"set", ".", "X", "1", "--dword", "--string"}, "--help"},
@@ -125,6 +127,9 @@ TEST_F(SettingsCommandsTest, AnUnusableStoreIsExit3AMissingOne1) {
   EXPECT_EQ(Run({"export"}).exitCode, 1);
   EXPECT_EQ(Run({"delete", "CONNECTORS"}).exitCode, 1);
   EXPECT_EQ(Run({"list"}).exitCode, 0);
+  test::WriteBytes(directory_ / "none.reg", "REGEDIT4\n");
+  EXPECT_EQ(Run({"import", directory_ / "none.reg"}).exitCode, 0);
+  EXPECT_EQ(Run({"export"}).exitCode, 0) << "an import makes the store, whatever it holds";
   test::WriteBytes(store_, std::string(5000, 'x'));
   for (const char* command : {"get", "set", "list", "export", "delete"}) {
     std::vector<std::string> arguments = {command};

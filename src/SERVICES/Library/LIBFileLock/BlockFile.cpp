@@ -60,10 +60,11 @@ class BlockFileWait {
     // A waiter can read the holder's line only from the first attempt's file.
     *file = MakeBlockFile(path_, writeHolder ? platform::kShareRead : platform::kShareNone);
     while (!*file) {
-      if (platform::LastError() == platform::kErrorPathNotFound) return kNotThere;
+      const std::int32_t error = platform::LastError();
+      if (error == platform::kErrorPathNotFound) return kNotThere;
       CountAttempt();
       if (attempts_ > threshold_) {
-        const auto end = Force(file);
+        const auto end = Force(file, error == platform::kErrorFileExists);
         if (end) return *end;
       }
       *file = MakeBlockFile(path_, platform::kShareNone);
@@ -81,11 +82,13 @@ class BlockFileWait {
     ++attempts_;
   }
 
-  // Takes the file from its holder; the end of the wait, or nothing when it goes on.
-  std::optional<std::int32_t> Force(platform::File* file) {
+  // Takes the file from its holder; the end of the wait, or nothing when it goes on. `stood` tells
+  // that there was a file: where none can be made, on a full disk perhaps, none is ever gone.
+  std::optional<std::int32_t> Force(platform::File* file, bool stood) {
     LogDebugF("[Thread:%ld] WaitForAccessToFile: Blocking timed out on activity file: %s\n",
               ThisThread(), path_.c_str());
-    switch (UnBlockIndexFileAccess_Notify(path_, nullptr)) {
+    const std::int32_t result = UnBlockIndexFileAccess_Notify(path_, nullptr);
+    switch (result == kWasGone && !stood ? kNotThere : result) {
       case kDeleted:
         LogDebugF("[Thread:%ld] WaitForAccessToFile: Unblocked activity file: %s\n", ThisThread(),
                   path_.c_str());
@@ -141,12 +144,20 @@ std::int32_t WaitForAccessToFile(const std::string& fileName, platform::File* ha
 }
 
 std::int32_t UnBlockIndexFileAccess_Notify(const std::string& fileName, platform::File* handle) {
-  if (handle != nullptr && handle->IsOpen() && !handle->Close()) {
+  const bool held = handle != nullptr && handle->IsOpen();
+  // The name goes while the file is still held, so that nobody takes the lock in between and loses
+  // it again; a name that is another's by now stays.
+  const std::int32_t removal = !held                          ? platform::kErrorInvalidHandle
+                               : handle->RemoveName(fileName) ? platform::kErrorNone
+                                                              : platform::LastError();
+  if (held && !handle->Close()) {
     LogDebugF(
         "UnBlockIndexFileAccess_Notify: [Thread:%ld] was unable to release blockfile lock for file "
         "%s. LastError=%ld\n",
         ThisThread(), fileName.c_str(), static_cast<long>(platform::LastError()));
   }
+  if (removal == platform::kErrorNone) return kDeleted;
+  if (removal == platform::kErrorFileNotFound) return kWasGone;
   for (int repeats = 0;; ++repeats) {
     if (platform::DeleteFile(fileName)) return kDeleted;
     if (platform::LastError() == platform::kErrorFileNotFound) return kWasGone;

@@ -1,5 +1,6 @@
 #include "SERVICES/Library/LIBFileLock/IndexBlockFile.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "connector/logs/Logs.h"
@@ -9,7 +10,6 @@
 #include "platform/FileSystem.h"
 #include "platform/Format.h"
 #include "platform/Machine.h"
-#include "platform/Path.h"
 #include "platform/Reports.h"
 #include "platform/Thread.h"
 
@@ -32,11 +32,19 @@ bool IsHopeless(std::int32_t error) {
          error == platform::kErrorFilenameTooLong;
 }
 
+bool IsGone(std::int32_t error) {
+  return error == platform::kErrorFileNotFound || error == platform::kErrorPathNotFound;
+}
+
+bool IsOfAnIndex(std::string path) {
+  std::replace(path.begin(), path.end(), '/', '\\');
+  return path.find("\\_index.blk") != std::string::npos;
+}
+
 // Deletes a file that nobody keeps open, for a caller who will keep it open.
 bool DeleteOrphan(const std::string& path, std::int32_t error, std::int32_t keepHandle) {
   const bool wanted = settings::Get(settings::kIndexUnblockMode) != 0 &&
-                      error == platform::kErrorFileExists && keepHandle == 1 &&
-                      platform::EqualsNoCase(platform::FileName(path), "_index.blk");
+                      error == platform::kErrorFileExists && keepHandle == 1 && IsOfAnIndex(path);
   if (!wanted || !platform::DeleteFile(path)) return false;
   platform::PrintConsole("deleted orphan\n");
   return true;
@@ -97,13 +105,16 @@ std::int32_t WaitForAccessToIndexFile(const std::string& fileName) {
 
 std::int32_t UnBlockIndexFileAccessEx(const std::string& fileName, std::int32_t closeHandle,
                                       platform::File* handle) {
+  // The name goes while the file is still held, so that nobody takes the lock in between and loses
+  // it again; a name that is another's by now stays.
+  const bool held = closeHandle == 1 && handle != nullptr && handle->IsOpen();
+  const bool removed = held && handle->RemoveName(fileName);
+  const bool others = held && !removed && IsGone(platform::LastError());
   if (closeHandle == 1 && handle != nullptr) *handle = {};
+  if (removed || others) return removed ? 1 : 0;
   for (int repeats = 0;; ++repeats) {
     if (platform::DeleteFile(fileName)) return 1;
-    const std::int32_t error = platform::LastError();
-    const bool gone =
-        error == platform::kErrorFileNotFound || error == platform::kErrorPathNotFound;
-    if (gone || repeats == kMostDeleteRepeats) return 0;
+    if (IsGone(platform::LastError()) || repeats == kMostDeleteRepeats) return 0;
     platform::SleepFor(kWaitMilliseconds);
   }
 }

@@ -22,8 +22,9 @@ namespace corvane {
                                                       platform::File* handleOut);
 [[nodiscard]] std::int32_t WaitForAccessToIndexFile(const std::string& fileName);
 
-// Gives it back: closes `handle` when `closeHandle` is 1, and deletes the file, with up to 80
-// further tries a second apart. 1 when this deleted it, else 0.
+// Gives it back: deletes the file and closes `handle` when `closeHandle` is 1; without that, or
+// where it doesn't help, with up to 80 further tries a second apart. 1 when this deleted it, else
+// 0: it was gone, or is another's.
 std::int32_t UnBlockIndexFileAccessEx(const std::string& fileName, std::int32_t closeHandle,
                                       platform::File* handle);
 std::int32_t UnBlockIndexFileAccess(const std::string& fileName);

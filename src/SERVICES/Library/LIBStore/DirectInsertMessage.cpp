@@ -16,9 +16,9 @@
 namespace corvane {
 namespace {
 
-constexpr const char* kCommit = "COMMIT";
-// What goes out with the bare word; readers of the stream expect it.
-constexpr std::int32_t kCommitLength = 255;
+// The bare word goes out with the whole of its buffer; readers of the stream expect it.
+constexpr char kCommit[256] = "COMMIT";
+constexpr std::int32_t kCommitLength = sizeof kCommit - 1;
 constexpr std::int32_t kUpToItsEnd = -1;
 constexpr std::uint64_t kBytesInKb = 1024;
 
@@ -104,6 +104,8 @@ std::int32_t DirectInsertMessage(const std::string& postoffice, const std::strin
   if (!platform::EqualsNoCase(action, kActionAdd)) return 1;
   if (notifyCommit) AskForCommit(insertion);
   const std::int32_t result = Insert(insertion);
+  // The library marks the folder itself where it got as far as that.
+  if (result == 0) WriteFolderFlag(directory, FolderFlag::kChanged);
   if (dispatchAdd && result == 1) TellClients(insertion);
   return result;
 }

@@ -11,7 +11,7 @@
 namespace corvane {
 
 // The arguments are MarkFolderChanged's; anything but the action "ADD" inserts nothing. 0 when the
-// insertion failed, otherwise 1.
+// insertion failed, whoever failed; the folder is marked then. Otherwise 1.
 [[nodiscard]] std::int32_t DirectInsertMessage(const std::string& postoffice,
                                                const std::string& mailbox,
                                                const std::string& folder, const std::string& action,

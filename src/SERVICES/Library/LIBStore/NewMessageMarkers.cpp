@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "SERVICES/Library/LIBStore/StorePaths.h"
-#include "connector/settings/ConnectorSettings.h"
 #include "platform/DirectoryLock.h"
 #include "platform/Error.h"
 #include "platform/FileSystem.h"
@@ -28,6 +27,10 @@ struct Marker {
   std::int32_t count = 0;
   bool empty = true;
 };
+
+std::string MailboxDirectory(const std::string& postoffice, const std::string& mailbox) {
+  return GetPostofficeRoot(postoffice) + "\\MAILROOT\\" + mailbox;
+}
 
 // The number between the first byte and the first point; 0 when there is none.
 std::int32_t CountInName(std::string_view name) {
@@ -109,7 +112,7 @@ bool CountOneMore(const std::string& directory, const std::vector<Marker>& marke
 
 std::int32_t GetNewMessageCount(const std::string& postoffice, const std::string& mailbox,
                                 char* textOut, std::size_t textSize) {
-  const std::string directory = settings::MailRoot() + "\\" + postoffice + "\\MAILROOT\\" + mailbox;
+  const std::string directory = MailboxDirectory(postoffice, mailbox);
   const platform::DirectoryLock turn(directory);
   for (int attempt = 0; attempt < kAttempts; ++attempt) {
     const std::vector<Marker> markers = Markers(directory);
@@ -122,7 +125,7 @@ std::int32_t GetNewMessageCount(const std::string& postoffice, const std::string
 
 void AddNewMessageMarker(const std::string& postoffice, const std::string& mailbox,
                          std::string_view text) {
-  const std::string directory = GetPostofficeRoot(postoffice) + "\\MAILROOT\\" + mailbox;
+  const std::string directory = MailboxDirectory(postoffice, mailbox);
   const platform::DirectoryLock turn(directory);
   for (int attempt = 0; attempt < kAttempts; ++attempt) {
     const std::vector<Marker> markers = Markers(directory);

@@ -4,11 +4,33 @@
 #include "SERVICES/Library/LIBStoreIndexCore/StoreIndex.h"
 
 namespace corvane {
+namespace {
+
+// The folder's lock, given back whatever ends the work.
+class FolderLock {
+ public:
+  FolderLock(StoreIndex* store, const std::string& folder)
+      : store_(store), folder_(folder), held_(LockFolderIndex(store, folder)) {}
+  ~FolderLock() {
+    if (held_) UnlockFolderIndex(store_, folder_);
+  }
+  FolderLock(const FolderLock&) = delete;
+  FolderLock& operator=(const FolderLock&) = delete;
+  [[nodiscard]] bool IsHeld() const { return held_; }
+
+ private:
+  StoreIndex* store_;
+  const std::string& folder_;
+  const bool held_;
+};
+
+}  // namespace
 
 void ReindexFolder(const std::string& path) {
   StoreIndex store(MessageIndexFiles());
   store.FolderPath = path;
-  if (!LockFolderIndex(&store, path)) return;
+  const FolderLock lock(&store, path);
+  if (!lock.IsHeld()) return;
   IndexLoad load;
   load.store = &store;
   load.path = path;
@@ -19,8 +41,6 @@ void ReindexFolder(const std::string& path) {
   if (store.Index.Load(load) && store.Index.NeedsSave()) {
     store.Index.Save(path, kClassMail, true);
   }
-  UnlockFolderIndex(&store, path);
-  StoreIndex_Release(&store);
 }
 
 }  // namespace corvane

@@ -18,6 +18,7 @@
 #include "platform/Machine.h"
 #include "platform/Reports.h"
 #include "platform/Thread.h"
+#include "tests/support/AsNobody.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/SettingsFixture.h"
 
@@ -81,6 +82,29 @@ TEST_F(BlockFileTest, WhatADeadProgramLeftIsTakenAfterTheThreshold) {
   EXPECT_EQ(Wait(&handle), 1);
   EXPECT_EQ(SecondsSlept(), 101);
   EXPECT_EQ(ReadBytes(Path()), "");
+}
+
+TEST_F(BlockFileTest, WhereNoFileCanBeMadeTheWaitGivesUp) {
+  fs::permissions(Directory().Path(), fs::perms(0755));
+  const test::AsNobody nobody;
+  platform::File handle;
+  EXPECT_EQ(Wait(&handle, true, 0, 5), -1);
+  EXPECT_EQ(SecondsSlept(), 6);
+}
+
+TEST_F(BlockFileTest, WhatAnotherHasMadeIsNotGivenBack) {
+  platform::File handle;
+  ASSERT_EQ(Wait(&handle), 1);
+  fs::remove(Path());
+  WriteBytes(Path(), "another's");
+  EXPECT_EQ(UnBlockIndexFileAccess_Notify(Path(), &handle), 2);
+  EXPECT_TRUE(fs::remove(Path()));
+  ASSERT_EQ(WaitForAccessToIndexFileEx(Path(), 1, &handle), 1);
+  fs::remove(Path());
+  WriteBytes(Path(), "another's");
+  EXPECT_EQ(UnBlockIndexFileAccessEx(Path(), 1, &handle), 0);
+  EXPECT_TRUE(fs::exists(Path()));
+  EXPECT_FALSE(handle.IsOpen());
 }
 
 TEST_F(BlockFileTest, AHolderWhoKeepsItOpenIsNotForced) {

@@ -85,6 +85,22 @@ TEST_F(FolderFlagsTest, BothSpellingsAreOneFile) {
   EXPECT_EQ(Names(), (std::set<std::string>{"_CHANGE.DTY", "_index.xml"}));
 }
 
+TEST_F(FolderFlagsTest, AFlagOfAnotherSystemIsSeenAndAnswered) {
+  Set("Index Files Enabled", 1U, kConnector);
+  Set("Store Event Notification Mode", 2U);
+  WriteBytes(InFolder("_change.dty"), "");
+  WriteFolderFlag(Folder(), FolderFlag::kChanged);
+  EXPECT_EQ(Names(), std::set<std::string>{"_change.dty"});
+  EXPECT_TRUE(IsFolderFlagSet(Folder(), FolderFlag::kChanged));
+  EXPECT_EQ(Mark(), 1);
+  EXPECT_TRUE(fs::exists(InFolder("_index.xml")));
+  EXPECT_FALSE(fs::exists(InFolder("_change.dty")));
+  WriteBytes(InFolder("_change.dty"), "");
+  EXPECT_TRUE(TestFolderFlag(Folder(), FolderFlag::kChanged, true));
+  fs::rename(InFolder("_index.xml"), InFolder("_INDEX.XML"));
+  EXPECT_FALSE(TestFolderFlag(Folder(), FolderFlag::kChanged, true));
+}
+
 struct TestCase {
   const char* name;
   bool indexFiles;
@@ -162,6 +178,14 @@ TEST_F(FolderFlagsTest, TheModeDecidesWhatANoticeLeaves) {
               row.flagged ? std::set<std::string>{"_CHANGE.DTY"} : std::set<std::string>{});
     fs::remove(InFolder("_CHANGE.DTY"));
   }
+}
+
+// Whoever failed: here there is no library to insert with.
+TEST_F(FolderFlagsTest, AFailedInsertionMarksTheFolder) {
+  Set("Index Files Enabled", 1U, kConnector);
+  Set("Store Event Notification Mode", 4U);
+  EXPECT_EQ(Mark(), 0);
+  EXPECT_EQ(ReadBytes(InFolder("_CHANGE.DTY")), kChangedText);
 }
 
 TEST_F(FolderFlagsTest, ANoticeGoesToTheMailTreeWhateverTheFolder) {

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "SERVICES/Library/LIBStore/FolderPaths.h"
+#include "SERVICES/Library/LIBStore/NewMessageMarkers.h"
 #include "SERVICES/Library/LIBStore/StorePaths.h"
 #include "platform/Error.h"
 #include "platform/Path.h"
@@ -99,6 +100,15 @@ TEST_F(FolderPathsTest, APostofficeMayHaveARootOfItsOwn) {
       << "this one stays below the root of all";
   Set("Allow Custom Postoffice Paths", 2U);
   EXPECT_EQ(GetPostofficeRoot("acme"), Root()) << "only 1 allows it";
+}
+
+TEST_F(FolderPathsTest, MarkersLieInAMailboxThatWasMoved) {
+  AnswerPostofficeRoot("1 Value=" + Directory().Path() + "/moved");
+  fs::create_directories(Directory() / "moved/MAILROOT/anna");
+  AddNewMessageMarker("acme", "anna", "");
+  AddNewMessageMarker("acme", "anna", "");
+  EXPECT_TRUE(fs::exists(Directory() / "moved/MAILROOT/anna/_2.NEW"));
+  EXPECT_EQ(GetNewMessageCount("acme", "anna", nullptr, 0), 2);
 }
 
 TEST_F(FolderPathsTest, ARootThatCannotBeAskedForIsNotGuessed) {

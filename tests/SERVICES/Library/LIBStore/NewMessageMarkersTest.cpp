@@ -12,6 +12,8 @@
 #include <vector>
 
 #include "SERVICES/Library/LIBStore/NewMessageMarkers.h"
+#include "platform/Clock.h"
+#include "platform/DirectoryLock.h"
 #include "platform/Error.h"
 #include "platform/File.h"
 #include "tests/support/AsNobody.h"
@@ -132,11 +134,20 @@ TEST_F(NewMessageMarkersTest, AHeldMarkerIsStillCounted) {
   EXPECT_EQ(Take(), 4);
 }
 
+TEST_F(NewMessageMarkersTest, AStoppedHolderOfTheLockIsPassed) {
+  const platform::DirectoryLock stopped(Mailbox());
+  ASSERT_TRUE(stopped.IsHeld());
+  Add();
+  EXPECT_GT(Clock().Slept(), 500);
+  EXPECT_EQ(Left(), (Files{{"_1.NEW", ""}}));
+}
+
 // Threads of several programs add and take at once; in the end each message was taken exactly once.
 TEST_F(NewMessageMarkersTest, NobodyLosesACount) {
   constexpr int kPrograms = 3;
   constexpr int kWriters = 3;
   constexpr int kMessages = 120;
+  platform::SetClock(nullptr);  // those who meet the lock wait for it
   const auto work = [](int) {
     std::atomic<int> taken = 0;
     std::atomic<int> writing = kWriters;
