@@ -102,7 +102,7 @@ TEST_F(FolderPathsTest, APostofficeMayHaveARootOfItsOwn) {
 }
 
 TEST_F(FolderPathsTest, ARootThatCannotBeAskedForIsNotGuessed) {
-  AnswerPostofficeRoot("-1");
+  AnswerPostofficeRoot("-1000");
   EXPECT_THROW((void)GetPostofficeRoot("acme"), std::runtime_error);
 }
 
