@@ -95,7 +95,7 @@ std::int32_t NextMember(GroupMemberRecord& record, std::int64_t* last) {
     SetText(record.MemberAddress, found.item);
     return 1;
   }
-  if (answer == Answer::kUnreachable) return kUnreachable;
+  if (answer == Answer::kUnreachable) return kProviderUnreachable;
   WalksOfThread().End(postoffice, group);
   return 0;
 }
@@ -131,7 +131,7 @@ extern "C" {
 [[gnu::visibility("default")]] std::int32_t GroupMemberFindFirst(
     corvane::GroupMemberRecord* record) {
   if (record == nullptr) return 0;
-  return GuardExport("GroupMemberFindFirst", corvane::configuration::kUnreachable, [&] {
+  return GuardExport("GroupMemberFindFirst", corvane::kProviderUnreachable, [&] {
     return corvane::configuration::NextMember(
         *record, corvane::configuration::WalksOfThread().Begin(corvane::TextOf(record->Postoffice),
                                                                corvane::TextOf(record->GroupName)));
@@ -141,7 +141,7 @@ extern "C" {
 [[gnu::visibility("default")]] std::int32_t GroupMemberFindNext(
     corvane::GroupMemberRecord* record) {
   if (record == nullptr) return 0;
-  return GuardExport("GroupMemberFindNext", corvane::configuration::kUnreachable, [&] {
+  return GuardExport("GroupMemberFindNext", corvane::kProviderUnreachable, [&] {
     return corvane::configuration::NextMember(
         *record, corvane::configuration::WalksOfThread().Find(corvane::TextOf(record->Postoffice),
                                                               corvane::TextOf(record->GroupName)));

@@ -13,8 +13,6 @@ using corvane::configuration::Answer;
 
 // What a caller of GetOption must have room for, its NUL included: the widest text of any record.
 constexpr std::int32_t kUnstatedSize = 1024;
-// With an empty text: the option may be there.
-constexpr std::int32_t kUnreachable = static_cast<std::int32_t>(Answer::kUnreachable);
 
 std::int32_t ReadOption(std::int32_t kind, const char* key, const char* name, char* buffer,
                         std::int32_t size) {
@@ -25,7 +23,8 @@ std::int32_t ReadOption(std::int32_t kind, const char* key, const char* name, ch
       corvane::configuration::AskStorePatiently([&](corvane::platform::Database& store) {
         return corvane::configuration::FindOption(store, kind, key, name, value);
       });
-  if (answer != Answer::kFound) return static_cast<std::int32_t>(answer);
+  if (answer == Answer::kUnreachable) return corvane::kProviderUnreachable;
+  if (answer == Answer::kUnknown) return 0;
   corvane::CopyText(buffer, static_cast<std::size_t>(size), value);
   return 1;
 }
@@ -37,13 +36,13 @@ extern "C" {
 [[gnu::visibility("default")]] std::int32_t GetOption_Ex(std::int32_t kind, const char* key,
                                                          const char* name, char* buffer,
                                                          std::int32_t size) {
-  return corvane::GuardExport("GetOption_Ex", kUnreachable,
+  return corvane::GuardExport("GetOption_Ex", corvane::kProviderUnreachable,
                               [&] { return ReadOption(kind, key, name, buffer, size); });
 }
 
 [[gnu::visibility("default")]] std::int32_t GetOption(std::int32_t kind, const char* key,
                                                       const char* name, char* buffer) {
-  return corvane::GuardExport("GetOption", kUnreachable,
+  return corvane::GuardExport("GetOption", corvane::kProviderUnreachable,
                               [&] { return ReadOption(kind, key, name, buffer, kUnstatedSize); });
 }
 

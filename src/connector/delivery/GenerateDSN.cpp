@@ -70,10 +70,11 @@ std::string SubjectOf(const ConnectorMessage& message) {
 }
 
 ConnectorMessage NoticeMessage(const ConnectorMessage& message) {
-  ConnectorMessage notice = message;
-  notice.Delivered.clear();
+  ConnectorMessage notice = message.Derive();
   SetText(notice.MessageID, NewMessageId());
   SetText(notice.Server, "");
+  // Nobody asked for a notice of the notice: two local mailboxes would go on for ever.
+  SetText(notice.DSNFlags, "");
   SetText(notice.Priority, "Normal");
   SetText(notice.Status, "Undelivered");
   notice.NextSendTime = message.TimeAcquired;

@@ -40,11 +40,9 @@ bool IsAutomaticReply(const ConnectorMessage& message) {
          platform::EqualsNoCase(value, "auto-replied");
 }
 
-// A copy of `message` under a new name; the original stays as it is for the recipients still to
-// come.
+// The original stays as it is for the recipients still to come.
 ConnectorMessage BounceOf(const ConnectorMessage& message) {
-  ConnectorMessage bounce = message;
-  bounce.Delivered.clear();
+  ConnectorMessage bounce = message.Derive();
   SetText(bounce.MessageID, NewMessageId());
   SetText(bounce.Server, "");
   return bounce;

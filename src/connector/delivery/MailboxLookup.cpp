@@ -1,7 +1,5 @@
 #include "connector/delivery/MailboxLookup.h"
 
-#include <stdexcept>
-
 #include "PROVIDERS/Library/LIBOption/ConfigurationProviders.h"
 #include "connector/delivery/GenerateNDR.h"
 #include "connector/logs/Logs.h"
@@ -43,7 +41,7 @@ bool FindMailbox(MailboxDelivery& delivery) {
   if (DebugLevelAbove(10)) LogDebugF("[%s] Getting mailbox details.\n", delivery.Id());
   const std::int32_t result = MailboxGet(record);
   if (IsStoreOutOfReach(record, result)) {
-    throw std::runtime_error("the configuration store can't be reached");
+    throw StoreUnreachable("the configuration store can't be reached");
   }
   if (result != 0) return true;
   LogDebugF("[%s] Mailbox (%s) could not be found on postoffice (%s) and message bounced.\n",

@@ -5,6 +5,11 @@
 #include <iterator>
 #include <limits>
 
+#include "CLIENTS/CVMAPI/CVMSLIB/common/FileManagement.h"
+#include "CLIENTS/CVMAPI/CVMSLIB/common/TimedWait.h"
+#include "connector/queue/Durability.h"
+#include "platform/WholeFile.h"
+
 namespace corvane {
 namespace {
 
@@ -70,6 +75,22 @@ void AppendLine(std::string& text, std::string_view key, std::string_view value)
 
 void AppendLine(std::string& text, std::string_view key, std::int32_t value) {
   AppendLine(text, key, std::to_string(value));
+}
+
+std::int32_t WriteCommandFile(const std::string& path, const std::string& text) {
+  const auto durability = DeliveryDurability(platform::Durability::kDataAndName);
+  for (int attempt = 1;; ++attempt) {
+    if (platform::WriteWholeFile(path, text, true, durability)) return 1;
+    if (attempt == kRetries) return 0;
+    TimedWait(kRetryWaitMilliseconds);
+  }
+}
+
+bool ReplaceCommandFile(platform::File& held, const std::string& path, const std::string& text) {
+  auto next = platform::WholeFile::Create(path);
+  return next && next.Write(text) &&
+         next.CommitOver(held, platform::kShareNone,
+                         DeliveryDurability(platform::Durability::kDataAndName));
 }
 
 bool BeginsWithKnownKey(std::string_view line) {

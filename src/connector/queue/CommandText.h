@@ -1,4 +1,5 @@
-// CommandText.h -- the text of a command file: one Key=Value a line, lines ended by CR LF.
+// CommandText.h -- the text of a command file, and how it gets to the disk: one Key=Value a line,
+// lines ended by CR LF.
 //
 // A key counts at the very start of a line only, and in its exact case. Numbers are signed decimal;
 // what is no number is 0.
@@ -11,6 +12,7 @@
 #include <string_view>
 
 #include "connector/queue/ConnectorMessage.h"
+#include "platform/File.h"
 
 namespace corvane {
 
@@ -48,6 +50,16 @@ bool TakeNumber(std::string_view line, std::string_view key, std::int32_t& field
 // its rest, so it goes out as a blank.
 void AppendLine(std::string& text, std::string_view key, std::string_view value);
 void AppendLine(std::string& text, std::string_view key, std::int32_t value);
+
+// Writes the text as the command file `path`, durable; nobody meets half a file. Up to 10 tries, 2
+// seconds apart, whatever the error. 1, or 0.
+[[nodiscard]] std::int32_t WriteCommandFile(const std::string& path, const std::string& text);
+
+// Puts the text in the place of the command file that the caller holds open without sharing, and
+// lets go of it. The very file that was read: one that has gone meanwhile doesn't come back. A
+// crash leaves the old text or the new one.
+[[nodiscard]] bool ReplaceCommandFile(platform::File& held, const std::string& path,
+                                      const std::string& text);
 
 // Whether the line begins with one of the keys of a command file.
 [[nodiscard]] bool BeginsWithKnownKey(std::string_view line);

@@ -14,4 +14,10 @@ void ConnectorMessage::Reset() {
   DeliveryFolder.clear();
 }
 
+ConnectorMessage ConnectorMessage::Derive() const {
+  ConnectorMessage derived;
+  static_cast<QueueFields&>(derived) = *this;
+  return derived;
+}
+
 }  // namespace corvane

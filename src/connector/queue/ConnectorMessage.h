@@ -22,7 +22,8 @@ struct PendingFlush {
   bool data = false;  // its bytes too, not its name alone
 };
 
-struct ConnectorMessage {
+// The fields of fixed size.
+struct QueueFields {
   char ClientIP[66] =
       {};  // address of the client that submitted the message; 63 characters are read
   char Priority[32] = {};         // a word such as "Normal"
@@ -36,13 +37,16 @@ struct ConnectorMessage {
   char Connector[64] = {};        // connector code, "SF"
   char MessageID[64] = {};        // the name of both its files
   char Sender[512] = {};          // envelope sender, an address item
-  std::string Recipients;         // address items joined by ";"
   char User[128] = {};            // during delivery the current recipient's mailbox
   std::int32_t AuthenticationStatus = 0;  // not 0: the sender was authenticated
   char DomainName[256] = {};
   char DSNFlags[128] = {};  // delivery status request
   char Campaign[128] = {};  // campaign tag
   char Subject[1024] = {};
+};
+
+struct ConnectorMessage : QueueFields {
+  std::string Recipients;  // address items joined by ";"
 
   // Working fields of the walk over the recipients; no command file holds them.
   std::string DeliveryFolder;           // folder chosen for the current recipient
@@ -53,6 +57,8 @@ struct ConnectorMessage {
 
   // Clears every field and keeps the memory of the growing ones.
   void Reset();
+  // A message of its own with the same fields of fixed size, for what is sent because of this one.
+  [[nodiscard]] ConnectorMessage Derive() const;
 };
 
 // Copies `text` into a fixed field, cut to the field and to `limit` bytes.

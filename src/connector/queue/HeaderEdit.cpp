@@ -177,9 +177,8 @@ std::vector<HeaderEdit> PrependHeader(std::string_view name, std::string_view va
   return {{0, 0, std::string(name).append(": ").append(value).append("\r\n")}};
 }
 
-bool PutEdited(const platform::File& source, const std::string& path,
+bool PutEdited(const platform::File& source, platform::WholeFile target,
                const std::vector<HeaderEdit>& edits) {
-  auto target = platform::WholeFile::Create(path);
   return target && WriteEdited(target, source, edits) &&
          target.Commit(true, DeliveryDurability(platform::Durability::kData));
 }

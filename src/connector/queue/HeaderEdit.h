@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "platform/File.h"
+#include "platform/WholeFile.h"
 
 namespace corvane {
 
@@ -40,9 +41,9 @@ struct HeaderChange {
 // The header as a new first line.
 [[nodiscard]] std::vector<HeaderEdit> PrependHeader(std::string_view name, std::string_view value);
 
-// Writes `source` with the edits as `path`, whole, replacing a file there; its bytes are on the
-// disk before its name appears.
-[[nodiscard]] bool PutEdited(const platform::File& source, const std::string& path,
+// Writes `source` with the edits as `target`, replacing a file there; its bytes are on the disk
+// before its name appears. False also for a target that could not be begun.
+[[nodiscard]] bool PutEdited(const platform::File& source, platform::WholeFile target,
                              const std::vector<HeaderEdit>& edits);
 
 }  // namespace corvane

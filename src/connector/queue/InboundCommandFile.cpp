@@ -2,8 +2,6 @@
 
 #include <vector>
 
-#include "CLIENTS/CVMAPI/CVMSLIB/common/FileManagement.h"
-#include "CLIENTS/CVMAPI/CVMSLIB/common/TimedWait.h"
 #include "connector/logs/Logs.h"
 #include "connector/queue/CommandSwitches.h"
 #include "connector/queue/CommandText.h"
@@ -14,7 +12,6 @@
 #include "platform/FileSystem.h"
 #include "platform/Path.h"
 #include "platform/Reports.h"
-#include "platform/WholeFile.h"
 
 namespace corvane {
 namespace {
@@ -60,17 +57,6 @@ std::string BounceCommandText(const ConnectorMessage& message) {
   return text;
 }
 
-// Nobody meets half a file; a reader of the old one may hold it for a moment.
-std::int32_t WriteCommand(const std::string& path, const std::string& text) {
-  const auto durability = DeliveryDurability(platform::Durability::kDataAndName);
-  for (int attempt = 1;; ++attempt) {
-    if (platform::WriteWholeFile(path, text, true, durability)) return 1;
-    const bool held = platform::LastError() == platform::kErrorSharingViolation;
-    if (!held || attempt == kRetries) return 0;
-    TimedWait(kRetryWaitMilliseconds);
-  }
-}
-
 void EmptyFields(ConnectorMessage& message) {
   message.Recipients.clear();
   SetText(message.Server, "");
@@ -111,6 +97,34 @@ bool TakeDescription(std::string_view line, ConnectorMessage& message) {
          (CampaignInUse() && TakeText(line, "Campaign=", message.Campaign));
 }
 
+// Fills the fields of `message`. False when the file can't be read.
+bool ReadFields(platform::File& file, ConnectorMessage& message) {
+  const auto text = file.ReadAll(kMaximumCommandFileBytes);
+  if (!text) {
+    platform::PrintConsole("Skipping File: Command file in write operation\n");
+    return false;
+  }
+  LineWalker lines(*text);
+  while (const auto line = lines.Next()) {
+    if (!TakeRecipients(*line, message) && !TakeEnvelope(*line, message)) {
+      TakeDescription(*line, message);
+    }
+  }
+  return true;
+}
+
+// Without recipients and state it is somebody's file, but no command: its text would be lost.
+bool IsCommand(const ConnectorMessage& message) {
+  return !message.Recipients.empty() || message.Status[0] != '\0';
+}
+
+bool PutReset(platform::File& held, const std::string& path, ConnectorMessage& message) {
+  SetText(message.Status, kUndelivered);
+  SetText(message.Server, "");
+  message.TimeAcquired = static_cast<std::int32_t>(platform::NowSeconds());
+  return ReplaceCommandFile(held, path, InboundCommandText(message));
+}
+
 // All before the first rewrite: a walk may meet a file anew that was replaced under it.
 std::vector<std::string> MessageNames(const std::string& connectorDirectory) {
   std::vector<std::string> names;
@@ -125,8 +139,8 @@ std::vector<std::string> MessageNames(const std::string& connectorDirectory) {
 
 std::int32_t WriteInboundCommandFile(const std::string& connectorDirectory,
                                      const ConnectorMessage& message) {
-  return WriteCommand(CommandPath(connectorDirectory, message.MessageID),
-                      InboundCommandText(message));
+  return WriteCommandFile(CommandPath(connectorDirectory, message.MessageID),
+                          InboundCommandText(message));
 }
 
 std::int32_t ReadInboundCommandFile(const std::string& connectorDirectory,
@@ -135,24 +149,12 @@ std::int32_t ReadInboundCommandFile(const std::string& connectorDirectory,
   auto file = platform::File::Open(CommandPath(connectorDirectory, message.MessageID),
                                    platform::Access::kRead, platform::kShareAll,
                                    platform::Disposition::kOpenExisting);
-  if (!file) return 0;
-  const auto text = file.ReadAll(kMaximumCommandFileBytes);
-  if (!text) {
-    platform::PrintConsole("Skipping File: Command file in write operation\n");
-    return 0;
-  }
-  LineWalker lines(*text);
-  while (const auto line = lines.Next()) {
-    if (!TakeRecipients(*line, message) && !TakeEnvelope(*line, message)) {
-      TakeDescription(*line, message);
-    }
-  }
-  return 1;
+  return file && ReadFields(file, message) ? 1 : 0;
 }
 
 std::int32_t WriteInboundNDRCommand(const ConnectorMessage& message) {
-  return WriteCommand(CommandPath(ConnectorDirectory(kBounceConnector), message.MessageID),
-                      BounceCommandText(message));
+  return WriteCommandFile(CommandPath(ConnectorDirectory(kBounceConnector), message.MessageID),
+                          BounceCommandText(message));
 }
 
 void RemoveInboundMessage(const std::string& connectorDirectory, std::string_view messageId) {
@@ -165,20 +167,17 @@ void RemoveInboundMessage(const std::string& connectorDirectory, std::string_vie
 
 InboundReset ResetInboundCommandFile(const std::string& connectorDirectory,
                                      const std::string& name) {
+  const std::string path = CommandPath(connectorDirectory, name);
+  auto held = platform::File::Open(path, platform::Access::kReadWrite, platform::kShareNone,
+                                   platform::Disposition::kOpenExisting);
   ConnectorMessage message;
-  SetText(message.MessageID, name);
-  if (message.MessageID != name) {
-    // A name that doesn't fit its field is nobody's message.
-    platform::SetLastError(platform::kErrorFileNotFound);
+  if (!held || !ReadFields(held, message)) return InboundReset::kFailed;
+  if (!IsCommand(message)) {
+    platform::SetLastError(platform::kErrorFileCorrupt);
     return InboundReset::kFailed;
   }
-  if (ReadInboundCommandFile(connectorDirectory, message) != 1) return InboundReset::kFailed;
   if (platform::EqualsNoCase(message.Status, kUndelivered)) return InboundReset::kUndelivered;
-  SetText(message.Status, kUndelivered);
-  SetText(message.Server, "");
-  message.TimeAcquired = static_cast<std::int32_t>(platform::NowSeconds());
-  const bool written = WriteInboundCommandFile(connectorDirectory, message) == 1;
-  return written ? InboundReset::kReset : InboundReset::kFailed;
+  return PutReset(held, path, message) ? InboundReset::kReset : InboundReset::kFailed;
 }
 
 std::int32_t ResetInboundQueue(const InboundQueue& queue, const InboundResetListener& tell) {

@@ -23,8 +23,8 @@
 
 namespace corvane {
 
-// Writes `<connectorDirectory>\Inbound\<MessageID>`, whole and durable; up to 10 tries while
-// somebody holds it. 1, or 0.
+// Writes `<connectorDirectory>\Inbound\<MessageID>`, whole and durable; up to 10 tries. 1,
+// or 0.
 [[nodiscard]] std::int32_t WriteInboundCommandFile(const std::string& connectorDirectory,
                                                    const ConnectorMessage& message);
 
@@ -54,11 +54,11 @@ struct InboundQueue {
 enum class InboundReset : std::uint8_t {
   kReset,
   kUndelivered,  // it is in that state already
-  kFailed,       // LastError: 2 there is none, 32 somebody holds it
+  kFailed,       // LastError: 2 there is none, 32 somebody holds it, 1392 it is no command file
 };
 
 // Puts the message `name` back to the state "Undelivered" unless it is in it: no server, acquired
-// now.
+// now. One try; a file without recipients and state stays as it is.
 [[nodiscard]] InboundReset ResetInboundCommandFile(const std::string& connectorDirectory,
                                                    const std::string& name);
 

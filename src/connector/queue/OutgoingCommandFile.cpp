@@ -3,7 +3,6 @@
 #include <string>
 
 #include "CLIENTS/CVMAPI/CVMSLIB/common/FileManagement.h"
-#include "CLIENTS/CVMAPI/CVMSLIB/common/TimedWait.h"
 #include "connector/queue/CommandSwitches.h"
 #include "connector/queue/CommandText.h"
 #include "connector/queue/Durability.h"
@@ -87,13 +86,7 @@ std::int32_t ReadOutgoingCommandFile(ConnectorMessage& message) {
 
 std::int32_t WriteOutgoingCommandFile(const ConnectorMessage& message) {
   const std::string path = OutgoingCommandPath(message.Connector, message.MessageID);
-  const std::string text = CommandText(message);
-  const auto durability = DeliveryDurability(platform::Durability::kDataAndName);
-  for (int attempt = 1;; ++attempt) {
-    if (platform::WriteWholeFile(path, text, true, durability)) return 1;
-    if (attempt == kRetries) return 0;
-    TimedWait(kRetryWaitMilliseconds);
-  }
+  return WriteCommandFile(path, CommandText(message));
 }
 
 std::int32_t DeleteOutgoingMessageFile(const ConnectorMessage& message) {

@@ -30,8 +30,8 @@ namespace corvane {
 // file\n".
 [[nodiscard]] std::int32_t ReadOutgoingCommandFile(ConnectorMessage& message);
 
-// Creates the command file from `message`, whole and durable; up to 10 tries while somebody holds
-// it. 1, or 0. The message file must be durable before.
+// Creates the command file from `message`, whole and durable; up to 10 tries. 1, or 0.
+// The message file must be durable before.
 [[nodiscard]] std::int32_t WriteOutgoingCommandFile(const ConnectorMessage& message);
 
 // Delete the two files with retries; 1 when the file is gone. The message file goes first.

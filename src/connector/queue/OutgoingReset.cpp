@@ -12,7 +12,6 @@
 #include "platform/Error.h"
 #include "platform/Path.h"
 #include "platform/Reports.h"
-#include "platform/WholeFile.h"
 
 namespace corvane {
 namespace {
@@ -97,20 +96,13 @@ platform::File OpenToRewrite(const std::string& path) {
   }
 }
 
-bool PutText(platform::File& held, const std::string& path, const std::string& text) {
-  auto next = platform::WholeFile::Create(path);
-  return next && next.Write(text) &&
-         next.CommitOver(held, platform::kShareNone,
-                         DeliveryDurability(platform::Durability::kDataAndName));
-}
-
 // Rewrites the file from what it holds now: between the first look and the claim it may have
 // changed hands.
 bool Rewrite(const std::string& path, std::string_view serverName, std::uint32_t resetMinutes) {
   auto held = OpenToRewrite(path);
   if (!held) return platform::LastError() == platform::kErrorFileNotFound;
   const auto reset = ReadReset(held, serverName, resetMinutes);
-  return !reset || !reset->qualifies || PutText(held, path, reset->text);
+  return !reset || !reset->qualifies || ReplaceCommandFile(held, path, reset->text);
 }
 
 }  // namespace
@@ -137,7 +129,7 @@ bool ForceOutgoingReset(const char* directory, const char* fileName) {
                                    platform::Disposition::kOpenExisting);
   if (!held) return false;
   const auto reset = ReadReset(held, "", 0);
-  return reset && PutText(held, path, reset->text);
+  return reset && ReplaceCommandFile(held, path, reset->text);
 }
 
 }  // namespace corvane

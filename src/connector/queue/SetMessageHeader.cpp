@@ -29,7 +29,7 @@ std::int32_t SetMessageHeader(ConnectorMessage& message, std::string_view name,
                              : std::optional(PrependHeader(name, value));
   if (!edits) return 0;
   if (edits->empty()) return 1;
-  if (!PutEdited(source, path, *edits)) return 0;
+  if (!PutEdited(source, platform::WholeFile::Create(path), *edits)) return 0;
   if (!inbound) message.MessageFileFlushed = DurabilityOn();
   return 1;
 }
@@ -39,7 +39,9 @@ std::int32_t CopyWithHeader(const std::string& source, const std::string& target
   auto file = OpenSource(source);
   if (!file) return 0;
   const auto edits = ReplaceHeader(file, {name, value, ": ", true});
-  return edits && !edits->empty() && PutEdited(file, target, *edits) ? 1 : 0;
+  return edits && !edits->empty() && PutEdited(file, platform::WholeFile::Create(target), *edits)
+             ? 1
+             : 0;
 }
 
 }  // namespace corvane

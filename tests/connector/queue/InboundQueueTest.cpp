@@ -102,13 +102,15 @@ TEST_F(InboundQueueTest, ReadingEmptiesFillsAndCuts) {
 }
 
 TEST_F(InboundQueueTest, ACommandAppearsWholeOrNotAtAll) {
-  test::WalkFaults(
-      platform::FaultAction::kFail, [&] { fs::remove(Path()); },
-      [&] { static_cast<void>(WriteInboundNDRCommand(message_)); },
-      [&](std::uint64_t) {
-        const std::string text = ReadBytes(Path());
-        EXPECT_TRUE(!fs::exists(Path()) || text.ends_with("Status=Undelivered\r\n")) << text;
-      });
+  for (const auto action : {platform::FaultAction::kFail, platform::FaultAction::kThrow}) {
+    test::WalkFaults(
+        action, [&] { fs::remove(Path()); },
+        [&] { EXPECT_EQ(WriteInboundNDRCommand(message_), 1) << "a failure is tried again"; },
+        [&](std::uint64_t) {
+          const std::string text = ReadBytes(Path());
+          EXPECT_TRUE(!fs::exists(Path()) || text.ends_with("Status=Undelivered\r\n")) << text;
+        });
+  }
   EXPECT_EQ(ReadBytes(Path()),
             "CommandType=NORMAL\r\nRecipients=[SMTP:b@b.example];[SMTP:c@c.example]\r\nServer=\r\n"
             "Sender=[SMTP:a@b.example]\r\nTimeAcquired=17\r\nNextSendTime=17\r\nMessageID=" +
@@ -122,8 +124,10 @@ TEST_F(InboundQueueTest, ResetPutsBackWhatIsNotUndelivered) {
   static_cast<void>(Written());
   WriteBytes(Path(other), "Recipients=x\r\nServer=KEPT\r\nStatus=undelivered\r\n");
   WriteBytes(Path("note.txt"), "Status=Delivering\r\n");
+  WriteBytes(Path("draft.MAI"), "no command file\r\n");
   EXPECT_EQ(Reset(0), 0) << "not asked to";
   EXPECT_EQ(Reset(), 1);
+  EXPECT_EQ(ReadBytes(Path("draft.MAI")), "no command file\r\n");
   ASSERT_EQ(ReadInboundCommandFile(Root(), message_), 1);
   EXPECT_STREQ(message_.Status, "Undelivered");
   EXPECT_STREQ(message_.Server, "");
@@ -131,6 +135,26 @@ TEST_F(InboundQueueTest, ResetPutsBackWhatIsNotUndelivered) {
   EXPECT_EQ(message_.Recipients, "[SMTP:b@b.example];[SMTP:c@c.example]");
   EXPECT_EQ(ReadBytes(Path(other)), "Recipients=x\r\nServer=KEPT\r\nStatus=undelivered\r\n");
   EXPECT_EQ(Reset(), 0);
+}
+
+// Cut at any call it leaves the old text or the new one, and no file where none was.
+TEST_F(InboundQueueTest, ACutResetLeavesTheOldTextOrTheNew) {
+  const std::string before = "Recipients=x\r\nStatus=Delivering\r\n";
+  for (const auto action : {platform::FaultAction::kFail, platform::FaultAction::kThrow}) {
+    auto outcome = InboundReset::kFailed;
+    test::WalkFaults(
+        action, [&] { WriteBytes(Path(), before); },
+        [&] { outcome = ResetInboundCommandFile(Root(), kName); },
+        [&](std::uint64_t call) {
+          const bool reset = ReadBytes(Path()).find("Status=Undelivered") != std::string::npos;
+          EXPECT_TRUE(reset || ReadBytes(Path()) == before) << call;
+          EXPECT_TRUE(reset || outcome == InboundReset::kFailed) << call;
+          outcome = InboundReset::kFailed;
+        });
+  }
+  fs::remove(Path());
+  EXPECT_EQ(ResetInboundCommandFile(Root(), kName), InboundReset::kFailed);
+  EXPECT_FALSE(fs::exists(Path()));
 }
 
 TEST_F(InboundQueueTest, TheLogTellsWhatWasReset) {

@@ -56,6 +56,7 @@ std::int32_t FindMember(const char* exportName, GroupMemberRecord& record) {
   EndText(record.MemberAddress);
   EndText(record.Postoffice);
   EndText(record.GroupName);
+  if (result == kProviderUnreachable) throw StoreUnreachable("the group's members can't be read");
   return result;
 }
 
@@ -79,14 +80,8 @@ void UnloadConfigurationProvider(const char* libraryName) {
 
 bool IsProviderLoaded(const char* libraryName) {
   const Provider* provider = FindProvider(libraryName);
-  return provider != nullptr && static_cast<bool>(provider->library.Hold());
-}
-
-bool IsExportPresent(const char* libraryName, const char* exportName) {
-  const Provider* provider = FindProvider(libraryName);
   if (provider == nullptr) return false;
-  const auto library = provider->library.Hold();
-  return library && library->Find(exportName) != nullptr;
+  return provider->library.Hold() != nullptr || AnswerWithout(*provider) != 0;
 }
 
 std::int32_t PostofficeGet(PostofficeRecord& record) {

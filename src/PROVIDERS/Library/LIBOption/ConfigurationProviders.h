@@ -10,8 +10,8 @@
 #pragma once
 
 #include <cstdint>
-#include <stdexcept>
 
+#include "PROVIDERS/Library/LIBOption/ProviderErrors.h"
 #include "PROVIDERS/Library/LIBOption/ProviderRecords.h"
 
 namespace corvane {
@@ -20,20 +20,13 @@ inline constexpr const char* kPostofficeProvider = "CVAIPO.DLL";
 inline constexpr const char* kSmtpProvider = "CVAISM.DLL";
 inline constexpr const char* kAddressMapProvider = "CVAIAM.DLL";
 
-class ProviderUnloaded : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
-};
-
 // Loads one of the three from the library directory, in place of one that is loaded. False when it
 // can't be loaded or isn't one of the three.
 [[nodiscard]] bool LoadConfigurationProvider(const char* libraryName);
 void UnloadConfigurationProvider(const char* libraryName);
 
-// Whether the library is loaded.
+// Whether the library is loaded. Throws ProviderUnloaded like the calls.
 [[nodiscard]] bool IsProviderLoaded(const char* libraryName);
-// Whether the library is loaded and has that export.
-[[nodiscard]] bool IsExportPresent(const char* libraryName, const char* exportName);
 
 // 1 with Status 1: enabled; 0, or 1 with another Status: disabled; -1: disabled, its mail is
 // dropped; any other number says nothing of it. Exceptions of the library are reported and thrown
@@ -43,7 +36,8 @@ void UnloadConfigurationProvider(const char* libraryName);
 [[nodiscard]] std::int32_t MailboxGet(MailboxRecord& record);
 // 1 a group, 0 no group, -1 the store can't be reached.
 [[nodiscard]] std::int32_t GroupGet(GroupRecord& record);
-// 1: a member is in MemberAddress. The record names the group at each call.
+// 1: a member is in MemberAddress. The record names the group at each call. StoreUnreachable is
+// thrown on the shipped library's kProviderUnreachable: the members still to come are not known.
 [[nodiscard]] std::int32_t GroupMemberFindFirst(GroupMemberRecord& record);
 [[nodiscard]] std::int32_t GroupMemberFindNext(GroupMemberRecord& record);
 // 1: the domain is served here.

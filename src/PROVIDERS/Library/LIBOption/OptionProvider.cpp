@@ -5,6 +5,7 @@
 #include <cstring>
 #include <limits>
 #include <memory>
+#include <string>
 
 #include "connector/logs/ExceptionReport.h"
 #include "connector/settings/SettingsSource.h"
@@ -16,7 +17,6 @@ namespace {
 // GetOption is not told how much its caller can take. Far more than any option that a library could
 // mean to give, and touched only as far as it writes.
 constexpr std::size_t kUnboundedOptionSize = 65536;
-constexpr std::int32_t kOptionUnreachable = -1;
 
 // Never destroyed: workers may still ask while the process ends.
 platform::HeldLibrary& optionLibrary = *new platform::HeldLibrary;
@@ -65,7 +65,9 @@ std::int32_t GetOptionText(OptionKind kind, const char* key, const char* name, c
     result = CallUnbounded(getOption, kind, key, name, buffer, size);
   }
   if (result == 0) buffer[0] = '\0';
-  if (result == kOptionUnreachable && buffer[0] == '\0') return kOptionUnreachable;
+  if (result == kProviderUnreachable && buffer[0] == '\0') {
+    throw StoreUnreachable(std::string("the option ") + name + " of " + key + " can't be read");
+  }
   return result == 0 ? 0 : 1;
 }
 

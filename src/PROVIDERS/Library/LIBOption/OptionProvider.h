@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "PROVIDERS/Library/LIBOption/ProviderErrors.h"
 #include "PROVIDERS/Library/LIBOption/ProviderRecords.h"
 
 namespace corvane {
@@ -24,9 +25,11 @@ void UnloadOptionProvider();
 //   key     "postoffice" or "postoffice/mailbox", as `kind` says
 //   buffer  receives the text, cut to `size` - 1 bytes; empty when there is none
 //
-//  1  `buffer` holds the text
-//  0  there is no such option, or nobody to ask
-// -1  the options can't be reached just now: the library answered -1 and gave no text
+// 1  `buffer` holds the text
+// 0  there is no such option, or nobody to ask
+//
+// Throws StoreUnreachable when the shipped library says so: a caller must not take the option for
+// one that isn't set.
 //
 // Goes to GetOption_Ex when the library exports it, else to GetOption; GetOption must be there in
 // either case.

@@ -32,6 +32,9 @@ struct MailboxRecord {
 // can't be reached: nothing is known of the mailbox then. To a caller who doesn't know it, it is a
 // mailbox that is not enabled.
 inline constexpr std::int32_t kMailboxStoreUnreachable = -1000;
+// What the shipped libraries answer for an option, with an empty text, or for a group member when
+// their store can't be reached. A number of their own: another library's -1 stays an answer.
+inline constexpr std::int32_t kProviderUnreachable = -1000;
 
 struct GroupRecord {
   char Address[1024];        // set by the caller: the recipient item

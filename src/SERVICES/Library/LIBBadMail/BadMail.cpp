@@ -23,8 +23,9 @@ enum class Outcome : std::uint8_t {
 
 // The two files of one message in a directory.
 struct FilePair {
-  FilePair(const std::string& directory, const std::string& name)
-      : command(directory + "\\" + name), message(directory + "\\Messages\\" + name) {}
+  FilePair(const std::string& where, const std::string& name)
+      : directory(where), command(where + "\\" + name), message(where + "\\Messages\\" + name) {}
+  std::string directory;
   std::string command;
   std::string message;
 };
@@ -35,13 +36,18 @@ bool FlushBytes(const std::string& path) {
   return file && file.Flush();
 }
 
+bool Flush(const FilePair& pair) {
+  return !DurabilityOn() || (FlushBytes(pair.message) && FlushBytes(pair.command) &&
+                             platform::FlushDirectory(pair.directory + "\\Messages") &&
+                             platform::FlushDirectory(pair.directory));
+}
+
 // A second name for the file, which works on a full disk too; a copy where the file can't have
-// one, or where the queue keeps its own.
+// one, or where the queue keeps its own. Not durable yet; on failure `to` is as it was.
 bool Place(const std::string& from, const std::string& to, bool copyOnly) {
-  const bool durable = DurabilityOn();
-  if (!copyOnly && platform::LinkFile(from, to, durable)) return !durable || FlushBytes(to);
+  if (!copyOnly && platform::LinkFile(from, to, false)) return true;
   if (!copyOnly && platform::LastError() != platform::kErrorNotSameDevice) return false;
-  return platform::CopyFile(from, to, true, durable);
+  return platform::CopyFile(from, to, true, false);
 }
 
 void DeleteKeepingError(const std::string& path) {
@@ -52,14 +58,18 @@ void DeleteKeepingError(const std::string& path) {
 
 // A bad mail directory that was never made, or was cleared away, is made.
 bool MakeDirectories(const std::string& badMail) {
-  return !badMail.empty() && platform::CreateDirectories(badMail + "\\Messages");
+  if (!badMail.empty()) return platform::CreateDirectories(badMail + "\\Messages");
+  platform::SetLastError(platform::kErrorPathNotFound);
+  return false;
 }
 
 Outcome PlaceBoth(const FilePair& queue, const FilePair& bad, bool copyOnly) {
   if (!platform::FileExists(queue.message)) return Outcome::kNoMessage;
   if (!Place(queue.command, bad.command, copyOnly)) return Outcome::kFailed;
-  if (Place(queue.message, bad.message, copyOnly)) return Outcome::kDone;
-  const bool gone = platform::LastError() == platform::kErrorFileNotFound;
+  const bool placed = Place(queue.message, bad.message, copyOnly);
+  if (placed && Flush(bad)) return Outcome::kDone;
+  const bool gone = !placed && platform::LastError() == platform::kErrorFileNotFound;
+  if (placed) DeleteKeepingError(bad.message);
   DeleteKeepingError(bad.command);
   return gone ? Outcome::kNoMessage : Outcome::kFailed;
 }

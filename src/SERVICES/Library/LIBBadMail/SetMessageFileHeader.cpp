@@ -1,6 +1,8 @@
 #include "SERVICES/Library/LIBBadMail/SetMessageFileHeader.h"
 
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "connector/queue/Durability.h"
 #include "connector/queue/HeaderEdit.h"
@@ -16,27 +18,31 @@ bool IsMissing(std::int32_t error) {
   return error == platform::kErrorFileNotFound || error == platform::kErrorPathNotFound;
 }
 
-bool MakeFile(const std::string& path, const std::string& line) {
-  if (platform::WriteWholeFile(path, line, false,
-                               DeliveryDurability(platform::Durability::kDataAndName))) {
-    return true;
-  }
+bool TellUnwritable() {
   platform::PrintConsoleF("Error: Could not open message file for writing. Error Code: %ld\r\n",
                           static_cast<long>(platform::LastError()));
   return false;
 }
 
-// Says why a file could not be put in the place of the old one.
-void TellFailedRewrite() {
+bool MakeFile(const std::string& path, const std::string& line) {
+  return platform::WriteWholeFile(path, line, false,
+                                  DeliveryDurability(platform::Durability::kDataAndName)) ||
+         TellUnwritable();
+}
+
+bool Rewrite(const platform::File& source, const std::string& path,
+             const std::vector<HeaderEdit>& edits) {
+  auto target = platform::WholeFile::Create(path);
+  if (!target) return TellUnwritable();
+  if (PutEdited(source, std::move(target), edits)) return true;
   const std::int32_t error = platform::LastError();
-  if (error == platform::kErrorSharingViolation || error == platform::kErrorAccessDenied) {
-    platform::PrintConsole(
-        "Could not remove original copy of message file. Check if file has readonly set or if "
-        "there are permissions issues\r\n");
-    return;
+  if (error != platform::kErrorSharingViolation && error != platform::kErrorAccessDenied) {
+    return TellUnwritable();
   }
-  platform::PrintConsoleF("Error: Could not open message file for writing. Error Code: %ld\r\n",
-                          static_cast<long>(error));
+  platform::PrintConsole(
+      "Could not remove original copy of message file. Check if file has readonly set or if "
+      "there are permissions issues\r\n");
+  return false;
 }
 
 }  // namespace
@@ -55,9 +61,7 @@ bool SetMessageFileHeader(std::string_view path, std::string_view name, std::str
                             static_cast<long>(platform::LastError()));
     return false;
   }
-  if (edits->empty() || PutEdited(source, file, *edits)) return true;
-  TellFailedRewrite();
-  return false;
+  return edits->empty() || Rewrite(source, file, *edits);
 }
 
 }  // namespace corvane

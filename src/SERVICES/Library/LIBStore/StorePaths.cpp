@@ -1,7 +1,5 @@
 #include "SERVICES/Library/LIBStore/StorePaths.h"
 
-#include <stdexcept>
-
 #include "PROVIDERS/Library/LIBOption/OptionProvider.h"
 #include "connector/settings/ConnectorSettings.h"
 #include "connector/settings/Settings.h"
@@ -11,10 +9,7 @@ namespace corvane {
 std::string GetPostofficeRoot(const std::string& postoffice) {
   if (settings::Get(settings::kAllowCustomPostofficePaths) == 1) {
     char custom[1024] = {};
-    const std::int32_t answer =
-        GetPostofficeOption(postoffice.c_str(), "PostofficeRoot", custom, sizeof(custom));
-    if (answer < 0)
-      throw std::runtime_error("the root of postoffice " + postoffice + " can't be read");
+    GetPostofficeOption(postoffice.c_str(), "PostofficeRoot", custom, sizeof(custom));
     if (custom[0] != '\0') return custom;
   }
   std::string root = settings::MailRoot();

@@ -34,6 +34,8 @@ const OptionCase kOptions[] = {
      "GetOption_Ex acme/anna:DisplayName\n"},
     {"EmptyValueIsAnAnswer", "full", "GetOption * 1 Value=", 100, 1, "",
      "GetOption_Ex acme/anna:DisplayName\n"},
+    {"AnyNumberButZeroIsAnAnswer", "full", "GetOption * -1 Value=", 100, 1, "",
+     "GetOption_Ex acme/anna:DisplayName\n"},
 };
 
 class OptionCases : public ::testing::TestWithParam<OptionCase> {};
@@ -74,6 +76,15 @@ TEST(OptionProvider, TheKeyOfAMailboxIsCutTo254Bytes) {
   (void)GetMailboxOption(postoffice.c_str(), mailbox.c_str(), "TimeZone", text, sizeof text);
   EXPECT_EQ(stub.Calls(),
             "GetOption_Ex " + postoffice + "/" + mailbox.substr(0, 53) + ":TimeZone\n");
+  UnloadOptionProvider();
+}
+
+TEST(OptionProvider, AnUnreachableStoreIsNeverAMissingOption) {
+  test::StubProviders stub;
+  stub.Answer("GetOption acme:x -1000 Value=\nGetOption acme:y -1000 Value=text");
+  char text[20];
+  EXPECT_THROW(GetPostofficeOption("acme", "x", text, sizeof text), StoreUnreachable);
+  EXPECT_EQ(GetPostofficeOption("acme", "y", text, sizeof text), 1) << "a text is an answer";
   UnloadOptionProvider();
 }
 

@@ -97,8 +97,10 @@ TEST_F(BadMailTest, WhatCannotBePutThereStays) {
   EXPECT_TRUE(message_.KeepInQueue);
   message_.KeepInQueue = false;
   Set("Bad Mail Directory", "");
+  platform::SetLastError(platform::kErrorNone);
   Move();
   EXPECT_TRUE(message_.KeepInQueue);
+  EXPECT_EQ(platform::LastError(), platform::kErrorPathNotFound);
 }
 
 TEST_F(BadMailTest, ATargetThatIsHeldStays) {
@@ -130,8 +132,29 @@ TEST_F(BadMailTest, FaultsLoseNothing) {
           const bool inQueue = ReadBytes(Queue() + "/" + kName) == kCommand &&
                                ReadBytes(Queue() + "/Messages/" + kName) == kMessage;
           EXPECT_TRUE(inBad || inQueue);
+          if (!message_.KeepInQueue) return;
+          EXPECT_FALSE(fs::exists(Bad() + "/" + kName)) << "no half of it there";
+          EXPECT_EQ(kept, "");
         });
   }
+}
+
+TEST_F(BadMailTest, TheConsoleSaysWhyAHeaderIsNotSet) {
+  const std::string path = Queue() + "/Messages/" + kName;
+  const auto told = [&] {
+    testing::internal::CaptureStdout();
+    EXPECT_FALSE(SetMessageFileHeader(path, "X-Why", "new", false));
+    EXPECT_EQ(ReadBytes(path), kMessage);
+    return testing::internal::GetCapturedStdout();
+  };
+  platform::ArmFault({.error = platform::kErrorAccessDenied});
+  EXPECT_EQ(told(), "Error: Could not open message file for writing. Error Code: 5\r\n");
+  platform::DisarmFault();
+  const auto held = platform::File::Open(path, platform::Access::kRead, platform::kShareRead,
+                                         platform::Disposition::kOpenExisting);
+  EXPECT_EQ(told(),
+            "Could not remove original copy of message file. Check if file has readonly set or if "
+            "there are permissions issues\r\n");
 }
 
 struct HeaderCase {

@@ -112,7 +112,7 @@ TEST_F(FolderPathsTest, MarkersLieInAMailboxThatWasMoved) {
 }
 
 TEST_F(FolderPathsTest, ARootThatCannotBeAskedForIsNotGuessed) {
-  AnswerPostofficeRoot("-1");
+  AnswerPostofficeRoot("-1000");
   EXPECT_THROW((void)GetPostofficeRoot("acme"), std::runtime_error);
 }
 
