@@ -34,9 +34,6 @@ class LogFixture : public testing::Test {
   // To the first second after the next local midnight.
   void PassMidnight() { clock_.Advance((12 * 3600 + 1) * 1000LL); }
 
-  // As another connector does that dies in the middle of a line.
-  static void LeaveDebugMutexBehind();
-
   // "03/28/26", and the file of that day as it stands.
   [[nodiscard]] std::string Date() const;
   [[nodiscard]] std::string DebugFile() const { return File("debug/POC-Debug-"); }
