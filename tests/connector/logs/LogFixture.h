@@ -20,6 +20,7 @@ struct Event {
   std::uint32_t id;
   std::string first;
   std::string second;
+  bool operator==(const Event&) const = default;
 };
 
 // Each test has a day of its own, at 12:00:00 local time (an hour ahead of UTC), since the logs

@@ -283,12 +283,10 @@ TEST_F(LogsTest, EventLogGetsTwoStringsAndKeepsTheLastError) {
   EXPECT_EQ(platform::LastError(), platform::kErrorAccessDenied);
   ReportToEventLog(kReportInformation, "Service Control Manager", nullptr, kConnectorEventId, "");
   ASSERT_EQ(events_.size(), 2U);
-  EXPECT_EQ(events_[0].source, "Corvane");
-  EXPECT_EQ(events_[0].type, 1);
-  EXPECT_EQ(events_[0].id, 7U);
-  EXPECT_EQ(events_[0].first,
-            "Corvane Postoffice Service (" + platform::ProgramPath() + ") error: 5");
-  EXPECT_EQ(events_[0].second, "text\n");
+  EXPECT_EQ(
+      events_[0],
+      (Event{"Corvane", 1, 7,
+             "Corvane Postoffice Service (" + platform::ProgramPath() + ") error: 5", "text\n"}));
   EXPECT_EQ(events_[1].source, "Service Control Manager");
   EXPECT_EQ(events_[1].type, 4);
   EXPECT_EQ(events_[1].id, 0x40000001U);

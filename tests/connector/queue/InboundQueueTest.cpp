@@ -100,15 +100,13 @@ TEST_F(InboundQueueTest, ReadingEmptiesFillsAndCuts) {
 }
 
 TEST_F(InboundQueueTest, ACommandAppearsWholeOrNotAtAll) {
-  for (const auto action : {platform::FaultAction::kFail, platform::FaultAction::kThrow}) {
-    test::WalkFaults(
-        action, [&] { fs::remove(Path()); },
-        [&] { EXPECT_EQ(WriteInboundNDRCommand(message_), 1) << "a failure is tried again"; },
-        [&](std::uint64_t) {
-          const std::string text = ReadBytes(Path());
-          EXPECT_TRUE(!fs::exists(Path()) || text.ends_with("Status=Undelivered\r\n")) << text;
-        });
-  }
+  test::WalkFaults(
+      [&] { fs::remove(Path()); },
+      [&] { EXPECT_EQ(WriteInboundNDRCommand(message_), 1) << "a failure is tried again"; },
+      [&](std::uint64_t) {
+        const std::string text = ReadBytes(Path());
+        EXPECT_TRUE(!fs::exists(Path()) || text.ends_with("Status=Undelivered\r\n")) << text;
+      });
   EXPECT_EQ(ReadBytes(Path()),
             "CommandType=NORMAL\r\nRecipients=[SMTP:b@b.example];[SMTP:c@c.example]\r\nServer=\r\n"
             "Sender=[SMTP:a@b.example]\r\nTimeAcquired=17\r\nNextSendTime=17\r\nMessageID=" +
@@ -138,18 +136,16 @@ TEST_F(InboundQueueTest, ResetPutsBackWhatIsNotUndelivered) {
 // Cut at any call it leaves the old text or the new one, and no file where none was.
 TEST_F(InboundQueueTest, ACutResetLeavesTheOldTextOrTheNew) {
   const std::string before = "Recipients=x\r\nStatus=Delivering\r\n";
-  for (const auto action : {platform::FaultAction::kFail, platform::FaultAction::kThrow}) {
-    auto outcome = InboundReset::kFailed;
-    test::WalkFaults(
-        action, [&] { WriteBytes(Path(), before); },
-        [&] { outcome = ResetInboundCommandFile(Root(), kName); },
-        [&](std::uint64_t call) {
-          const bool reset = ReadBytes(Path()).find("Status=Undelivered") != std::string::npos;
-          EXPECT_TRUE(reset || ReadBytes(Path()) == before) << call;
-          EXPECT_TRUE(reset || outcome == InboundReset::kFailed) << call;
-          outcome = InboundReset::kFailed;
-        });
-  }
+  auto outcome = InboundReset::kFailed;
+  test::WalkFaults([&] { WriteBytes(Path(), before); },
+                   [&] { outcome = ResetInboundCommandFile(Root(), kName); },
+                   [&](std::uint64_t call) {
+                     const bool reset =
+                         ReadBytes(Path()).find("Status=Undelivered") != std::string::npos;
+                     EXPECT_TRUE(reset || ReadBytes(Path()) == before) << call;
+                     EXPECT_TRUE(reset || outcome == InboundReset::kFailed) << call;
+                     outcome = InboundReset::kFailed;
+                   });
   fs::remove(Path());
   EXPECT_EQ(ResetInboundCommandFile(Root(), kName), InboundReset::kFailed);
   EXPECT_FALSE(fs::exists(Path()));
