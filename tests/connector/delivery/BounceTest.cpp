@@ -202,10 +202,13 @@ TEST_F(BounceTest, SettingsSuppressIt) {
 }
 
 TEST_F(BounceTest, LoopsEndInBadMail) {
-  SetText(message_.Sender, "[smtp:POST@house.EXAMPLE]");
-  EXPECT_EQ(Bounce(), 1);
-  EXPECT_TRUE(InBadMail());
-  EXPECT_EQ(Command(), "");
+  for (const char* sender : {"[smtp:POST@house.EXAMPLE]", "[SMTP:PostMaster@served.example]"}) {
+    Prepare();
+    SetText(message_.Sender, sender);
+    EXPECT_EQ(Bounce(), 1);
+    EXPECT_TRUE(InBadMail()) << sender;
+    EXPECT_EQ(Command(), "") << sender;
+  }
   struct Row {
     std::string head;
     bool loop;
