@@ -38,48 +38,6 @@ TEST(DeliveryTest, ASubmittedMessageReachesEachMailboxAndLeavesTheQueue) {
   EXPECT_TRUE(installation.Inbox("Box1").empty()) << "names find their directory in any case";
 }
 
-TEST(DeliveryTest, SenderAndKindDecideTheReturnPath) {
-  const Installation installation;
-  installation.AddMailboxes("box", 1);
-  installation.Set("CONNECTORS\\SMTP", "Bad Mail Notification Sender Address",
-                   "Postmaster@acme.example");
-  installation.PutRaw(NameOf(1),
-                      CommandFor(NameOf(1), "[SF:acme/box0]", "[SMTP:postmaster@ACME.example]"),
-                      kMessage);
-  installation.PutRaw(NameOf(2), CommandFor(NameOf(2), "[SF:acme/box0]", "[SF:acme/anna]"),
-                      kMessage);
-  installation.PutRaw(NameOf(3), "CommandType=ndr\r\n" + CommandFor(NameOf(3), "[SF:acme/box0]"),
-                      kMessage);
-  installation.PutRaw(NameOf(4), CommandFor(NameOf(4), "[SF:acme/box0]"), kDelivered);
-  installation.RunUntilEmpty();
-  for (unsigned number : {1U, 2U, 3U}) {
-    EXPECT_NE(
-        ReadBytes(installation.MailboxFile("box0", NameOf(number))).find("Return-Path: <>\r\n"),
-        std::string::npos)
-        << number;
-  }
-  EXPECT_EQ(ReadBytes(installation.MailboxFile("box0", NameOf(4))), kDelivered);
-}
-
-TEST(DeliveryTest, AMailboxWithoutItsInboxGetsOne) {
-  const Installation installation;
-  installation.AddMailboxes("box", 1);
-  fs::remove_all(installation.MailRoot() + "/acme/MAILROOT/box0");
-  installation.PutRaw(NameOf(1), CommandFor(NameOf(1), "[SF:acme/box0]"), kMessage);
-  installation.RunUntilEmpty();
-  EXPECT_EQ(ReadBytes(installation.MailboxFile("box0", NameOf(1))), kDelivered);
-}
-
-TEST(DeliveryTest, WhatIsStuckIsResetAtStart) {
-  const Installation installation;
-  installation.AddMailboxes("box", 1);
-  std::string command = CommandFor(NameOf(1), "[SF:acme/box0]");
-  command.replace(command.find("Unsent"), 6, "Delivering");
-  installation.PutRaw(NameOf(1), command, kMessage);
-  installation.RunUntilEmpty();
-  EXPECT_EQ(ReadBytes(installation.MailboxFile("box0", NameOf(1))), kDelivered);
-}
-
 // Whether a message has the blank line that ends its headers.
 bool HasBlankLine(const std::string& message) {
   return message.starts_with("\n") || message.starts_with("\r\n") ||

@@ -34,4 +34,11 @@ inline void WalkFaults(platform::FaultAction action, const std::function<void()>
   }
 }
 
+// The same for both: calls that fail, then calls that end the process.
+inline void WalkFaults(const std::function<void()>& prepare, const std::function<void()>& work,
+                       const std::function<void(std::uint64_t call)>& check) {
+  WalkFaults(platform::FaultAction::kFail, prepare, work, check);
+  WalkFaults(platform::FaultAction::kThrow, prepare, work, check);
+}
+
 }  // namespace corvane::test

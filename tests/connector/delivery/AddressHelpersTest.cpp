@@ -37,47 +37,40 @@ class AddressHelpersTest : public test::SettingsFixture {
 
 struct AddressCase {
   const char* name;
+  void (*ask)(const MailboxRecord&, std::string&);
   const char* answers;
   const char* expected;
   const char* variant = "full";
 };
 
-const AddressCase kReplies[] = {
-    {"OptionIsWrapped", "GetOption acme/anna:ReplyAddress 1 Value=a@b.test", "[SMTP:a@b.test]"},
-    {"ItemStandsAsItIs", "GetOption acme/anna:ReplyAddress 1 Value=x[SF:a/b]", "x[SF:a/b]"},
-    {"EmptyOptionAsksTheMap",
+constexpr auto kReply = GetMailboxReplyAddress;
+constexpr auto kName = GetMailboxDisplayName;
+const AddressCase kAddresses[] = {
+    {"OptionIsWrapped", kReply, "GetOption acme/anna:ReplyAddress 1 Value=a@b.test",
+     "[SMTP:a@b.test]"},
+    {"ItemStandsAsItIs", kReply, "GetOption acme/anna:ReplyAddress 1 Value=x[SF:a/b]", "x[SF:a/b]"},
+    {"EmptyOptionAsksTheMap", kReply,
      "GetOption * 1 Value=\nAddressMapGet [SF:acme/anna] 5 SourceAddress=[SMTP:map@b.test]",
      "[SMTP:map@b.test]"},
-    {"NoOptionAsksTheMap", "AddressMapGet [SF:acme/anna] 1 SourceAddress=[SMTP:map@b.test]",
-     "[SMTP:map@b.test]"},
-    {"MapMisses", "AddressMapGet * 0 SourceAddress=[SMTP:map@b.test]", "[SMTP:post@main.test]"},
-    {"MissingExports", "AddressMapGet * 1 SourceAddress=[SMTP:map@b.test]", "[SMTP:post@main.test]",
-     "bare"},
-    {"MissingLibraries", "", "[SMTP:post@main.test]", "nowhere"},
+    {"NoOptionAsksTheMap", kReply, "AddressMapGet [SF:acme/anna] 1 SourceAddress=[SMTP:m@b.test]",
+     "[SMTP:m@b.test]"},
+    {"MapMisses", kReply, "AddressMapGet * 0 SourceAddress=[SMTP:m@b.test]",
+     "[SMTP:post@main.test]"},
+    {"MissingExports", kReply, "AddressMapGet * 1 SourceAddress=[SMTP:m@b.test]",
+     "[SMTP:post@main.test]", "bare"},
+    {"MissingLibraries", kReply, "", "[SMTP:post@main.test]", "nowhere"},
+    {"Name", kName, "GetOption acme/anna:DisplayName 1 Value=Anna%20B", "Anna B"},
+    {"EmptyName", kName, "GetOption * 1 Value=", ""},
+    {"NoName", kName, "", "post@main.test"},
+    {"NoLibraryForTheName", kName, "", "post@main.test", "nowhere"},
 };
 
-TEST_F(AddressHelpersTest, FindsWhereRepliesGo) {
-  for (const AddressCase& row : kReplies) {
+TEST_F(AddressHelpersTest, FindsWhereRepliesGoAndTheNameOfAMailbox) {
+  for (const AddressCase& row : kAddresses) {
     SCOPED_TRACE(row.name);
     Use(row.variant, row.answers);
     std::string out = "before";
-    GetMailboxReplyAddress(mailbox_, out);
-    EXPECT_EQ(out, row.expected);
-  }
-}
-
-TEST_F(AddressHelpersTest, FindsTheNameOfAMailbox) {
-  const AddressCase cases[] = {
-      {"Option", "GetOption acme/anna:DisplayName 1 Value=Anna%20B", "Anna B"},
-      {"EmptyOption", "GetOption * 1 Value=", ""},
-      {"NoOption", "", "post@main.test"},
-      {"NoLibrary", "", "post@main.test", "nowhere"},
-  };
-  for (const AddressCase& row : cases) {
-    SCOPED_TRACE(row.name);
-    Use(row.variant, row.answers);
-    std::string out = "before";
-    GetMailboxDisplayName(mailbox_, out);
+    row.ask(mailbox_, out);
     EXPECT_EQ(out, row.expected);
   }
 }

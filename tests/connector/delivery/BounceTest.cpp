@@ -193,31 +193,22 @@ TEST_F(BounceTest, TheLogTellsItsStepsInTheirOrder) {
 }
 
 TEST_F(BounceTest, SettingsSuppressIt) {
-  struct Row {
-    std::uint32_t mode;
-    std::uint32_t smtpMode;
-    std::int32_t authenticated;
-    bool bounces;
-  };
-  const Row rows[] = {{0, 1, 0, true},  {1, 0, 1, false}, {2, 0, 0, true},
-                      {2, 1, 1, false}, {2, 2, 0, true},  {2, 3, 0, false},
-                      {2, 3, 1, true},  {3, 0, 0, false}, {3, 0, 1, true}};
-  for (const Row& row : rows) {
-    Prepare();
-    Set("No NDR Generation", row.mode, "CONNECTORS\\SF");
-    Set("No NDR Generation", row.smtpMode, "CONNECTORS\\SMTP");
-    message_.AuthenticationStatus = row.authenticated;
-    EXPECT_EQ(Bounce(), 1);
-    EXPECT_EQ(!Command().empty(), row.bounces)
-        << row.mode << " " << row.smtpMode << " " << row.authenticated;
-  }
+  Set("No NDR Generation", 3, "CONNECTORS\\SF");
+  EXPECT_EQ(Bounce(), 1);
+  EXPECT_EQ(Command(), "");
+  message_.AuthenticationStatus = 1;
+  EXPECT_EQ(Bounce(), 1);
+  EXPECT_NE(Command(), "");
 }
 
 TEST_F(BounceTest, LoopsEndInBadMail) {
-  SetText(message_.Sender, "[smtp:POST@house.EXAMPLE]");
-  EXPECT_EQ(Bounce(), 1);
-  EXPECT_TRUE(InBadMail());
-  EXPECT_EQ(Command(), "");
+  for (const char* sender : {"[smtp:POST@house.EXAMPLE]", "[SMTP:PostMaster@served.example]"}) {
+    Prepare();
+    SetText(message_.Sender, sender);
+    EXPECT_EQ(Bounce(), 1);
+    EXPECT_TRUE(InBadMail()) << sender;
+    EXPECT_EQ(Command(), "") << sender;
+  }
   struct Row {
     std::string head;
     bool loop;
@@ -296,17 +287,16 @@ TEST_F(BounceTest, FaultsLeaveNoHalfNotice) {
 }
 
 TEST_F(BounceTest, ANoticeIsMadeForThoseWhoAskedForIt) {
-  const auto notice = [&] { return Notice(); };
   SetText(message_.DSNFlags, "SUCCESS");
-  EXPECT_EQ(notice(), 0) << "DSN Status is 0";
+  EXPECT_EQ(Notice(), 0) << "DSN Status is 0";
   Set("DSN Status", 1, "CONNECTORS\\SMTP");
   for (const char* flags : {"", "NEVER", "FAILURE,DELAY"}) {
     SetText(message_.DSNFlags, flags);
-    EXPECT_EQ(notice(), 0) << flags;
+    EXPECT_EQ(Notice(), 0) << flags;
   }
   EXPECT_EQ(Text(), "");
   SetText(message_.DSNFlags, "failure,success");
-  EXPECT_EQ(notice(), 1);
+  EXPECT_EQ(Notice(), 1);
   const std::string id = fs::path(Only(Directory() / "SF/Inbound")).filename();
   EXPECT_EQ(Command(),
             "Recipients=[SMTP:a@b.example]\r\nServer=\r\nSender=[SMTP:post@house.example]\r\n"

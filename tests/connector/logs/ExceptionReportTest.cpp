@@ -4,7 +4,6 @@
 
 #include "SERVICES/Library/xMutexLock/Exception.h"
 #include "connector/logs/ExceptionReport.h"
-#include "connector/logs/Logs.h"
 #include "tests/connector/logs/LogFixture.h"
 
 namespace corvane {
@@ -79,14 +78,6 @@ TEST_F(ExceptionReportTest, EndExceptionHandsOverWhatIsKnown) {
   EXPECT_FALSE(EndException([] { throw 1; }, keep));
   EXPECT_EQ(seen.kind, ExceptionDetails::Kind::kUnknown);
   EXPECT_TRUE(events_.empty());
-}
-
-TEST_F(ExceptionReportTest, FailingLogDoesNotHideTheException) {
-  Use(2, 0);
-  CreateLogMutexes();
-  LeaveDebugMutexBehind();
-  EXPECT_THROW(ReportAndRethrow("Unit", CV_HERE, [] { throw 5; }), int);
-  EXPECT_EQ(events_.size(), 1U);
 }
 
 }  // namespace

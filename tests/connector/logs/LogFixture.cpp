@@ -1,15 +1,11 @@
 #include "tests/connector/logs/LogFixture.h"
 
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
 
 #include "connector/logs/Logs.h"
 #include "connector/settings/Settings.h"
-#include "platform/NamedMutex.h"
 
 namespace corvane {
 namespace {
@@ -60,16 +56,6 @@ void LogFixture::Use(std::uint32_t debugEnabled, std::uint32_t activityLogEnable
   settings::Hold(settings::kDebugLoggingLevel, level);
   settings::Hold(settings::kDebugLogFileDirectory, directory_ / "debug");
   settings::Hold(settings::kActivityLogDirectory, directory_ / "activity");
-}
-
-void LogFixture::LeaveDebugMutexBehind() {
-  const pid_t process = fork();
-  if (process == 0) {
-    auto mutex = platform::NamedMutex::Open("POCDebugLog");
-    (void)mutex.release()->Lock(0);
-    _exit(0);
-  }
-  waitpid(process, nullptr, 0);
 }
 
 std::string LogFixture::Date() const { return LocalNow("%m/%d/%y"); }

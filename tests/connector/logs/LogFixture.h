@@ -20,6 +20,7 @@ struct Event {
   std::uint32_t id;
   std::string first;
   std::string second;
+  bool operator==(const Event&) const = default;
 };
 
 // Each test has a day of its own, at 12:00:00 local time (an hour ahead of UTC), since the logs
@@ -33,9 +34,6 @@ class LogFixture : public testing::Test {
   void Use(std::uint32_t debugEnabled, std::uint32_t activityLogEnabled, std::uint32_t level = 5);
   // To the first second after the next local midnight.
   void PassMidnight() { clock_.Advance((12 * 3600 + 1) * 1000LL); }
-
-  // As another connector does that dies in the middle of a line.
-  static void LeaveDebugMutexBehind();
 
   // "03/28/26", and the file of that day as it stands.
   [[nodiscard]] std::string Date() const;

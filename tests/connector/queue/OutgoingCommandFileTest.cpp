@@ -27,23 +27,22 @@ class OutgoingCommandFileTest : public test::SettingsFixture {
 
 TEST_F(OutgoingCommandFileTest, ReadsEveryKeyAndCutsAtItsLimit) {
   const std::string x(3000, 'x');
-  test::WriteBytes(Path(),
-                   "Status=" + x + "\r\nDomainName=" + x + "\r\nSender=" + x + "\r\nClientIP=" + x +
-                       "\r\nSubject=" + x + "\r\nPriority=" + x + "\r\nAccount=" + x +
-                       "\r\nCommandType=" + x +
-                       "\r\n\r\nRecipients=first\r\nRetries=-2\r\nNextSendTime=99999999999\r\n"
-                       "TimeAcquired= 17x\r\nAuthenticationStatus=yes\r\nUnknown=1\r\nretries=9\r\n"
-                       "DSNFlags=a\r\nMessageID=..\\..\\x\r\nRecipients=" +
-                       std::string(30'000, 'r'));
+  std::string text;
+  for (const char* key : {"Status=", "DomainName=", "Sender=", "ClientIP=", "Subject=", "Priority=",
+                          "Account=", "CommandType="}) {
+    text += key + x + "\r\n";
+  }
+  test::WriteBytes(Path(), text +
+                               "\r\nRecipients=first\r\nRetries=-2\r\nNextSendTime=99999999999\r\n"
+                               "TimeAcquired= 17x\r\nAuthenticationStatus=yes\r\nUnknown=1\r\n"
+                               "retries=9\r\nDSNFlags=a\r\nMessageID=..\\..\\x\r\nRecipients=" +
+                               std::string(30'000, 'r'));
   ASSERT_EQ(ReadOutgoingCommandFile(message_), 1);
-  EXPECT_EQ(std::string(message_.Status), std::string(15, 'x'));
-  EXPECT_EQ(std::string(message_.DomainName), std::string(255, 'x'));
-  EXPECT_EQ(std::string(message_.Sender), std::string(511, 'x'));
-  EXPECT_EQ(std::string(message_.ClientIP), std::string(63, 'x'));
-  EXPECT_EQ(std::string(message_.Subject), std::string(1023, 'x'));
-  EXPECT_EQ(std::string(message_.Priority), std::string(31, 'x'));
-  EXPECT_EQ(std::string(message_.Account), std::string(127, 'x'));
-  EXPECT_EQ(std::string(message_.CommandType), std::string(31, 'x'));
+  const std::pair<std::string, std::size_t> kept[] = {
+      {message_.Status, 15},   {message_.DomainName, 255}, {message_.Sender, 511},
+      {message_.ClientIP, 63}, {message_.Subject, 1023},   {message_.Priority, 31},
+      {message_.Account, 127}, {message_.CommandType, 31}};
+  for (const auto& [value, length] : kept) EXPECT_EQ(value, x.substr(0, length));
   EXPECT_EQ(message_.Recipients, std::string(30'000, 'r')) << "the last of two equal keys, whole";
   EXPECT_EQ(message_.Retries, -2);
   EXPECT_EQ(message_.NextSendTime, 2147483647);

@@ -82,22 +82,11 @@ TEST_F(PollerTest, ADueMessageIsTakenDeliveredAndGone) {
   EXPECT_EQ(settings::ActiveDeliveryThreads(), 0);
 }
 
-TEST_F(PollerTest, WhatMayNotBeTakenIsLeftAsItIsWithoutAWait) {
-  struct Row {
-    const char* name;
-    Queued queued;
-  };
-  const Row rows[] = {
-      {"not yet due", {.nextSendTime = kNow + 100}},
-      {"another node's", {.status = "Delivering", .server = "OTHER", .timeAcquired = kNow}},
-      {"another service's", {.status = "Held", .server = "OTHER", .timeAcquired = kNow}},
-  };
-  for (const Row& row : rows) {
-    Put(kOne, row.queued);
-    const std::string before = Command(kOne);
-    EXPECT_EQ(Sweeps(Poll(2)), (Trace{"wait 1000", Unable(kOne), "wait 1000"})) << row.name;
-    EXPECT_EQ(Command(kOne), before) << row.name;
-  }
+TEST_F(PollerTest, AnotherNodesMessageIsLeftAsItIsWithoutAWait) {
+  Put(kOne, {.status = "Delivering", .server = "OTHER", .timeAcquired = kNow});
+  const std::string before = Command(kOne);
+  EXPECT_EQ(Sweeps(Poll(2)), (Trace{"wait 1000", Unable(kOne), "wait 1000"}));
+  EXPECT_EQ(Command(kOne), before);
 }
 
 TEST_F(PollerTest, AMessageBecomesDueAtItsSecond) {
@@ -108,18 +97,6 @@ TEST_F(PollerTest, AMessageBecomesDueAtItsSecond) {
                                     Delivering(kOne, 0), "wait 50"}));
 }
 
-TEST_F(PollerTest, AFileThatSomebodyHoldsComesUpAgain) {
-  Put(kOne, {});
-  auto holder = platform::File::Open(QueueDirectory() + "/" + kOne, platform::Access::kRead,
-                                     platform::kShareNone, platform::Disposition::kOpenExisting);
-  ASSERT_TRUE(holder);
-  const auto letGo = [&](int wait) {
-    if (wait == 2) holder.Close();
-  };
-  EXPECT_EQ(Sweeps(Poll(3, letGo)), (Trace{"wait 1000", Unable(kOne), "wait 1000", Locked(kOne),
-                                           Delivering(kOne, 0), "wait 50"}));
-}
-
 TEST_F(PollerTest, AtTheThreadLimitTheSweepStaysOnItsFile) {
   Set("Maximum Pickup Threads", 3, kSf);
   Set("Outbound Poll Delay", 700, kSf);
@@ -127,25 +104,15 @@ TEST_F(PollerTest, AtTheThreadLimitTheSweepStaysOnItsFile) {
   Put(kOne, {});
   busyPlaces_ = 3;
   settings::ActiveDeliveryThreads() = 3;
-  const auto change = [](int wait) {
+  std::optional<std::uint32_t> length;
+  const auto change = [&](int wait) {
     if (wait == 2) Store("Outbound Poll Delay", 900);
     if (wait == 3) Store("Maximum Pickup Threads", 4);
+    if (wait == 5) length = Counter(settings::kOutboundQueueLength);
   };
   EXPECT_EQ(Sweeps(Poll(5, change)), (Trace{"wait 1000", "wait 700", "wait 900", Locked(kOne),
                                             Delivering(kOne, 0), "wait 20", "wait 1000", Empty()}));
   EXPECT_FALSE(IsQueued(kOne));
-}
-
-TEST_F(PollerTest, TheQueueLengthCountsTheWaitsToo) {
-  Set("Maximum Pickup Threads", 1, kSf);
-  Put(kOne, {});
-  busyPlaces_ = 1;
-  settings::ActiveDeliveryThreads() = 1;
-  std::optional<std::uint32_t> length;
-  Poll(5, [&](int wait) {
-    if (wait == 3) Store("Maximum Pickup Threads", 2);
-    if (wait == 5) length = Counter(settings::kOutboundQueueLength);
-  });
   EXPECT_EQ(length, 3U) << "two waits and one file";
 }
 

@@ -313,21 +313,19 @@ TEST_F(ServiceInstallTest, NamesTheStoreFromTheRoot) {
 }
 
 TEST_F(ServiceInstallTest, StopsAServiceInEveryStateWithAProcess) {
-  for (const char* state : {"activating", "reloading", "deactivating"}) {
+  const std::string removed = "Corvane Postoffice Connector removed.\n";
+  const std::string stopped =
+      "Stopping Corvane Postoffice Connector.\nCorvane Postoffice Connector stopped.\n" + removed;
+  const std::pair<const char*, std::string> cases[] = {{"activating", stopped},
+                                                       {"reloading", stopped},
+                                                       {"deactivating", stopped},
+                                                       {"inactive", removed}};
+  for (const auto& [state, told] : cases) {
     FakeControlProgram(place_.controlProgram, state);
     std::filesystem::remove(place_.controlProgram + ".stopped");
     test::WriteBytes(unit_, "");
-    EXPECT_EQ(Printed(RemoveService),
-              "Stopping Corvane Postoffice Connector.\nCorvane Postoffice Connector stopped.\n"
-              "Corvane Postoffice Connector removed.\n")
-        << state;
+    EXPECT_EQ(Printed(RemoveService), told) << state;
   }
-}
-
-TEST_F(ServiceInstallTest, RemovesAServiceThatDoesNotRunWithoutAWord) {
-  FakeControlProgram(place_.controlProgram, "inactive");
-  test::WriteBytes(unit_, "");
-  EXPECT_EQ(Printed(RemoveService), "Corvane Postoffice Connector removed.\n");
   EXPECT_EQ(Printed(RemoveService),
             "OpenService failed - The specified service does not exist as an installed service. "
             "(0x424)\n");

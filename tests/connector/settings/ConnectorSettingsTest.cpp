@@ -1,7 +1,6 @@
 // ConnectorSettingsTest.cpp -- the load at start and the raw calls.
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <string>
 #include <vector>
 
@@ -194,15 +193,6 @@ TEST_F(ConnectorSettingsTest, RawWritesMakeTheKey) {
   EXPECT_EQ(WriteSettingDword("", "Service Start", 1), 0);
   platform::SettingsStore::UsePath("/proc/none/settings.db");
   EXPECT_EQ(WriteSettingDword(key, "Service Start", 1), 0);
-}
-
-TEST_F(ConnectorSettingsTest, TheLibraryDirectoryHas64Appended) {
-  char buffer[64] = "untouched";
-  EXPECT_EQ(GetLibraryDirectory(buffer, sizeof buffer), 0);
-  EXPECT_STREQ(buffer, "");
-  Store(kApplicationDirectory, "C:\\Corvane\\bin");
-  EXPECT_EQ(GetLibraryDirectory(buffer, sizeof buffer), 1);
-  EXPECT_STREQ(buffer, "C:\\Corvane\\bin64");
 }
 
 }  // namespace

@@ -24,6 +24,15 @@ class SettingsTest : public testing::Test {
     ASSERT_TRUE(settings_.Store().SetString(WholeKey(setting.key), setting.name, value));
   }
 
+  // These values and no others, with nothing held; -1 is an absent one.
+  void StoreAnew(std::initializer_list<std::pair<const DwordSetting&, int>> values) {
+    ASSERT_TRUE(settings_.Clear());
+    ForgetSettings();
+    for (const auto& [setting, value] : values) {
+      if (value >= 0) Store(setting, static_cast<std::uint32_t>(value));
+    }
+  }
+
   test::TemporarySettings settings_;
 };
 
@@ -128,38 +137,33 @@ TEST_F(SettingsTest, ThreadsThatMeetAtTheFirstUseAgree) {
   EXPECT_EQ(wrong, 0);
 }
 
+constexpr int kAbsent = -1;
+
 TEST_F(SettingsTest, NdrGenerationGoesThroughItsRule) {
-  constexpr int kAbsent = -1;
   struct Case {
     int connector;
     int smtp;
     std::int32_t flag;
     std::uint32_t mode;
   };
-  const Case cases[] = {
-      {kAbsent, kAbsent, 0, 0},
-      {kAbsent, 1, 0, 0},
-      {1, 0, 0, 1},
-      {2, kAbsent, 1, 0},
-      {2, 1, 0, 1},
-      {2, 2, 0, 2},
-      {3, 0, 0, 1},
-      {3, 0, 1, 3},
-      {2, 3, 0, 1},
-      {2, 3, 1, 3},
-      {7, 0, 0, 7},
-  };
+  const Case cases[] = {{kAbsent, kAbsent, 0, 0},
+                        {kAbsent, 1, 0, 0},
+                        {1, 0, 0, 1},
+                        {7, 0, 0, 7},
+                        {2, kAbsent, 1, 0},
+                        {2, 1, 0, 1},
+                        {2, 2, 0, 2},
+                        {2, 3, 0, 1},
+                        {2, 3, 1, 3},
+                        {3, 0, 0, 1},
+                        {3, 0, 1, 3}};
   for (const Case& row : cases) {
-    ASSERT_TRUE(settings_.Clear());
-    if (row.connector != kAbsent)
-      Store(kNoNdrGeneration, static_cast<std::uint32_t>(row.connector));
-    if (row.smtp != kAbsent) Store(kNoNdrGenerationSmtp, static_cast<std::uint32_t>(row.smtp));
+    StoreAnew({{kNoNdrGeneration, row.connector}, {kNoNdrGenerationSmtp, row.smtp}});
     EXPECT_EQ(NdrGenerationMode(row.flag), row.mode) << row.connector << row.smtp << row.flag;
   }
 }
 
 TEST_F(SettingsTest, RealtimeTrainingNeedsAllThree) {
-  constexpr int kAbsent = -1;
   struct Case {
     int status;
     int mode;
@@ -170,30 +174,13 @@ TEST_F(SettingsTest, RealtimeTrainingNeedsAllThree) {
                         {1, 0, 1, false}, {1, 2, 1, false},      {1, kAbsent, 1, false},
                         {1, 1, 0, false}, {1, 1, kAbsent, false}};
   for (const Case& row : cases) {
-    ASSERT_TRUE(settings_.Clear());
-    ForgetSettings();
-    if (row.status != kAbsent)
-      Store(kBayesianFilteringStatus, static_cast<std::uint32_t>(row.status));
-    if (row.mode != kAbsent) Store(kBayesianTrainingMode, static_cast<std::uint32_t>(row.mode));
-    if (row.training != kAbsent) {
-      Store(kBayesianRealtimeTraining, static_cast<std::uint32_t>(row.training));
-    }
+    StoreAnew({{kBayesianFilteringStatus, row.status},
+               {kBayesianTrainingMode, row.mode},
+               {kBayesianRealtimeTraining, row.training}});
     EXPECT_EQ(RealtimeTrainingEnabled(), row.on) << row.status << row.mode << row.training;
     ASSERT_TRUE(settings_.Clear());
     EXPECT_EQ(RealtimeTrainingEnabled(), row.on) << "held";
   }
-}
-
-TEST_F(SettingsTest, TrainingIsTurnedOffForGood) {
-  Store(kBayesianFilteringStatus, 1);
-  Store(kBayesianTrainingMode, 1);
-  Store(kBayesianRealtimeTraining, 1);
-  EXPECT_TRUE(RealtimeTrainingEnabled());
-  TurnRealtimeTrainingOff();
-  EXPECT_FALSE(RealtimeTrainingEnabled());
-  ForgetSettings();
-  EXPECT_FALSE(RealtimeTrainingEnabled());
-  EXPECT_EQ(Find(kBayesianRealtimeTraining), 0U);
 }
 
 }  // namespace

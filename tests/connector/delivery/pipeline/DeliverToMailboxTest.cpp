@@ -27,11 +27,13 @@ std::string Exceeded(const std::string& rest) {
   return line + "> Audit 27 acme/anna 11.5 " + line + "> NotifyMailboxOfQuota acme/anna\n" + rest;
 }
 
+constexpr const char* kPlain = "MailboxGet * 1 Status=1";
+
 struct MailboxCase {
   const char* name;
   std::string told;
   std::string files;
-  const char* answers = "MailboxGet acme/anna 1 Status=1";
+  const char* answers = kPlain;
   std::vector<test::Number> numbers = {};
   std::function<void(Stages&)> stages = {};
   std::function<void(PipelineFixture&)> arrange = {};
@@ -51,213 +53,154 @@ void RemoveSourceInRules(PipelineFixture& fixture) {
   test::stages.duringRules = [&fixture] { RemoveSource(fixture); };
 }
 
+constexpr const char* kDisabled =
+    "[ID] Mailbox (anna) on postoffice (acme) either no longer exists or is disabled. The message "
+    "has been returned to sender.\n> NDR [SF:acme/anna] The mailbox is not available on this "
+    "system\n";
+const std::string kRedirect = "> Redirect [SMTP:a@b.test] for [SF:acme/anna] of acme\n";
+const std::string kRedirectAndKeep =
+    "> Redirect [SMTP:a@b.test] for [SF:acme/anna] of acme, copy kept\n";
+const std::string kTested = "> RemoveBlacklistedRedirects [SMTP:a@b.test]\n";
+
+using Arrangement = std::function<void(Stages&)>;
+template <typename Value>
+Arrangement With(Value Stages::*answer, Value value) {
+  return [=](Stages& stages) { stages.*answer = value; };
+}
+std::vector<test::Number> On(const char* name, std::uint32_t value) { return {{name, value}}; }
+
+const std::vector<test::Number> kBothRules = {{"Process Postoffice Rules", 1},
+                                              {"Process Mailbox Rules", 1}};
+const std::vector<test::Number> kRulesAndCheck = {{"Process Mailbox Rules", 1},
+                                                  {"Message Check Delay", 500}};
+const std::vector<test::Number> kInsertion = {{"Store Event Notification Mode", 4, "."},
+                                              {"Index Files Enabled", 1}};
+// The setting or stage of a row that has nothing to say of it.
+struct Usual {
+  operator std::vector<test::Number>() const { return {}; }
+  operator Arrangement() const { return {}; }
+};
+constexpr Usual kUsual;
+const Arrangement kRemoved = With(&Stages::redirectsRemoved, true);
+void RemoveAllButOne(Stages& stages) {
+  stages.redirectsRemoved = true;
+  stages.redirectsLeft = "[SMTP:c@d.test]";
+}
+void RemoveCopyInEvent(Stages& stages) {
+  stages.deliveryEvent = 1;
+  stages.eventRemovesFile = true;
+}
+void MakeBulk(Stages& stages) { stages.flags.Bulk = 1; }
+void UseSpill(PipelineFixture& fixture) {
+  fixture.Set("Overflow Mailbox", "spill", "CONNECTORS\\SF");
+  std::filesystem::create_directories(fixture.InMailRoot("spill/Inbox"));
+}
+
 const MailboxCase kEnds[] = {
     {"Plain", Delivered(), kInInbox},
     {"PostofficeRuleStops",
-     "> Rules acme\n"
-     "[ID] Message delivery processing to PO=acme was interupted because a filter prevented "
-     "delivery of the original message.\n",
-     kNothing,
-     kRulesOn,
-     {{"Process Postoffice Rules", 1}},
-     [](Stages& stages) { stages.postofficeRules = 2; }},
+     "> Rules acme\n[ID] Message delivery processing to PO=acme was interupted because a filter "
+     "prevented delivery of the original message.\n",
+     kNothing, kRulesOn, On("Process Postoffice Rules", 1), With(&Stages::postofficeRules, 2)},
     {"PostofficeRuleRemovesTheMessage",
      "> Rules acme\n[ID] Message does not exist after postoffice level filter for PO=acme.\n",
-     kNothing,
-     kRulesOn,
-     {{"Process Postoffice Rules", 1}},
-     {},
-     RemoveSourceInRules},
-    {"RulesAreOffForThePostoffice",
-     Delivered(),
-     kInInbox,
+     kNothing, kRulesOn, On("Process Postoffice Rules", 1), kUsual, RemoveSourceInRules},
+    {"RulesAreOffForThePostoffice", Delivered(), kInInbox,
      "GetOption acme:Postoffice-PostofficeRulesStatus 1 Value=2\nMailboxGet * 1 Status=1",
-     {{"Process Postoffice Rules", 1}, {"Process Mailbox Rules", 1}}},
+     kBothRules},
     {"MailboxUnknown",
-     "[ID] Mailbox (anna) could not be found on postoffice (acme) and message bounced.\n"
-     "> NDR [SF:acme/anna] The mailbox is not available on this system\n",
+     "[ID] Mailbox (anna) could not be found on postoffice (acme) and message bounced.\n> NDR "
+     "[SF:acme/anna] The mailbox is not available on this system\n",
      kNothing, "MailboxGet * 0 Status=1"},
-    {"MailboxDisabled",
-     "[ID] Mailbox (anna) on postoffice (acme) either no longer exists or is disabled. The message "
-     "has been returned to sender.\n> NDR [SF:acme/anna] The mailbox is not available on this "
-     "system\n",
-     kNothing, "MailboxGet * 1 Status=0"},
-    {"MailboxStatusIsPreset",
-     "[ID] Mailbox (anna) on postoffice (acme) either no longer exists or is disabled. The message "
-     "has been returned to sender.\n> NDR [SF:acme/anna] The mailbox is not available on this "
-     "system\n",
-     kNothing, "MailboxGet * -1"},
-    {"Redirected", "> Redirect [SMTP:a@b.test] for [SF:acme/anna] of acme\n", kNothing,
-     kRedirected},
-    {"JunkIsNotRedirected",
-     "> Redirect [SMTP:a@b.test] for [SF:acme/anna] of acme\n",
-     kNothing,
-     kRedirected,
-     {},
-     [](Stages& stages) { stages.redirected = 0; }},
+    {"MailboxDisabled", kDisabled, kNothing, "MailboxGet * 1 Status=0"},
+    {"MailboxStatusIsPreset", kDisabled, kNothing, "MailboxGet * -1"},
+    {"Redirected", kRedirect, kNothing, kRedirected},
+    {"JunkIsNotRedirected", kRedirect, kNothing, kRedirected, kUsual, With(&Stages::redirected, 0)},
     {"RedirectFailsAndIsTriedAgain",
-     "> Redirect [SMTP:a@b.test] for [SF:acme/anna] of acme\n"
-     "[ID] Message could not be redirected due to error. Delivering to mailbox.\n"
-     "> Redirect [SMTP:a@b.test] for [SF:acme/anna] of acme, copy kept\n" +
-         Delivered(),
-     kInInbox,
-     kRedirected,
-     {},
-     [](Stages& stages) { stages.redirected = 2; }},
-    {"RedirectedAndKept",
-     "> Redirect [SMTP:a@b.test] for [SF:acme/anna] of acme, copy kept\n" + Delivered(), kInInbox,
-     kRedirectedAndKept},
-    {"RedirectionEnabledEndsIt", Delivered(), kInInbox, kRedirected, {{"Redirection Enabled", 1}}},
-    {"RedirectionEnabledTwoDoesNot",
-     "> Redirect [SMTP:a@b.test] for [SF:acme/anna] of acme\n",
-     kNothing,
-     kRedirected,
-     {{"Redirection Enabled", 2}}},
+     kRedirect + "[ID] Message could not be redirected due to error. Delivering to mailbox.\n" +
+         kRedirectAndKeep + Delivered(),
+     kInInbox, kRedirected, kUsual, With(&Stages::redirected, 2)},
+    {"RedirectedAndKept", kRedirectAndKeep + Delivered(), kInInbox, kRedirectedAndKept},
+    {"RedirectionEnabledEndsIt", Delivered(), kInInbox, kRedirected, On("Redirection Enabled", 1)},
+    {"RedirectionEnabledTwoDoesNot", kRedirect, kNothing, kRedirected,
+     On("Redirection Enabled", 2)},
     {"RedirectWithoutAddress", Delivered(), kInInbox, "MailboxGet * 1 Status=1 RedirectStatus=1"},
     {"RedirectStatusUnset", Delivered(), kInInbox,
      "MailboxGet * 1 Status=1 RedirectAddress=[SMTP:a@b.test]"},
     {"BlacklistTakesSome",
-     "> RemoveBlacklistedRedirects [SMTP:a@b.test]\n"
-     "[ID] Mailbox (anna) on postoffice (acme) could not be redirected to all recipient domain(s) "
-     "due to redirection blacklist.\n> Redirect [SMTP:c@d.test] for [SF:acme/anna] of acme\n",
-     kNothing,
-     kRedirected,
-     {{"Redirection Blacklist Action", 1}},
-     [](Stages& stages) {
-       stages.redirectsRemoved = true;
-       stages.redirectsLeft = "[SMTP:c@d.test]";
-     }},
+     kTested + "[ID] Mailbox (anna) on postoffice (acme) could not be redirected to all recipient "
+               "domain(s) due to redirection blacklist.\n> Redirect [SMTP:c@d.test] for "
+               "[SF:acme/anna] of acme\n",
+     kNothing, kRedirected, On("Redirection Blacklist Action", 1), RemoveAllButOne},
     {"BlacklistBounces",
-     "> RemoveBlacklistedRedirects [SMTP:a@b.test]\n"
-     "> NDR [SF:acme/anna] The email could not be delivered since the final destination domain is "
-     "blocked.\n[ID] Mailbox (anna) on postoffice (acme) redirection to ([SMTP:a@b.test]) bounced "
-     "since recipient domain(s) is in redirection blacklist.\n",
-     kNothing,
-     kRedirected,
-     {{"Redirection Blacklist Action", 1}},
-     [](Stages& stages) { stages.redirectsRemoved = true; }},
+     kTested + "> NDR [SF:acme/anna] The email could not be delivered since the final destination "
+               "domain is blocked.\n[ID] Mailbox (anna) on postoffice (acme) redirection to "
+               "([SMTP:a@b.test]) bounced since recipient domain(s) is in redirection blacklist.\n",
+     kNothing, kRedirected, On("Redirection Blacklist Action", 1), kRemoved},
     {"BlacklistDeletes",
-     "> RemoveBlacklistedRedirects [SMTP:a@b.test]\n"
-     "[ID] Mailbox (anna) on postoffice (acme) redirection to ([SMTP:a@b.test]) deleted since "
-     "recipient domain(s) is in redirection blacklist.\n",
-     kNothing,
-     kRedirected,
-     {{"Redirection Blacklist Action", 2}},
-     [](Stages& stages) { stages.redirectsRemoved = true; }},
-    {"BlacklistOfAnotherAction",
-     "> RemoveBlacklistedRedirects [SMTP:a@b.test]\n> Redirect  for [SF:acme/anna] of acme\n",
-     kNothing,
-     kRedirected,
-     {{"Redirection Blacklist Action", 3}},
-     [](Stages& stages) { stages.redirectsRemoved = true; }},
+     kTested + "[ID] Mailbox (anna) on postoffice (acme) redirection to ([SMTP:a@b.test]) deleted "
+               "since recipient domain(s) is in redirection blacklist.\n",
+     kNothing, kRedirected, On("Redirection Blacklist Action", 2), kRemoved},
+    {"BlacklistOfAnotherAction", kTested + "> Redirect  for [SF:acme/anna] of acme\n", kNothing,
+     kRedirected, On("Redirection Blacklist Action", 3), kRemoved},
     {"BlacklistBouncesAndTheCopyStays",
-     "> RemoveBlacklistedRedirects [SMTP:a@b.test]\n"
-     "> NDR [SF:acme/anna] The email could not be delivered since the final destination domain is "
-     "blocked.\n[ID] Mailbox (anna) on postoffice (acme) redirection to ([SMTP:a@b.test]) bounced "
-     "since recipient domain is in redirection blacklist.\n" +
+     kTested +
+         "> NDR [SF:acme/anna] The email could not be delivered since the final destination domain "
+         "is blocked.\n[ID] Mailbox (anna) on postoffice (acme) redirection to ([SMTP:a@b.test]) "
+         "bounced since recipient domain is in redirection blacklist.\n" +
          Delivered(),
-     kInInbox,
-     kRedirectedAndKept,
-     {{"Redirection Blacklist Action", 1}},
-     [](Stages& stages) { stages.redirectsRemoved = true; }},
+     kInInbox, kRedirectedAndKept, On("Redirection Blacklist Action", 1), kRemoved},
     {"QuotaExceeded", Exceeded("> NotifySenderOfQuota acme/anna\n"), kNothing, kFull},
-    {"QuotaExceededByBulkMail",
-     Exceeded(""),
-     kNothing,
-     kFull,
-     {},
-     [](Stages& stages) { stages.flags.Bulk = 1; }},
+    {"QuotaExceededByBulkMail", Exceeded(""), kNothing, kFull, kUsual, MakeBulk},
     {"QuotaExceededBesideARedirection",
-     "> Redirect [SMTP:a@b.test] for [SF:acme/anna] of acme, copy kept\n"
-     "[ID] Message of size 1Kb for mailbox (anna) on postoffice (acme) would exceed mailbox quota "
-     "of 10Kb (current size 10Kb).\n> NotifyMailboxOfQuota acme/anna\n"
-     "> NotifySenderOfQuota acme/anna\n",
+     "> Redirect [SMTP:a@b.test] for [SF:acme/anna] of acme, copy kept\n[ID] Message of size 1Kb "
+     "for mailbox (anna) on postoffice (acme) would exceed mailbox quota of 10Kb (current size "
+     "10Kb).\n> NotifyMailboxOfQuota acme/anna\n> NotifySenderOfQuota acme/anna\n",
      kNothing,
      "MailboxGet * 1 Status=1 RedirectStatus=2 RedirectAddress=[SMTP:a@b.test] Limit=10 Size=10"},
     {"OverflowMailboxIsMade",
-     Exceeded("> NotifySenderOfQuota acme/anna\n"
-              "[ID] Failed to copy message, error (3) occurred when delivering to PO=acme "
-              "MBX=POSTMASTER. Retrying.\n"
-              "[ID] Delivered message from [SMTP:s@x.test] to PO=acme MBX=POSTMASTER\n"),
-     "POSTMASTER/Inbox/ID POSTMASTER/Inbox/_CHANGE.DTY POSTMASTER/_1.NEW",
-     kFull,
-     {{"Postmaster Receives Mail When Quota Exceeded", 1}}},
+     Exceeded("> NotifySenderOfQuota acme/anna\n[ID] Failed to copy message, error (3) occurred "
+              "when delivering to PO=acme MBX=POSTMASTER. Retrying.\n[ID] Delivered message from "
+              "[SMTP:s@x.test] to PO=acme MBX=POSTMASTER\n"),
+     "POSTMASTER/Inbox/ID POSTMASTER/Inbox/_CHANGE.DTY POSTMASTER/_1.NEW", kFull,
+     On("Postmaster Receives Mail When Quota Exceeded", 1)},
     {"OverflowMailboxOfAnotherName",
      Exceeded("> NotifySenderOfQuota acme/anna\n" + Delivered("\\Inbox", "spill")),
-     "spill/Inbox/ID spill/Inbox/_CHANGE.DTY spill/_1.NEW",
-     kFull,
-     {{"Postmaster Receives Mail When Quota Exceeded", 1}},
-     {},
-     [](PipelineFixture& fixture) {
-       fixture.Set("Overflow Mailbox", "spill", "CONNECTORS\\SF");
-       std::filesystem::create_directories(fixture.InMailRoot("spill/Inbox"));
-     }},
+     "spill/Inbox/ID spill/Inbox/_CHANGE.DTY spill/_1.NEW", kFull,
+     On("Postmaster Receives Mail When Quota Exceeded", 1), kUsual, UseSpill},
     {"MailboxRuleStops",
-     "> Rules acme/anna\n"
-     "[ID] Message delivery processing to PO=acme MBX=anna was interupted because a filter "
-     "prevented delivery of the original message.\n"
-     "> Audit 15 acme/anna 7.5 POSTOFFICE Message from: s@x.test was not delivered because a "
-     "mailbox rules filter triggered non-delivery.\n",
-     kNothing,
-     kRulesOn,
-     {{"Process Mailbox Rules", 1}},
-     [](Stages& stages) { stages.mailboxRules = 2; }},
+     "> Rules acme/anna\n[ID] Message delivery processing to PO=acme MBX=anna was interupted "
+     "because a filter prevented delivery of the original message.\n> Audit 15 acme/anna 7.5 "
+     "POSTOFFICE Message from: s@x.test was not delivered because a mailbox rules filter triggered "
+     "non-delivery.\n",
+     kNothing, kRulesOn, On("Process Mailbox Rules", 1), With(&Stages::mailboxRules, 2)},
     {"MailboxRuleRemovesTheMessage",
-     "> Rules acme/anna\n"
-     "[ID] Message processing error occurred when delivering to PO=acme MBX=anna the original "
-     "message was removed by a filter.\n"
-     "> Audit 19 acme/anna 7.5 POSTOFFICE Message from: s@x.test was not delivered because the "
-     "original message was removed by a filter.\n",
-     kNothing,
-     kRulesOn,
-     {{"Process Mailbox Rules", 1}, {"Message Check Delay", 500}},
-     {},
-     RemoveSourceInRules},
+     "> Rules acme/anna\n[ID] Message processing error occurred when delivering to PO=acme "
+     "MBX=anna the original message was removed by a filter.\n> Audit 19 acme/anna 7.5 POSTOFFICE "
+     "Message from: s@x.test was not delivered because the original message was removed by a "
+     "filter.\n",
+     kNothing, kRulesOn, kRulesAndCheck, kUsual, RemoveSourceInRules},
     {"DeliveryEventRemovesTheCopy",
-     "[ID] Mailbox delivery event removed a message to PO=acme MBX=anna.\n"
-     "> Audit 16 acme/anna 7.5 POSTOFFICE Message from: s@x.test was removed by mailbox delivery "
-     "event.\n",
-     kNothing,
-     "MailboxGet * 1 Status=1",
-     {},
-     [](Stages& stages) {
-       stages.deliveryEvent = 1;
-       stages.eventRemovesFile = true;
-     }},
-    {"DeliveryEventLeavesTheCopy",
-     Delivered(),
-     kInInbox,
-     "MailboxGet * 1 Status=1",
-     {},
-     [](Stages& stages) { stages.deliveryEvent = 1; }},
+     "[ID] Mailbox delivery event removed a message to PO=acme MBX=anna.\n> Audit 16 acme/anna 7.5 "
+     "POSTOFFICE Message from: s@x.test was removed by mailbox delivery event.\n",
+     kNothing, kPlain, kUsual, RemoveCopyInEvent},
+    {"DeliveryEventLeavesTheCopy", Delivered(), kInInbox, kPlain, kUsual,
+     With(&Stages::deliveryEvent, 1)},
     {"SpamSettingDeletesTheCopy",
-     "[ID] Message Spam processing occurred when delivering to PO=acme MBX=anna.\n"
-     "> Audit 17 acme/anna 7.5 POSTOFFICE Message from: s@x.test was detected as spam and was not "
+     "[ID] Message Spam processing occurred when delivering to PO=acme MBX=anna.\n> Audit 17 "
+     "acme/anna 7.5 POSTOFFICE Message from: s@x.test was detected as spam and was not "
      "delivered.\n",
-     kNothing,
-     "MailboxGet * 1 Status=1",
-     {},
-     [](Stages& stages) { stages.spamSettings = 2; }},
-    {"SpamSettingOfAnotherResult",
-     Delivered(),
-     kInInbox,
-     "MailboxGet * 1 Status=1",
-     {},
-     [](Stages& stages) { stages.spamSettings = 1; }},
+     kNothing, kPlain, kUsual, With(&Stages::spamSettings, 2)},
+    {"SpamSettingOfAnotherResult", Delivered(), kInInbox, kPlain, kUsual,
+     With(&Stages::spamSettings, 1)},
     {"NoticeToTheSender",
-     Delivered() +
-         "[ID] Delivery Success notification message generated for [SMTP:s@x.test] to PO=acme "
-         "MBX=anna FLD=\\Inbox\n",
-     kInInbox,
-     "MailboxGet * 1 Status=1",
-     {},
-     [](Stages& stages) { stages.dsn = 1; }},
+     Delivered() + "[ID] Delivery Success notification message generated for [SMTP:s@x.test] to "
+                   "PO=acme MBX=anna FLD=\\Inbox\n",
+     kInInbox, kPlain, kUsual, With(&Stages::dsn, 1)},
     {"InsertionPostponed",
      "[ID] Direct Insertion of message into index (PO=acme MBX=anna FLD=\\Inbox) was postponed.\n" +
          Delivered(),
-     "anna/Inbox/ID anna/_1.NEW",
-     "MailboxGet * 1 Status=1",
-     {{"Store Event Notification Mode", 4, "."}, {"Index Files Enabled", 1}}},
+     "anna/Inbox/ID anna/_1.NEW", kPlain, kInsertion},
 };
 
 class DeliverToMailboxTest : public PipelineFixture,

@@ -14,11 +14,13 @@ using test::Delivered;
 using test::PipelineFixture;
 using test::Stages;
 
+using Numbers = std::vector<test::Number>;
+
 struct FolderCase {
   const char* name;
   std::string told;  // up to the audit entry of the delivery, at log level 9
   const char* folder;
-  std::vector<test::Number> numbers = {};
+  Numbers numbers = {};
   std::function<void(Stages&)> stages = {};
   const char* options = "";
   const char* commandType = "NORMAL";
@@ -46,75 +48,44 @@ void MakeList(Stages& stages) { stages.flags.List = 1; }
 void MakeBlacklisted(Stages& stages) { stages.blacklisted = true; }
 void MakeBoth(Stages& stages) { stages.blacklisted = stages.whitelisted = true; }
 
-const test::Number kRmailOn = {"RMail Status", 1, "Services\\WEBMAIL\\Options"};
+Numbers DeliverTo(std::uint32_t value) { return {{"Deliver-To Status", value}}; }
+const Numbers kNoNumbers;
+const Numbers kBulkOn = {{"DeliverToBulk", 1, "."}};
+const Numbers kRmail = {{"RMail Status", 1, "Services\\WEBMAIL\\Options"}};
+const Numbers kRmailAndJunk = {kRmail[0], {"Deliver-To Status", 1}};
 
 const FolderCase kFolders[] = {
-    {"JunkToInbox",
-     kSpamAudit + Junk("Delivering to inbox folder") + kSpamRules,
-     "\\Inbox",
-     {{"Deliver-To Status", 0}},
-     MakeJunk},
-    {"JunkToJunk",
-     kSpamAudit + Junk("Delivering to junk folder"),
-     "\\Junk E-mail",
-     {{"Deliver-To Status", 1}},
+    {"JunkToInbox", kSpamAudit + Junk("Delivering to inbox folder") + kSpamRules, "\\Inbox",
+     DeliverTo(0), MakeJunk},
+    {"JunkToJunk", kSpamAudit + Junk("Delivering to junk folder"), "\\Junk E-mail", DeliverTo(1),
      MakeJunk},
     {"JunkAsThePostofficeSays",
      kSpamAudit + Junk("Checking postoffice level setting") + Junk("Postoffice level setting 1"),
-     "\\Junk E-mail",
-     {},
-     MakeJunk,
-     "GetOption acme:Delivery-DeliverToStatus 1 Value=1"},
+     "\\Junk E-mail", kNoNumbers, MakeJunk, "GetOption acme:Delivery-DeliverToStatus 1 Value=1"},
     {"JunkAsThePostofficeSaysNot",
      kSpamAudit + Junk("Checking postoffice level setting") + Junk("Postoffice level setting 0") +
          kSpamRules,
-     "\\Inbox",
-     {},
-     MakeJunk,
-     "GetOption acme:Delivery-DeliverToStatus 1 Value=0"},
+     "\\Inbox", kNoNumbers, MakeJunk, "GetOption acme:Delivery-DeliverToStatus 1 Value=0"},
     {"JunkWithoutAnOption",
      kSpamAudit + Junk("Checking postoffice level setting") +
          Junk("No postoffice level setting. Delivering to inbox") + kSpamRules,
-     "\\Inbox",
-     {},
-     MakeJunk},
-    {"Blacklisted",
-     kBlacklisted + (kSpamAudit + Junk("Delivering to junk folder")),
-     "\\Junk E-mail",
-     {{"Deliver-To Status", 1}},
-     MakeBlacklisted},
-    {"OnBothLists",
-     std::string(kBlacklisted) + kBypassed,
-     "\\Inbox",
-     {{"Deliver-To Status", 1}},
-     MakeBoth},
-    {"NdrSkipsBothLists", kSpamRules, "\\Inbox", {{"Deliver-To Status", 1}}, MakeBoth, "", "ndr"},
-    {"Bulk",
-     std::string(kBulkAudit) + kSpamRules,
-     "\\Bulk E-mail",
-     {{"DeliverToBulk", 1, "."}},
-     MakeBulk,
+     "\\Inbox", kNoNumbers, MakeJunk},
+    {"Blacklisted", kBlacklisted + (kSpamAudit + Junk("Delivering to junk folder")),
+     "\\Junk E-mail", DeliverTo(1), MakeBlacklisted},
+    {"OnBothLists", std::string(kBlacklisted) + kBypassed, "\\Inbox", DeliverTo(1), MakeBoth},
+    {"NdrSkipsBothLists", kSpamRules, "\\Inbox", DeliverTo(1), MakeBoth, "", "ndr"},
+    {"Bulk", std::string(kBulkAudit) + kSpamRules, "\\Bulk E-mail", kBulkOn, MakeBulk,
      "GetOption acme/anna:DeliverToBulk 1 Value=1"},
-    {"List",
-     std::string(kBulkAudit) + kSpamRules,
-     "\\Bulk E-mail",
-     {{"DeliverToBulk", 1, "."}},
-     MakeList,
+    {"List", std::string(kBulkAudit) + kSpamRules, "\\Bulk E-mail", kBulkOn, MakeList,
      "GetOption acme/anna:DeliverToBulk 1 Value=1"},
-    {"BulkNotWanted",
-     kSpamRules,
-     "\\Inbox",
-     {{"DeliverToBulk", 1, "."}},
-     MakeBulk,
+    {"BulkNotWanted", kSpamRules, "\\Inbox", kBulkOn, MakeBulk,
      "GetOption acme/anna:DeliverToBulk 1 Value=2"},
-    {"BulkOff", kSpamRules, "\\Inbox", {}, MakeBulk, "GetOption acme/anna:DeliverToBulk 1 Value=1"},
-    {"Receipts", kSpamRules, "\\Inbox\\RMail Receipts", {kRmailOn}},
+    {"BulkOff", kSpamRules, "\\Inbox", kNoNumbers, MakeBulk,
+     "GetOption acme/anna:DeliverToBulk 1 Value=1"},
+    {"Receipts", kSpamRules, "\\Inbox\\RMail Receipts", kRmail},
     {"ReceiptsOff", kSpamRules, "\\Inbox"},
-    {"ReceiptsOverJunk",
-     kSpamAudit + Junk("Delivering to junk folder"),
-     "\\Inbox\\RMail Receipts",
-     {kRmailOn, {"Deliver-To Status", 1}},
-     MakeJunk},
+    {"ReceiptsOverJunk", kSpamAudit + Junk("Delivering to junk folder"), "\\Inbox\\RMail Receipts",
+     kRmailAndJunk, MakeJunk},
 };
 
 class FolderChoiceTest : public PipelineFixture,

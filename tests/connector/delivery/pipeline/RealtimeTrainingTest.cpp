@@ -44,18 +44,6 @@ TEST_F(RealtimeTrainingTest, SubmitsWantedMailFirstThenSpam) {
   EXPECT_LT(ham, calls.find("NotifyRemote  [CV_ACTION]\tTRAIN-SPAM\t"));
 }
 
-TEST_F(RealtimeTrainingTest, NeedsAllThreeSettings) {
-  const std::vector<test::Number> settings = {{"Bayesian Filtering Status", 0, kFilterKey},
-                                              {"Bayesian Training Mode", 1, kFilterKey},
-                                              {"Bayesian Realtime Training", 1, kFilterKey}};
-  test::stages.whitelisted = true;
-  for (const test::Number& setting : settings) {
-    EXPECT_EQ(Train(0), "") << setting.name;
-    Set({setting});
-  }
-  EXPECT_NE(Train(0), "");
-}
-
 TEST_F(RealtimeTrainingTest, TheTwelfthFailureInARowEndsIt) {
   TurnOn();
   Train(0);
