@@ -11,6 +11,7 @@
 #include <thread>
 
 #include "platform/Path.h"
+#include "tests/support/BuildPlaces.h"
 
 namespace corvane::test {
 namespace {
@@ -40,7 +41,15 @@ Installation::Installation(int debugLevel) {
 }
 
 std::vector<std::pair<std::string, std::string>> Installation::Environment() const {
-  return {{"CORVANE_SETTINGS", settingsPath_}};
+  std::vector<std::pair<std::string, std::string>> environment = stubEnvironment_;
+  environment.emplace_back("CORVANE_SETTINGS", settingsPath_);
+  return environment;
+}
+
+void Installation::UseStubs(const std::string& answers, const std::string& variant) {
+  WriteBytes(Path("answers"), answers);
+  Set(".", "Application Directory", StubLibraries(variant));
+  stubEnvironment_ = {{"CORVANE_STUB_ANSWERS", Path("answers")}};
 }
 
 ProgramResult Installation::Cvctl(const std::vector<std::string>& arguments,

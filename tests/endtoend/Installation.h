@@ -1,10 +1,10 @@
 // Installation.h -- a real installation in a temporary directory, worked by the real programs.
 #pragma once
 
+#include <map>
 #include <memory>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 #include "tests/support/BackgroundProgram.h"
@@ -26,6 +26,9 @@ class Installation {
                         const std::string& input = {}) const;
   void Set(const std::string& key, const std::string& name, const std::string& value) const;
   void AddMailboxes(const std::string& stem, int count) const;
+  // From now on the connector asks the stub provider libraries (tests/stubs/StubProvider.cpp),
+  // which give these answers.
+  void UseStubs(const std::string& answers, const std::string& variant = "full");
   // From now on everybody reads this settings store.
   void UseSettings(const std::string& path) { settingsPath_ = path; }
 
@@ -56,6 +59,7 @@ class Installation {
 
   TemporaryDirectory directory_;
   std::string settingsPath_ = Path("settings.db");
+  std::vector<std::pair<std::string, std::string>> stubEnvironment_;
   std::string outgoing_;
   std::string mailRoot_;
   std::string logs_;
