@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "platform/Error.h"
+#include "platform/FaultInjection.h"
 #include "tests/SERVICES/Library/LIBStoreIndexSerialisation/IndexFixture.h"
 
 namespace corvane {
@@ -100,6 +102,7 @@ const ChangeCase kChanges[] = {
     {"WithoutAFilter", "", "b", "longer than before, with everything in memory"},
     {"OverflowsTheNextOne", "a,b,d", "a", std::string(300, 'z')},
     {"OverflowsTheGapBehindTheNextOne", "a,b", "a", std::string(120, 'z')},
+    {"OverflowsAGapBehindItself", "a,c", "a", std::string(300, 'z')},
 };
 
 TEST_F(StreamWriter, AChangeKeepsEverythingThatWasNotLoaded) {
@@ -119,6 +122,41 @@ TEST_F(StreamWriter, AChangeKeepsEverythingThatWasNotLoaded) {
     EXPECT_NE(ItemsOnDisk().find(std::string(c.changed) + "=again"), std::string::npos) << c.name;
     EXPECT_EQ(std::count(expected.begin(), expected.end(), '='), 5);
   }
+  ASSERT_EQ(events_.size(), 1U);
+  EXPECT_NE(events_[0].find("Corrupting index " + folder_ +
+                            "\\_index.xml. Item size for a has "
+                            "grown so much that the gap will overflow the next item."),
+            std::string::npos)
+      << events_[0];
+}
+
+struct FaultCase {
+  const char* name;
+  platform::FileCall call;
+  std::uint32_t durability;
+  bool saves;
+  const char* b;  // on the disk afterwards
+};
+const FaultCase kFaults[] = {
+    {"NoRoomForWhatGrew", platform::FileCall::kTruncate, 1, false, "b=old"},
+    {"NotMadeDurable", platform::FileCall::kFlush, 1, false, "b=longer than it was"},
+    {"DurabilityGivenUp", platform::FileCall::kFlush, 0, true, "b=longer than it was"},
+};
+
+TEST_F(StreamWriter, AChangeInPlaceHasRoomAndIsDurable) {
+  for (const FaultCase& c : kFaults) {
+    Set("Delivery Durability", c.durability);
+    WriteFive();
+    StoreIndex store(&files_);
+    ASSERT_TRUE(Load(&store, kAllProperties)) << c.name;
+    SetSubject(&store, "b", "longer than it was");
+    platform::ArmFault({.error = platform::kErrorDiskFull,
+                        .calls = platform::FileCallBit(c.call),
+                        .lasting = true});
+    EXPECT_EQ(Save(&store), c.saves) << c.name;
+    platform::DisarmFault();
+    EXPECT_EQ(ItemsOnDisk(), "a=old " + std::string(c.b) + " c=old d=old e=old ") << c.name;
+  }
 }
 
 // What a partly loaded index holds and what only the file has come together.
@@ -134,6 +172,7 @@ TEST_F(StreamWriter, PartlyLoadedIndexesNeverDropTheRest) {
   ASSERT_TRUE(Add(&header, "f"));
   ASSERT_TRUE(Save(&header));
   ASSERT_TRUE(Add(&header, "g"));
+  header.Index.ByID.Find("f")->Remove("SUBJECT");
   ASSERT_TRUE(Save(&header)) << "a second save of one object";
   IndexItem item;
   ASSERT_TRUE(header.Index.GetItemByID("b", &item, false));
@@ -144,7 +183,7 @@ TEST_F(StreamWriter, PartlyLoadedIndexesNeverDropTheRest) {
   EXPECT_TRUE(deep.Index.ItemExists("a")) << "read deeper";
   EXPECT_TRUE(deep.Index.ItemExists("h")) << "and not forgotten";
   ASSERT_TRUE(Save(&deep));
-  EXPECT_EQ(ItemsOnDisk(), "a=old b=old c=old d=old e=old f=s g=s h=s ");
+  EXPECT_EQ(ItemsOnDisk(), "a=old b=old c=old d=old e=old f= g=s h=s ");
 }
 
 TEST_F(StreamWriter, AForeignChangeIsRefusedOrOverwritten) {
