@@ -25,6 +25,8 @@ class IndexReadStream {
   };
   // False at the end of the file, and where it ends within a tag.
   [[nodiscard]] bool Next(Piece* piece);
+  // The end came early: the file couldn't be read on.
+  [[nodiscard]] bool Failed() const { return failed_; }
   // Bytes handed out so far.
   [[nodiscard]] std::uint64_t Consumed() const { return base_ + begin_; }
 
@@ -42,6 +44,7 @@ class IndexReadStream {
   std::size_t end_ = 0;
   std::uint64_t base_ = 0;  // the file offset of the buffer's first byte
   bool atEnd_ = false;
+  bool failed_ = false;
 };
 
 }  // namespace corvane

@@ -37,7 +37,10 @@ TEST_F(SortedIndex, NewItemsGetUidsAboveAllOthers) {
   EXPECT_EQ(index_.FirstModifiedUID, 7U);
   EXPECT_EQ(Order(), "b:1 a:2 ");
   EXPECT_FALSE(Add("a")) << "its ID is there already";
-  EXPECT_EQ(index_.ItemCount(), 2U);
+  EXPECT_FALSE(Add("c", kLargestUid + 1));
+  EXPECT_TRUE(Add("d", kLargestUid));
+  EXPECT_FALSE(Add("e")) << "there is no UID left";
+  EXPECT_EQ(index_.ItemCount(), 3U);
 }
 
 TEST_F(SortedIndex, ATakenUidMakesWayOrIsRefused) {

@@ -1,6 +1,9 @@
 #include <gtest/gtest.h>
 
+#include "SERVICES/Library/LIBStoreIndexSerialisation/IndexBackup.h"
 #include "SERVICES/Library/LIBStoreIndexSerialisation/IndexFileNames.h"
+#include "platform/Error.h"
+#include "platform/FaultInjection.h"
 #include "tests/SERVICES/Library/LIBStoreIndexSerialisation/IndexFixture.h"
 
 namespace corvane {
@@ -58,18 +61,23 @@ TEST_F(Document, ReadsWhatAStreamWriterWrote) {
 
 TEST_F(Document, DropsTombstonesAndItemsWithoutFiles) {
   MakeFile("a");
-  WriteIndex(IndexOf(
-      "x00000009", Element("-", 1, "gone") + Element("b", 2, "no file") + Element("a", 3, "here")));
+  WriteIndex(IndexOf("x00000009", Element("-", 1, "gone") + Element("b", 2, "no file") +
+                                      "<ELEMENT ID=\"a\" UID=\"\"><SUBJECT>here</SUBJECT>"
+                                      "</ELEMENT><ELEMENT ID=\"\" UID=\"4\"/>"));
   StoreIndex store(&files_);
   ASSERT_TRUE(Load(&store, kHeaderOnly, "zz", 1)) << "read whole, whatever is asked";
   EXPECT_EQ(Items(store), "a=here ");
   EXPECT_EQ(store.Index.LoadState, kAllProperties);
   EXPECT_EQ(store.Index.ByID.Find("a")->GetNumber("IDX"), 1U);
+  EXPECT_EQ(store.Index.ByID.Find("a")->GetNumber("UID"), 10U) << "an empty UID is none";
+  EXPECT_TRUE(store.Index.FullRewrite) << "what was left out goes from the file too";
 }
 
 TEST_F(Document, SaysWhereAFileIsBroken) {
-  WriteIndex("<BASEELEMENT LASTUID=\"1\">\n<ELEMENT ID=\"a\">");
   StoreIndex store(&files_);
+  WriteIndex(IndexOf("1", Element("a", 0x80000000, "no UID is so large")));
+  EXPECT_FALSE(Load(&store, kAllProperties));
+  WriteIndex("<BASEELEMENT LASTUID=\"1\">\n<ELEMENT ID=\"a\">");
   ::testing::internal::CaptureStdout();
   EXPECT_FALSE(Load(&store, kAllProperties));
   const std::string console = ::testing::internal::GetCapturedStdout();
@@ -114,6 +122,37 @@ TEST_F(Recovery, WithoutABackupTheFileIsPutAside) {
             std::string::npos);
   EXPECT_FALSE(platform::FileExists(index_));
   EXPECT_EQ(test::ReadBytes(index_ + ".bad"), "torn");
+}
+
+// On a full disk nothing is deleted that there is no copy of.
+TEST_F(Recovery, WhatCantBeCopiedIsKept) {
+  WriteIndex("torn");
+  test::WriteBytes(index_ + ".bak", "backup");
+  platform::ArmFault({.error = platform::kErrorDiskFull,
+                      .calls = platform::FileCallBit(platform::FileCall::kCopy),
+                      .lasting = true});
+  EXPECT_FALSE(RestoreIndexBackup(folder_));
+  EXPECT_EQ(IndexText(), "torn");
+  EXPECT_TRUE(DiscardIndex(folder_)) << "renamed";
+  platform::DisarmFault();
+  EXPECT_EQ(test::ReadBytes(index_ + ".bad"), "torn");
+  EXPECT_EQ(test::ReadBytes(index_ + ".bak"), "backup");
+}
+
+TEST_F(Recovery, GroupsNeverTouchTheBackupOfContacts) {
+  for (const char* name : {"/_index.xml", "/_index.xml.bak", "/_groups.xml"}) {
+    test::WriteBytes(folder_ + name, std::string("torn") + name);
+  }
+  StoreIndex store(&files_);
+  IndexLoad load;
+  load.store = &store;
+  load.path = folder_;
+  load.messageClass = kClassGroups;
+  load.forceRescan = load.recover = true;
+  EXPECT_TRUE(store.Index.Load(load));
+  EXPECT_EQ(IndexText(), "torn/_index.xml");
+  EXPECT_FALSE(Backup(".bad"));
+  EXPECT_EQ(test::ReadBytes(folder_ + "/_groups.xml"), IndexOf("x00000000", ""));
 }
 
 TEST_F(Recovery, WithoutBackupsAPlainLoadFailsAndLeavesAll) {

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "SERVICES/Library/LIBStoreIndexSerialisation/StreamIndexParser.h"
 #include "tests/SERVICES/Library/LIBStoreIndexSerialisation/IndexFixture.h"
 
 namespace corvane {
@@ -34,9 +35,9 @@ const LoadCase kLoads[] = {
      "a=one b=two ", false},
     {"EqualUidsLoseTheSecond",
      IndexOf("x00000002", Element("a", 1, "one") + Element("b", 1, "two")), 4, 4, 2, "a=one ",
-     false},
-    {"UidZeroGetsAFreshOne", IndexOf("x00000002", Element("a", 0, "one")), 4, 4, 3, "a=one ",
-     false},
+     true},
+    {"UidZeroGetsAFreshOne", IndexOf("x00000002", Element("a", 0, "one")), 4, 4, 3, "a=one ", true},
+    {"LastUidTooLow", IndexOf("x00000001", kTwo), 2, 2, 2, "a= b= ", true},
     {"EscapedAndNot", IndexOf("x00000001", Element("a", 1, "A&amp;B&lt;&#65;")), 4, 4, 1,
      "a=A&B<A ", false},
     {"ElementsWithoutProperties", IndexOf("x00000001", "<ELEMENT ID='a' UID='1'/>"), 4, 4, 1,
@@ -81,6 +82,13 @@ const MalformedCase kMalformed[] = {
      "Encountered element start tag nested within another element"},
     {kHead + Element("a", 2, "x") + Element("b", 1, "y") + kTail,
      "Encountered element with UID out of order. This UID=1, Previous UID=2, Largest/Last UID=2"},
+    {kHead + Element("a", 0x80000000, "x") + kTail,
+     "Encountered element with UID out of order. This UID=-2147483648, Previous UID=0, "
+     "Largest/Last UID=2"},
+    {IndexOf("1", Element("a", 0xFFFFFFFF, "x")),
+     "Encountered element with UID out of order. This UID=-1, Previous UID=0, Largest/Last UID=1"},
+    {IndexOf("x80000000", ""),
+     "Encountered root element start tag with a LASTUID beyond the largest UID"},
     {kHead + "<ELEMENT ID=\"a UID=1></ELEMENT>" + kTail,
      "Unable to parse ID attribute, Tag=[ELEMENT ID=\"a UID=1]"},
     {kHead + "<ELEMENT UID=\"1\"></ELEMENT>" + kTail,
@@ -118,6 +126,17 @@ TEST_F(StreamReader, TellsTheFirstThingThatIsWrong) {
   events_.clear();
   EXPECT_FALSE(Load(&quiet, kAllProperties));
   EXPECT_TRUE(events_.empty()) << "a quiet load tells the event log nothing";
+}
+
+// A disk that fails says nothing about the file.
+TEST_F(StreamReader, AReadThatFailsIsNoFaultOfTheFile) {
+  WriteIndex(IndexOf("x00000002", kTwo));
+  auto unreadable = platform::File::Open(index_, platform::Access::kWrite, platform::kShareAll,
+                                         platform::Disposition::kOpenExisting);
+  SORTEDSTOREINDEXTYPE index(&files_);
+  IndexKeySet keys;
+  EXPECT_EQ(StreamIndexParser(&index, &unreadable, folder_, {}, &keys).Parse(),
+            ParseResult::kUnreadable);
 }
 
 TEST_F(StreamReader, AFilterAdmitsItsItems) {
@@ -215,6 +234,10 @@ TEST_F(StreamReader, ContactsAndGroupsComeTogether) {
   EXPECT_FALSE(store.Index.Save(folder_, kClassContactsAndGroups, false) &&
                store.Index.LastSaveWorked());
   EXPECT_EQ(IndexText(), IndexOf("x00000002", kTwo));
+  ASSERT_TRUE(platform::DeleteFile(folder_ + "/_groups.xml"));
+  load.level = kKeys;
+  EXPECT_TRUE(store.Index.Load(load));
+  EXPECT_EQ(store.Index.LoadState, kKeys) << "no deeper than the contacts";
 }
 
 }  // namespace
