@@ -180,12 +180,7 @@ TEST_F(Scan, OtherClassesOfMailAreWrittenAsTheirOwn) {
                                                            {kClassMail23, "&#xd83d;&#xde00;"}};
   for (const auto& [messageClass, categories] : kClasses) {
     StoreIndex store(MessageIndexFiles());
-    IndexLoad load;
-    load.store = &store;
-    load.path = folder_;
-    load.messageClass = messageClass;
-    load.forceRescan = true;
-    EXPECT_TRUE(store.Index.Load(load));
+    EXPECT_TRUE(Open(&store, true, false, messageClass));
     EXPECT_NE(IndexText().find("<CATEGORIES>" + std::string(categories) + "</"), std::string::npos)
         << IndexText();
   }
@@ -205,11 +200,7 @@ TEST_F(Scan, ABackupBringsTheFlagsBack) {
   EXPECT_EQ(Items("FLAGSTATUS"), "a.MAI:1=\\SEEN c.MAI:3=\\RECENT ");
   test::WriteBytes(PathOf("_index.xml"), "torn");
   StoreIndex quiet(MessageIndexFiles());
-  IndexLoad load;
-  load.store = &quiet;
-  load.path = folder_;
-  load.forceRescan = true;
-  EXPECT_TRUE(quiet.Index.Load(load));
+  EXPECT_TRUE(Open(&quiet, true, false));
   EXPECT_EQ(Items("FLAGSTATUS"), "a.MAI:1=\\RECENT c.MAI:2=\\RECENT ")
       << "a quiet load restores none";
 }

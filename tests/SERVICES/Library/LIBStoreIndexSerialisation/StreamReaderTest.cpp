@@ -7,6 +7,7 @@ namespace corvane {
 namespace {
 
 using test::Element;
+using test::Holds;
 using test::IndexOf;
 
 class StreamReader : public test::IndexFixture {};
@@ -46,13 +47,13 @@ const LoadCase kLoads[] = {
 
 TEST_F(StreamReader, ReadsEveryFormAsFarAsItIsAsked) {
   for (const LoadCase& c : kLoads) {
+    SCOPED_TRACE(c.name);
     WriteIndex(c.file);
-    StoreIndex store(&files_);
-    EXPECT_TRUE(Load(&store, c.level)) << c.name;
-    EXPECT_EQ(store.Index.LoadState, c.state) << c.name;
-    EXPECT_EQ(store.Index.LastUID, c.lastUid) << c.name;
-    EXPECT_EQ(Items(store), c.items) << c.name;
-    EXPECT_EQ(store.Index.FullRewrite, c.rewrites) << c.name;
+    StoreIndex& store = Loaded(c.level);
+    EXPECT_EQ(store.Index.LoadState, c.state);
+    EXPECT_EQ(store.Index.LastUID, c.lastUid);
+    EXPECT_EQ(Items(store), c.items);
+    EXPECT_EQ(store.Index.FullRewrite, c.rewrites);
   }
   EXPECT_TRUE(events_.empty());
 }
@@ -115,11 +116,11 @@ TEST_F(StreamReader, TellsTheFirstThingThatIsWrong) {
     StoreIndex store(&files_);
     EXPECT_FALSE(Load(&store, kAllProperties, {}, 0, false, true)) << c.message;
     EXPECT_EQ(store.Index.ItemCount(), 0U) << c.message;
+    EXPECT_EQ(IndexText(), c.file) << "without backups nothing is put aside";
     ASSERT_EQ(events_.size(), 2U) << c.message;
-    EXPECT_NE(events_[0].find("] Malformed index detected: " + c.message + " (" + folder_ + ")\n"),
-              std::string::npos)
-        << events_[0];
-    EXPECT_NE(events_[1].find("Failed to deserialise index: " + folder_ + "."), std::string::npos);
+    EXPECT_PRED2(Holds, events_[0],
+                 "] Malformed index detected: " + c.message + " (" + folder_ + ")\n");
+    EXPECT_PRED2(Holds, events_[1], "Failed to deserialise index: " + folder_ + ".");
   }
   WriteIndex("");
   StoreIndex quiet(&files_);
@@ -144,17 +145,16 @@ TEST_F(StreamReader, AFilterAdmitsItsItems) {
   const std::pair<const char*, const char*> kFilters[] = {
       {"b", "b=two "}, {"c,a", "a=one c=three "}, {"*", "a=one b=two c=three "}, {"zz", ""}};
   for (const auto& [filter, items] : kFilters) {
-    StoreIndex store(&files_);
-    EXPECT_TRUE(Load(&store, kAllProperties, filter)) << filter;
-    EXPECT_EQ(Items(store), items) << filter;
+    SCOPED_TRACE(filter);
+    StoreIndex& store = Loaded(kAllProperties, filter);
+    EXPECT_EQ(Items(store), items);
   }
 }
 
 TEST_F(StreamReader, ItemsWithoutTheirFileAreLeftOut) {
   MakeFile("b");
   WriteIndex(IndexOf("x00000002", kTwo + Element("../Inbox/b", 3, "out")));
-  StoreIndex store(&files_);
-  EXPECT_TRUE(Load(&store, kAllProperties, {}, 1));
+  StoreIndex& store = Loaded(kAllProperties, {}, 1);
   EXPECT_EQ(Items(store), "b=two ");
   EXPECT_TRUE(store.Index.FullRewrite);
 }
@@ -165,8 +165,7 @@ TEST_F(StreamReader, ManyTombstonesMakeItReadWholeAndBeRewritten) {
   for (int i = 0; i < 3; ++i) elements += "<ELEMENT ID=\"-\" UID=\"-\"></ELEMENT>";
   WriteIndex(IndexOf("x00000002", elements + kTwo));
   for (const std::int32_t level : {kKeys, kAllProperties}) {
-    StoreIndex store(&files_);
-    EXPECT_TRUE(Load(&store, level, level == kKeys ? "a" : ""));
+    StoreIndex& store = Loaded(level, level == kKeys ? "a" : "");
     EXPECT_EQ(store.Index.LoadState, kAllProperties);
     EXPECT_EQ(Items(store), "a=one b=two ");
     EXPECT_FALSE(store.Index.IsFiltered());
@@ -190,8 +189,7 @@ TEST_F(StreamReader, TextsAreReadAcrossBlocks) {
 
 TEST_F(StreamReader, OffsetsAndLengthsAreThoseOfTheElements) {
   WriteIndex(IndexOf("x00000002", kTwo));
-  StoreIndex store(&files_);
-  ASSERT_TRUE(Load(&store, kKeys));
+  StoreIndex& store = Loaded(kKeys);
   const std::string text = IndexText();
   for (const auto* item : store.Index.Sequence) {
     const std::string element = text.substr(item->GetOffset(), item->GetLength());
@@ -208,7 +206,7 @@ TEST_F(StreamReader, AReaderWaitsForAWriter) {
   EXPECT_FALSE(Load(&store, kAllProperties, {}, 0, false, true));
   EXPECT_EQ(Clock().Slept(), 20 * 2000);
   ASSERT_FALSE(events_.empty());
-  EXPECT_NE(events_[0].find("Failed to open index "), std::string::npos);
+  EXPECT_PRED2(Holds, events_[0], "Failed to open index ");
   EXPECT_TRUE(held.IsOpen());
 }
 
