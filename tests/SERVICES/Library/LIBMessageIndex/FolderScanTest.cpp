@@ -148,7 +148,8 @@ TEST_F(Scan, AnIndexThatIsTornIsPutAsideAndBuiltAnew) {
   EXPECT_NE(test::ReadBytes(PathOf("_index.xml.bak")), "torn too");
 }
 
-// Whoever holds the file keeps it from being read; its flags are there all the same.
+// Whoever holds the file keeps it from being read, though not from being deleted; its flags are
+// there all the same.
 TEST_F(Scan, AnIndexThatCantBeReadNowStaysAsItIs) {
   for (const bool streams : {true, false}) {
     UseStreams(streams, streams);
@@ -159,7 +160,7 @@ TEST_F(Scan, AnIndexThatCantBeReadNowStaysAsItIs) {
     test::WriteBytes(PathOf("_CHANGE.DTY"), "x");
     const std::string before = IndexText();
     auto held = platform::File::Open(PathOf("_index.xml"), platform::Access::kReadWrite,
-                                     platform::kShareNone, platform::Disposition::kOpenExisting);
+                                     {.remove = true}, platform::Disposition::kOpenExisting);
     EXPECT_EQ(Items(), "unreadable");
     EXPECT_EQ(Run(), 0);
     EXPECT_EQ(InsertIntoFolderIndex(folder_, "b.MAI"), 0);
