@@ -100,6 +100,18 @@ bool File::SetEndOfFile() {
   return (position >= 0 && sys::Truncate(descriptor_, position) == 0) || FailWithErrno();
 }
 
+bool File::Reserve(std::uint64_t size) {
+  if (IsOpen() && access_ == Access::kRead) return FailWith(kErrorAccessDenied);
+  struct stat state = {};
+  if (fstat(descriptor_, &state) != 0) return FailWithErrno();
+  const auto end = static_cast<std::int64_t>(size);
+  if (end <= state.st_size) return true;
+  const std::int32_t error = sys::Allocate(descriptor_, state.st_size, end - state.st_size);
+  if (error == 0) return true;
+  if (sys::Truncate(descriptor_, state.st_size) != 0) return FailWithErrno();
+  return FailWith(ErrorFromErrno(error));
+}
+
 bool File::Flush() { return sys::FlushData(descriptor_) == 0 || FailWithErrno(); }
 
 std::optional<FileInfo> File::Info() const {

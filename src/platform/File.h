@@ -83,6 +83,9 @@ class File {
   [[nodiscard]] std::int64_t Position() const;
   // Cuts or extends the file at the file position.
   [[nodiscard]] bool SetEndOfFile();
+  // Makes sure that the file can be written up to `size`, which then is its size unless it is
+  // longer already: what it gains are zeros. False, with the file as it was, when there is no room.
+  [[nodiscard]] bool Reserve(std::uint64_t size);
   // Data and what is needed to find it again are on the disk when this returns true.
   [[nodiscard]] bool Flush();
   [[nodiscard]] std::optional<FileInfo> Info() const;

@@ -104,7 +104,8 @@ std::int32_t NewFile::PlaceNew() {
   return error;
 }
 
-std::int32_t NewFile::PlaceOver() {
+std::int32_t NewFile::PlaceOver(const struct stat& old) {
+  sys::CopyRights(old, descriptor_.Get());
   if (temporary_.empty()) {
     const std::string temporary = TemporaryName(target_);
     int linked = sys::Link(descriptor_.Get(), temporary);
@@ -130,7 +131,7 @@ std::int32_t NewFile::Place() {
     if (error != kErrorFileExists) return error;
     ClaimedFile old;
     error = OpenForDeletion(target_, &old);
-    if (error == 0) return old.mayWrite ? PlaceOver() : kErrorAccessDenied;
+    if (error == 0) return old.mayWrite ? PlaceOver(old.state) : kErrorAccessDenied;
     if (!IsNotThere(error)) return error;
   }
   return kErrorSharingViolation;

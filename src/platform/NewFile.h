@@ -34,8 +34,9 @@ class NewFile {
 
   // Gives it its name, which must be free: 80.
   [[nodiscard]] std::int32_t PlaceNew();
-  // Puts it over the file that has the name. The caller holds that one for deletion.
-  [[nodiscard]] std::int32_t PlaceOver();
+  // Puts it over the file that has the name, whose state is `old`, and whose owner and permissions
+  // it takes over as far as it may. The caller holds that one for deletion.
+  [[nodiscard]] std::int32_t PlaceOver(const struct stat& old);
   // Takes the name whether it is free or not; 32 while somebody holds its file against deletion, 5
   // where that file may not be written to.
   [[nodiscard]] std::int32_t Place();

@@ -89,6 +89,13 @@ int Truncate(int descriptor, std::int64_t size) {
   return Repeat([&] { return ftruncate(descriptor, size); });
 }
 
+int Allocate(int descriptor, std::int64_t offset, std::int64_t size) {
+  if (fault::Meet(FileCall::kTruncate)) return errno;
+  int error = EINTR;
+  while (error == EINTR) error = posix_fallocate(descriptor, offset, size);
+  return error;
+}
+
 int FlushData(int descriptor) {
   if (fault::Meet(FileCall::kFlush)) return -1;
   return Repeat([&] { return fdatasync(descriptor); });
@@ -135,6 +142,20 @@ int Unlink(const std::string& path) {
 
 void CleanUp(const std::string& path) {
   if (!fault::Stopped()) unlink(path.c_str());
+}
+
+void CopyRights(const struct stat& from, int to) {
+  struct stat own = {};
+  if (fstat(to, &own) != 0) return;
+  constexpr mode_t kPermissions = 0777;
+  bool kept = true;
+  if (from.st_gid != own.st_gid) kept = fchown(to, static_cast<uid_t>(-1), from.st_gid) == 0;
+  // Permissions for the old group are not for another one.
+  if (kept && ((from.st_mode ^ own.st_mode) & kPermissions) != 0) {
+    kept = fchmod(to, from.st_mode & kPermissions) == 0;
+  }
+  if (from.st_uid != own.st_uid) kept = fchown(to, from.st_uid, static_cast<gid_t>(-1)) == 0;
+  static_cast<void>(kept);
 }
 
 bool NamesDescriptor(const std::string& path, const struct stat& open) {

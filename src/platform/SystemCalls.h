@@ -46,6 +46,9 @@ class Descriptor {
 // where it can. 0 at the end of the source.
 [[nodiscard]] std::int64_t Copy(int from, std::int64_t offset, int to, std::size_t size);
 [[nodiscard]] int Truncate(int descriptor, std::int64_t size);
+// Gives a file `size` bytes of room from `offset` on, zeros where there was nothing. The errno, or
+// 0. Counted as a truncation.
+[[nodiscard]] int Allocate(int descriptor, std::int64_t offset, std::int64_t size);
 // The data of a file; everything of a directory.
 [[nodiscard]] int FlushData(int descriptor);
 [[nodiscard]] int FlushDirectory(int descriptor);
@@ -57,6 +60,9 @@ class Descriptor {
 [[nodiscard]] int Unlink(const std::string& path);
 // Removes a leftover on the way out of a failure: nothing is reported, nothing is counted.
 void CleanUp(const std::string& path);
+
+// Gives an open file the owner, group and permissions of another, as far as the process may.
+void CopyRights(const struct stat& from, int to);
 
 // Whether `path` names the file that is open as `descriptor`.
 [[nodiscard]] bool NamesDescriptor(const std::string& path, const struct stat& open);

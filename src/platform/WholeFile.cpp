@@ -175,7 +175,8 @@ std::int32_t WholeFile::ReplaceHeld(NewFile* file, const File& held) {
   if (fstat(held.descriptor_, &state) != 0) {
     error = ErrorFromErrno(errno);
   } else {
-    error = sys::NamesDescriptor(file->Target(), state) ? file->PlaceOver() : kErrorFileNotFound;
+    error =
+        sys::NamesDescriptor(file->Target(), state) ? file->PlaceOver(state) : kErrorFileNotFound;
   }
   if (!alone) claim::DropDeletion(held.descriptor_, held.share_);
   return error;

@@ -45,7 +45,8 @@ class WholeFile {
   void SetLastWriteTime(std::int64_t seconds, std::int32_t nanoseconds);
 
   // Puts the file in place. `replace` replaces a file that is there (32 while somebody holds it),
-  // otherwise 80. On failure nothing has changed, but for a failed flush of the directory at the
+  // otherwise 80; as far as the process may, owner, group and permissions stay those of that file.
+  // On failure nothing has changed, but for a failed flush of the directory at the
   // very end: the new file stands then, and may not survive a power failure.
   [[nodiscard]] bool Commit(bool replace, Durability durability);
 

@@ -58,25 +58,21 @@ class DiskTest : public testing::Test {
   Installation installation_;
 };
 
-TEST_F(DiskTest, AFullMailboxSendsTheMessageToBadMail) {
+// Whether the disk is full or can't be written.
+class BadDiskTest : public DiskTest, public testing::WithParamInterface<bool> {};
+
+TEST_P(BadDiskTest, OfAMailboxSendsTheMessageToBadMail) {
   const SmallDisk disk(kDiskBytes, Box("box1"));
   if (!disk.IsMounted()) GTEST_SKIP() << "no right to mount";
-  disk.Fill();
+  fs::create_directories(Box("box1") + "/Inbox");
+  if (GetParam()) disk.Fill();
+  ASSERT_TRUE(GetParam() || disk.MakeReadOnly());
   installation_.RunUntilEmpty();
   EXPECT_EQ(Delivered("box0"), kMessage);
   EXPECT_EQ(BadMail(), kHead + kReason + kBody);
   EXPECT_FALSE(fs::exists(installation_.MailboxFile("box1", NameOf(1)))) << "not even a piece";
 }
-
-TEST_F(DiskTest, AMailboxThatCannotBeWrittenSendsTheMessageToBadMail) {
-  const SmallDisk disk(kDiskBytes, Box("box1"));
-  if (!disk.IsMounted()) GTEST_SKIP() << "no right to mount";
-  fs::create_directories(Box("box1") + "/Inbox");
-  ASSERT_TRUE(disk.MakeReadOnly());
-  installation_.RunUntilEmpty();
-  EXPECT_EQ(Delivered("box0"), kMessage);
-  EXPECT_EQ(BadMail(), kHead + kReason + kBody);
-}
+INSTANTIATE_TEST_SUITE_P(FullOrReadOnly, BadDiskTest, testing::Bool());
 
 TEST_F(DiskTest, WithBadMailFullTooTheMessageStaysInTheQueue) {
   const SmallDisk mailbox(kDiskBytes, Box("box1"));

@@ -48,6 +48,29 @@ class WholeFiles : public testing::TestWithParam<bool> {
   const std::string path_ = root_ / "0.MAI";
 };
 
+// So that what the superuser's tool rewrites stays the service's.
+TEST_P(WholeFiles, KeepTheOwnerAndThePermissionsOfWhatTheyReplace) {
+  const bool held[] = {false, true};
+  for (const bool over : held) {
+    WriteBytes(path_, "old");
+    const ::uid_t owner = geteuid() == 0 ? 65534 : geteuid();
+    ASSERT_EQ(chmod(path_.c_str(), 0660), 0);
+    ASSERT_EQ(chown(path_.c_str(), owner, static_cast<::gid_t>(-1)), 0);
+    if (over) {
+      auto old = File::Open(path_, Access::kReadWrite, kShareNone, Disposition::kOpenExisting);
+      EXPECT_TRUE(WholeFile::Create(path_).CommitOver(old, kShareAll, Durability::kNone).IsOpen());
+    } else {
+      EXPECT_TRUE(WriteWholeFile(path_, "", true, Durability::kNone));
+    }
+    struct stat state = {};
+    ASSERT_EQ(stat(path_.c_str(), &state), 0);
+    EXPECT_EQ(state.st_size, 0);
+    EXPECT_EQ(state.st_uid, owner);
+    EXPECT_EQ(state.st_mode & 0777U, 0660U);
+    ASSERT_TRUE(DeleteFile(path_));
+  }
+}
+
 TEST_P(WholeFiles, AppearAtCommitOnly) {
   {
     WholeFile whole = WholeFile::Create(path_);

@@ -112,6 +112,20 @@ void ShowScan(std::size_t done, std::size_t all) {
   scanBar->Step();
 }
 
+// Whatever stands in the file between the items goes, also what no reader stumbles over.
+bool ScanAndWrite(StoreIndex* store, const Arguments& arguments) {
+  IndexLoad load;
+  load.store = store;
+  load.path = arguments.folder;
+  load.alreadyLocked = true;
+  load.verifyFiles = 1;
+  load.forceRescan = load.recover = true;
+  if (!store->Index.Load(load) || store->Index.NeedsSave()) return false;
+  store->Index.MarkFullRewrite();
+  return store->Index.Save(arguments.folder, arguments.messageClass, true) &&
+         store->Index.LastSaveWorked();
+}
+
 void Rebuild(const Arguments& arguments) {
   RequireFolder(arguments);
   if (arguments.messageClass != kClassMail) {
@@ -121,12 +135,9 @@ void Rebuild(const Arguments& arguments) {
   }
   SetScanProgress(ShowScan);
   StoreIndex store(MessageIndexFiles());
-  IndexLoad load;
-  load.store = &store;
-  load.path = arguments.folder;
-  load.verifyFiles = 1;
-  load.forceRescan = load.recover = true;
-  const bool rebuilt = store.Index.Load(load) && !store.Index.NeedsSave();
+  const bool locked = LockFolderIndex(&store, arguments.folder);
+  const bool rebuilt = locked && ScanAndWrite(&store, arguments);
+  if (locked) UnlockFolderIndex(&store, arguments.folder);
   scanBar.reset();
   if (!rebuilt) ThrowUnwritable(arguments);
   if (arguments.json) {

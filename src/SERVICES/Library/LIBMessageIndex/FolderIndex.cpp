@@ -98,7 +98,9 @@ bool Insert(FolderChange* change, const std::string& folder, const platform::Fou
   std::uint32_t uidCounter = index.GetLastUID();
   const std::uint32_t brand =
       settings::Get(settings::kUidBrandingEnabled) == 0 ? 0 : FolderBrand(folder);
-  return IndexNewFile(&index, folder, file, !knowsItems, brand, &uidCounter) == 1 && change->Save();
+  if (IndexNewFile(&index, folder, file, !knowsItems, brand, &uidCounter) != 1) return false;
+  // A load that scanned the folder has taken it in and written it.
+  return !index.NeedsSave() || change->Save();
 }
 
 }  // namespace
@@ -108,10 +110,16 @@ std::int32_t InsertIntoFolderIndex(const std::string& folder, const std::string&
   const bool counts = platform::IsSafeName(item) && IsIndexedName(item);
   const auto info = counts ? platform::GetFileInfo(path) : std::nullopt;
   if (!info || info->directory) return 0;
-  FolderChange change(folder);
-  if (Insert(&change, folder, {item, *info})) return 1;
-  MarkFolderForScan(folder);
-  return 0;
+  bool inserted = false;
+  try {
+    FolderChange change(folder);
+    inserted = Insert(&change, folder, {item, *info});
+  } catch (...) {
+    MarkFolderForScan(folder);
+    throw;
+  }
+  if (!inserted) MarkFolderForScan(folder);
+  return inserted ? 1 : 0;
 }
 
 IndexChange RemoveFromFolderIndex(const std::string& folder, const std::vector<std::string>& items,

@@ -49,6 +49,14 @@ bool NameBefore(const platform::FoundFile& a, const platform::FoundFile& b) {
   return !less(b.name, a.name) && a.name < b.name;
 }
 
+// A walk over names that ended for another reason has not seen them all.
+bool SawAllNames() {
+  const std::int32_t error = platform::LastError();
+  return error == platform::kErrorNoMoreFiles || error == platform::kErrorFileNotFound;
+}
+
+enum class ScanResult : std::uint8_t { kSaved, kNotSaved, kAbandoned, kNotListed };
+
 // One scan of one folder.
 class FolderScan {
  public:
@@ -61,28 +69,34 @@ class FolderScan {
         brand_(FolderBrand(folder)),
         uidCounter_(index->LastUID) {}
 
-  // False when the walk was ended by the client, or the index could not be written.
-  bool Run() {
+  ScanResult Run() {
     if (socket_ != nullptr) static_cast<void>(socket_->SetBlocking(false));
-    List();
-    const bool ended = !Walk();
-    const bool saved = !ended && Finish();
+    const ScanResult result = Scan();
     if (socket_ != nullptr && !socket_->SetBlocking(true)) {
       platform::PrintConsole("ScanFoldersOrdered::Unable to change socket to BLOCKING\r\n");
     }
-    return saved;
+    return result;
   }
 
  private:
-  void List() {
+  ScanResult Scan() {
+    if (!List()) return ScanResult::kNotListed;
+    if (!Walk()) return ScanResult::kAbandoned;
+    return Finish() ? ScanResult::kSaved : ScanResult::kNotSaved;
+  }
+
+  // False when the folder's names can't be read: what it holds isn't known, then.
+  bool List() {
     const std::size_t limit = settings::Get(settings::kMaximumIndexRows);
     platform::FileFinder finder(folder_ + "\\*.MAI");
     for (std::size_t entries = 1; entries < limit; ++entries) {
       auto found = finder.Next();
-      if (!found) break;
+      if (!found && SawAllNames()) break;
+      if (!found) return false;
       if (!found->info.directory && IsIndexedName(found->name)) files_.push_back(std::move(*found));
     }
     std::sort(files_.begin(), files_.end(), NameBefore);
+    return true;
   }
 
   // False when the client has gone.
@@ -175,12 +189,17 @@ class FolderScan {
     platform::FileFinder finder(folder_ + "\\*.MAI");
     for (std::size_t entries = 1; entries < limit; ++entries) {
       const auto found = finder.Next(false);
-      if (!found) return;
-      if (IsIndexedName(found->name) && !WasListed(*found)) {
+      if (!found && SawAllNames()) return;
+      if (!found || IsNewFile(*found)) {
         MarkFolderForScan(folder_);
         return;
       }
     }
+  }
+
+  [[nodiscard]] bool IsNewFile(const platform::FoundFile& file) const {
+    return IsIndexedName(file.name) && !WasListed(file) &&
+           !platform::DirectoryExists(platform::JoinPath(folder_, file.name));
   }
 
   [[nodiscard]] bool WasListed(const platform::FoundFile& file) const {
@@ -208,27 +227,32 @@ void ClearRecentFlags(SORTEDSTOREINDEXTYPE* index) {
   }
 }
 
-// Loads what is there; what can't be read is kept aside, and all is built anew.
-bool LoadForScan(SORTEDSTOREINDEXTYPE* index, const std::string& folder, bool recover) {
+enum class Found : std::uint8_t { kIndex, kNone, kUnreadable };
+
+// Loads what is there. What breaks the format is kept aside, and all is built anew.
+Found LoadForScan(SORTEDSTOREINDEXTYPE* index, const std::string& folder, bool recover) {
   index->ResetToEmpty();
-  if (!IndexFileExists(folder, kClassMail)) return false;
+  if (!IndexFileExists(folder, kClassMail)) return Found::kNone;
   IndexLoad load;
   load.path = folder;
   load.alreadyLocked = true;
   load.verifyFiles = 1;
   load.useChangeFlag = false;
   load.recover = recover;
-  if (index->Load(load)) return true;
+  if (index->Load(load)) return Found::kIndex;
+  if (!index->FileIsMalformed) return Found::kUnreadable;
   static_cast<void>(DiscardIndex(folder));
   index->ResetToEmpty();
-  return false;
+  return Found::kNone;
 }
 
 std::int32_t ScanLocked(SORTEDSTOREINDEXTYPE* index, const std::string& folder, bool clearRecent,
                         platform::ClientSocket* socket, bool recover) {
-  const bool isNew = !LoadForScan(index, folder, recover);
+  const Found found = LoadForScan(index, folder, recover);
+  if (found == Found::kUnreadable) return 0;
   if (clearRecent) ClearRecentFlags(index);
-  return FolderScan(index, folder, isNew, socket).Run() ? 1 : 0;
+  const ScanResult result = FolderScan(index, folder, found == Found::kNone, socket).Run();
+  return result == ScanResult::kSaved || result == ScanResult::kAbandoned ? 1 : 0;
 }
 
 }  // namespace
@@ -270,8 +294,11 @@ std::int32_t ScanFoldersEx(StoreIndex* store, bool clearRecent, platform::Client
 
 std::int32_t ScanLoadedFolder(SORTEDSTOREINDEXTYPE* index, const std::string& folder) {
   const bool isNew = !IndexFileExists(folder, kClassMail);
-  static_cast<void>(FolderScan(index, folder, isNew, nullptr).Run());
-  return kAllProperties;
+  if (FolderScan(index, folder, isNew, nullptr).Run() != ScanResult::kNotListed) {
+    return kAllProperties;
+  }
+  index->UnInit();
+  return kNotLoaded;
 }
 
 }  // namespace corvane

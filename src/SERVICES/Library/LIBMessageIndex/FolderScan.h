@@ -28,7 +28,8 @@ inline constexpr std::int32_t kAlreadyLocked = 99;
 //   lockMode     kAlreadyLocked, or whether the handle of the lock is kept (1) while it is held
 //   recover      an index that can't be read is told of and put back from its backup
 //
-// The result of the save; 0 without an index or a folder; 1 when the lock can't be had.
+// The result of the save; 0 without an index or a folder, and when the index or the folder can't be
+// read, which leaves both as they are; 1 when the lock can't be had or the client has gone.
 std::int32_t ScanFoldersOrdered(SORTEDSTOREINDEXTYPE* index, const std::string& folder,
                                 bool clearRecent, platform::ClientSocket* socket,
                                 std::int32_t lockMode, bool recover);
@@ -36,8 +37,9 @@ std::int32_t ScanFoldersOrdered(SORTEDSTOREINDEXTYPE* index, const std::string& 
 std::int32_t ScanFoldersEx(StoreIndex* store, bool clearRecent, platform::ClientSocket* socket,
                            std::int32_t lockMode);
 
-// The scan of an index that is loaded already; the state after it. When it could not be written,
-// NeedsSave() says so and _CHANGE.DTY stays. The caller holds the lock.
+// The scan of an index that is loaded already; the state after it, 0 when the folder can't be
+// listed. When it could not be written, NeedsSave() says so and _CHANGE.DTY stays. The caller holds
+// the lock.
 std::int32_t ScanLoadedFolder(SORTEDSTOREINDEXTYPE* index, const std::string& folder);
 
 // How far a scan has come, for a tool that shows it: files done and files in all. Null for none.

@@ -4,6 +4,7 @@
 // aren't saved, meet here: the file is read whole, this object's items take the places of their
 // own elements, new ones go to the end, removed ones leave. Pointers to this object's items stay
 // good.
+#include <algorithm>
 #include <memory>
 
 #include "SERVICES/Library/LIBStoreIndexCore/SORTEDSTOREINDEXTYPE.h"
@@ -35,15 +36,19 @@ class IndexCompletion {
   // An item that was loaded by its keys alone has only what was set since then; the rest is the
   // file's.
   void PutOwnItemsInPlace() {
-    const bool keysOnly = index_->LoadState < kAllProperties;
     for (IndexItemPropertyContainer*& own : held_) {
       IndexItemPropertyContainer* stored = whole_->ByID.Find(own->TextView(kPropertyID));
       if (stored == nullptr) continue;
       own->SetOwner(nullptr);
-      if (keysOnly) AddMissing(*stored, own);
+      if (WasReadByKeys(*own)) AddMissing(*stored, own);
       Replace(stored, own);
       own = nullptr;
     }
+  }
+
+  // One that this object made is whole, and has no place among the elements read.
+  [[nodiscard]] bool WasReadByKeys(const IndexItemPropertyContainer& item) const {
+    return index_->LoadState < kAllProperties && item.GetNumber(PropertyIDX()) != 0;
   }
 
   static void AddMissing(const IndexItemPropertyContainer& stored,
@@ -65,8 +70,13 @@ class IndexCompletion {
     whole_->ByUID[uid] = own;
     whole_->ByID.Erase(stored->TextView(kPropertyID));
     static_cast<void>(whole_->ByID.Insert(own));
-    const std::size_t position = stored->GetNumber(PropertySEQ()) - 1;
-    whole_->Sequence[position] = own;
+    auto& sequence = whole_->Sequence;
+    std::size_t position = stored->GetNumber(PropertySEQ()) - std::size_t{1};
+    if (position >= sequence.size() || sequence[position] != stored) {
+      position = static_cast<std::size_t>(std::find(sequence.begin(), sequence.end(), stored) -
+                                          sequence.begin());
+    }
+    if (position < sequence.size()) sequence[position] = own;
     own->SetNumber(PropertySEQ(), static_cast<std::uint32_t>(position + 1));
     delete stored;
   }

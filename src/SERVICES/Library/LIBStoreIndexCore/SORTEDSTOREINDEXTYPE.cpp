@@ -18,6 +18,26 @@ std::vector<std::string> SplitList(std::string_view list) {
   return parts;
 }
 
+// The lock of a folder for as long as this lives; nothing where the caller has it.
+class FolderLock {
+ public:
+  FolderLock(StoreIndex* store, const std::string& folder, bool alreadyLocked)
+      : store_(alreadyLocked ? nullptr : store),
+        folder_(folder),
+        held_(alreadyLocked || (store != nullptr && LockFolderIndex(store, folder))) {}
+  ~FolderLock() {
+    if (held_ && store_ != nullptr) UnlockFolderIndex(store_, folder_);
+  }
+  FolderLock(const FolderLock&) = delete;
+  FolderLock& operator=(const FolderLock&) = delete;
+  [[nodiscard]] bool IsHeld() const { return held_; }
+
+ private:
+  StoreIndex* store_;
+  const std::string folder_;
+  const bool held_;
+};
+
 }  // namespace
 
 SORTEDSTOREINDEXTYPE::~SORTEDSTOREINDEXTYPE() { UnInit(); }
@@ -55,6 +75,7 @@ void SORTEDSTOREINDEXTYPE::ResetToEmpty() {
 
 bool SORTEDSTOREINDEXTYPE::InsertItem(IndexItemPropertyContainer* item, bool keepUID) {
   std::uint32_t uid = item->GetNumber(kPropertyUID);
+  if (uid > kLargestUid || (uid == 0 && LastUID >= kLargestUid)) return false;
   if (uid > LastUID) {
     LastUID = uid;
   } else if (uid == 0) {
@@ -187,9 +208,11 @@ bool SORTEDSTOREINDEXTYPE::Load(const IndexLoad& load) {
     IndexLoad part = wanted;
     part.messageClass = kClassContacts;
     reached = LoadOne(part, false);
+    const std::int32_t contacts = LoadState;
     part.messageClass = kClassGroups;
     part.useChangeFlag = part.forceRescan = part.recover = false;
     reached = reached && LoadOne(part, true);
+    LoadState = std::min(contacts, LoadState);
   } else {
     reached = LoadOne(wanted, false);
   }
@@ -199,8 +222,8 @@ bool SORTEDSTOREINDEXTYPE::Load(const IndexLoad& load) {
 
 bool SORTEDSTOREINDEXTYPE::LoadOne(const IndexLoad& load, bool append) {
   if (load.store != nullptr) load.store->FolderPath = load.path;
-  const bool locks = !load.alreadyLocked;
-  if (locks && (load.store == nullptr || !LockFolderIndex(load.store, load.path))) return false;
+  const FolderLock lock(load.store, load.path, load.alreadyLocked);
+  if (!lock.IsHeld()) return false;
   KeyFilter = load.keyFilter;
   LoadState = files_->Read(this, {.path = load.path,
                                   .messageClass = load.messageClass,
@@ -211,7 +234,6 @@ bool SORTEDSTOREINDEXTYPE::LoadOne(const IndexLoad& load, bool append) {
                                   .useChangeFlag = load.useChangeFlag,
                                   .forceRescan = load.forceRescan,
                                   .quiet = !load.recover});
-  if (locks) UnlockFolderIndex(load.store, load.path);
   return LoadState >= load.level;
 }
 
@@ -221,13 +243,8 @@ bool SORTEDSTOREINDEXTYPE::EnsureLoaded(std::int32_t level) {
   deeper.level = level;
   deeper.skipIfLoaded = false;
   if (!HasPendingChanges()) return Load(deeper);
-  const bool locks = !deeper.alreadyLocked;
-  if (locks && (deeper.store == nullptr || !LockFolderIndex(deeper.store, deeper.path))) {
-    return false;
-  }
-  const bool complete = CompleteFromFile(deeper.path, deeper.messageClass);
-  if (locks) UnlockFolderIndex(deeper.store, deeper.path);
-  return complete && LoadState >= level;
+  const FolderLock lock(deeper.store, deeper.path, deeper.alreadyLocked);
+  return lock.IsHeld() && CompleteFromFile(deeper.path, deeper.messageClass) && LoadState >= level;
 }
 
 bool SORTEDSTOREINDEXTYPE::WriteChanges(const std::string& path, std::int32_t messageClass) {
@@ -242,9 +259,9 @@ bool SORTEDSTOREINDEXTYPE::WriteChanges(const std::string& path, std::int32_t me
 bool SORTEDSTOREINDEXTYPE::Save(const std::string& path, std::int32_t messageClass,
                                 bool alreadyLocked) {
   lastSaveWorked_ = false;
-  if (!alreadyLocked && (Store == nullptr || !LockFolderIndex(Store, path))) return false;
+  const FolderLock lock(Store, path, alreadyLocked);
+  if (!lock.IsHeld()) return false;
   lastSaveWorked_ = WriteChanges(path, messageClass);
-  if (!alreadyLocked) UnlockFolderIndex(Store, path);
   return true;
 }
 

@@ -26,8 +26,10 @@ namespace corvane {
 
 struct StoreIndex;
 
-// The largest UID, "*" in a range.
+// "*" in a range.
 inline constexpr std::uint32_t kUidStar = 0xFFFFFFFF;
+// UIDs are compared as signed numbers.
+inline constexpr std::uint32_t kLargestUid = 0x7FFFFFFF;
 
 // The arguments of a load.
 struct IndexLoad {
@@ -67,7 +69,7 @@ class SORTEDSTOREINDEXTYPE final : public IndexItemOwner {
   void ResetToEmpty();
 
   // Items. The index takes the container over when it was added; otherwise the handle keeps it. An
-  // ID that is there already is refused.
+  // ID that is there already is refused, and a UID beyond the largest.
   bool AddItem(IndexItem* handle);
   // Enters the maps alone. A UID that is taken is refused with `keepUID`, and otherwise makes way:
   // the item is found under the next free one, and its own UID property stays.
@@ -124,6 +126,7 @@ class SORTEDSTOREINDEXTYPE final : public IndexItemOwner {
   std::int64_t FileTime = 0;  // nanoseconds since 1970, of the file when it was read
   std::uint64_t FileSize = 0;
   std::uint32_t FileLastUID = 0;  // the header's LASTUID when it was read
+  bool FileIsMalformed = false;   // what made the last reading fail is the file's content
   std::string KeyFilter;          // the filter in force
 
  private:

@@ -3,13 +3,14 @@
 #include "CLIENTS/CVMAPI/CVMSLIB/common/FileManagement.h"
 #include "connector/logs/ExceptionReport.h"
 #include "platform/Clock.h"
+#include "platform/Error.h"
 #include "platform/FileSystem.h"
 
 namespace corvane {
 namespace {
 
 constexpr int kDiscardTries = 10;
-constexpr std::int64_t kDiscardWaitMilliseconds = 1000;
+constexpr std::int64_t kTryWaitMilliseconds = 1000;
 constexpr std::int32_t kDeleteTries = 15;
 constexpr std::int64_t kSecondsFrom1601To1970 = 11'644'473'600;
 constexpr int kFirstYear = 1601;
@@ -60,19 +61,28 @@ void CreateIndexBackup(const std::string& folder) {
 bool RestoreIndexBackup(const std::string& folder) {
   if (!IndexBackupExists(folder)) return false;
   DeleteWithRetry(BadOf(folder), 1, kDeleteTries);
-  static_cast<void>(CopyOver(IndexOf(folder), BadOf(folder)));
-  DeleteWithRetry(IndexOf(folder), 1, kDeleteTries);
-  if (!CopyOver(BackupOf(folder), IndexOf(folder))) return false;  // LastError() says why
+  if (platform::FileExists(IndexOf(folder)) && !CopyOver(IndexOf(folder), BadOf(folder))) {
+    return false;  // LastError() says why
+  }
+  // In one step, so that a copy that fails leaves the index where the next load finds the backup.
+  for (int tries = 1; !CopyOver(BackupOf(folder), IndexOf(folder)); ++tries) {
+    if (platform::LastError() != platform::kErrorSharingViolation || tries > kDeleteTries) {
+      return false;
+    }
+    platform::SleepFor(kTryWaitMilliseconds);
+  }
   TouchFile(IndexOf(folder));
   return true;
 }
 
 bool DiscardIndex(const std::string& folder) {
   if (!platform::FileExists(IndexOf(folder))) return true;
-  static_cast<void>(CopyOver(IndexOf(folder), BadOf(folder)));
+  if (!CopyOver(IndexOf(folder), BadOf(folder))) {
+    return platform::MoveFile(IndexOf(folder), BadOf(folder), true);
+  }
   for (int tries = 1; !platform::DeleteFile(IndexOf(folder)); ++tries) {
     if (tries == kDiscardTries) return false;
-    platform::SleepFor(kDiscardWaitMilliseconds);
+    platform::SleepFor(kTryWaitMilliseconds);
   }
   return true;
 }

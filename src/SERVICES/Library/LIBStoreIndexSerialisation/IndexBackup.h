@@ -14,10 +14,11 @@ namespace corvane {
 [[nodiscard]] std::int64_t IndexBackupAge(const std::string& folder);
 // Copies the index over the backup, which counts as made now.
 void CreateIndexBackup(const std::string& folder);
-// Keeps the index as .bad and puts the backup in its place. False when there is none or it can't be
-// copied.
+// Keeps the index as .bad and puts the backup in its place. False when there is none, or when one
+// of the two can't be copied: what can't be kept stays where it is.
 [[nodiscard]] bool RestoreIndexBackup(const std::string& folder);
-// Keeps the index as .bad and deletes it, up to 10 tries a second apart. True when it is gone.
+// Keeps the index as .bad and deletes it, up to 10 tries a second apart; what can't be copied is
+// renamed. True when it is gone.
 [[nodiscard]] bool DiscardIndex(const std::string& folder);
 void DeleteIndexBackup(const std::string& folder);
 

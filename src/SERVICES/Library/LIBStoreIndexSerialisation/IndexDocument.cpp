@@ -39,12 +39,12 @@ class FileWriter : public pugi::xml_writer {
 
 }  // namespace
 
-bool LoadDocument(const std::string& path, pugi::xml_document* document) {
+DocumentResult LoadDocument(const std::string& path, pugi::xml_document* document) {
   const auto text = platform::ReadWholeFile(path);
   if (!text) {
     const std::int32_t error = platform::LastError();
     PrintFailure(static_cast<std::uint32_t>(error), {}, platform::ErrorText(error).c_str());
-    return false;
+    return DocumentResult::kUnreadable;
   }
   const pugi::xml_parse_result result =
       document->load_buffer(text->data(), text->size(), kParseOptions, pugi::encoding_utf8);
@@ -52,16 +52,18 @@ bool LoadDocument(const std::string& path, pugi::xml_document* document) {
     const auto at = std::min<std::size_t>(static_cast<std::size_t>(result.offset), text->size());
     PrintFailure(static_cast<std::uint32_t>(result.status), std::string_view(*text).substr(0, at),
                  result.description());
-    return false;
+    const bool ours =
+        result.status == pugi::status_out_of_memory || result.status == pugi::status_internal_error;
+    return ours ? DocumentResult::kUnreadable : DocumentResult::kMalformed;
   }
   if (!document->document_element()) {
     platform::PrintConsoleF(
         "Error: The document \"%s\" was loaded, but the documentElement could not be accessed. "
         "There may be invalid permissions set on this object.\n",
         path.c_str());
-    return false;
+    return DocumentResult::kMalformed;
   }
-  return true;
+  return DocumentResult::kRead;
 }
 
 bool SaveDocument(const std::string& path, const pugi::xml_document& document) {

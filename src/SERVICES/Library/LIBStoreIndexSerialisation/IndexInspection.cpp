@@ -121,6 +121,7 @@ class IndexCheck {
     while (const auto found = finder.Next(false)) {
       const std::string& name = found->name;
       if (!IsIndexedName(name) || index_.ByID.Find(name) != nullptr) continue;
+      if (platform::DirectoryExists(platform::JoinPath(folder_, name))) continue;
       faults_.push_back(Quoted(name) + " lies in the folder and isn't in the index" +
                         (marked ? " (the folder is marked as changed)" : ""));
     }

@@ -29,6 +29,7 @@ bool IndexReadStream::Fill() {
   const std::int64_t got = file_->Read(buffer_.data() + end_, buffer_.size() - end_);
   if (got <= 0) {
     atEnd_ = true;
+    failed_ = got < 0;
     return false;
   }
   end_ += static_cast<std::size_t>(got);

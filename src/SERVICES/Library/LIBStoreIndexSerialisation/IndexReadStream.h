@@ -31,6 +31,8 @@ class IndexReadStream {
   }
   // Hands out so many bytes of it.
   void Skip(std::size_t bytes) { begin_ += bytes; }
+  // The end came early: the file couldn't be read on.
+  [[nodiscard]] bool Failed() const { return failed_; }
   // Bytes handed out so far.
   [[nodiscard]] std::uint64_t Consumed() const { return base_ + begin_; }
 
@@ -48,6 +50,7 @@ class IndexReadStream {
   std::size_t end_ = 0;
   std::uint64_t base_ = 0;  // the file offset of the buffer's first byte
   bool atEnd_ = false;
+  bool failed_ = false;
 };
 
 }  // namespace corvane

@@ -55,7 +55,8 @@ class DocumentReader {
   DocumentReader(SORTEDSTOREINDEXTYPE* index, const IndexRead& read)
       : index_(index), verifies_(read.verifyFiles > 0), files_(read.path, false) {}
 
-  void Read(const pugi::xml_node& root, bool append) {
+  // False for a file with a number that no UID can have.
+  [[nodiscard]] bool Read(const pugi::xml_node& root, bool append) {
     if (!append) {
       index_->UnInit();
     }
@@ -64,11 +65,21 @@ class DocumentReader {
     for (const pugi::xml_node& element : root.children()) {
       if (element.type() != pugi::node_element) continue;
       auto item = std::make_unique<IndexItemPropertyContainer>();
-      if (!Fill(element, item.get())) continue;
+      if (!Fill(element, item.get())) {
+        mends_ = true;
+        continue;
+      }
+      const std::uint32_t uid = item->GetNumber(kPropertyUID);
+      largest_ = std::max(largest_, uid);
       item->SetNumber(PropertyIDX(), idx++);
-      if (index_->InsertItem(item.get(), false)) static_cast<void>(item.release());
+      const bool entered = index_->InsertItem(item.get(), false);
+      mends_ = mends_ || !entered || uid == 0;
+      if (entered) static_cast<void>(item.release());
     }
     index_->SequenceFromUIDs();
+    // What was left out, and numbers that were given anew, change the file with the next save.
+    if (!append && (mends_ || index_->LastUID != index_->FileLastUID)) index_->MarkFullRewrite();
+    return largest_ <= kLargestUid;
   }
 
  private:
@@ -82,6 +93,7 @@ class DocumentReader {
     }
     index_->LastUID = append ? std::max(index_->LastUID, value) : value;
     index_->FileLastUID = value;
+    largest_ = value;
     if (attribute && lastUid.isNewForm) return;
     index_->KeyFilter.clear();
     index_->MarkFullRewrite();
@@ -90,7 +102,8 @@ class DocumentReader {
   bool Fill(const pugi::xml_node& element, IndexItemPropertyContainer* item) {
     for (const pugi::xml_attribute& attribute : element.attributes()) {
       const std::string_view name = attribute.name();
-      if (indexformat::IsTombstone(attribute.value())) return false;
+      const bool empty = *attribute.value() == '\0';
+      if (!empty && indexformat::IsTombstone(attribute.value())) return false;
       if (verifies_ && name == "ID" && !files_.Has(attribute.value())) return false;
       item->SetText(name, attribute.value(), false);
     }
@@ -104,6 +117,8 @@ class DocumentReader {
   SORTEDSTOREINDEXTYPE* index_;
   const bool verifies_;
   FolderNames files_;
+  std::uint32_t largest_ = 0;
+  bool mends_ = false;
 };
 
 void AppendItem(pugi::xml_node root, const IndexItemPropertyContainer& item) {
@@ -142,12 +157,19 @@ std::int32_t MSXMLStoreIndexSerialiser::DeserialiseHook(SORTEDSTOREINDEXTYPE* in
                                                         const IndexRead& read) {
   const std::string path = IndexFilePath(read.path, read.messageClass);
   pugi::xml_document document;
-  if (!LoadDocument(path, &document)) {
+  index->FileIsMalformed = false;
+  const DocumentResult result = LoadDocument(path, &document);
+  if (result != DocumentResult::kRead) {
     LogDebug("Failed to load DOM: " + path + "\n");
+    index->FileIsMalformed = result == DocumentResult::kMalformed;
     return kNotLoaded;
   }
   index->KeyFilter.clear();
-  DocumentReader(index, read).Read(document.document_element(), read.append);
+  if (!DocumentReader(index, read).Read(document.document_element(), read.append)) {
+    if (!read.append) index->UnInit();
+    index->FileIsMalformed = true;
+    return kNotLoaded;
+  }
   index->FileTime = IndexFileTime(read.path, read.messageClass);
   return kAllProperties;
 }

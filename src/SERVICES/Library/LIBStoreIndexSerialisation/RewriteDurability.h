@@ -1,8 +1,7 @@
-// RewriteDurability.h -- how durable a rewritten index is.
+// RewriteDurability.h -- how durable a written index is.
 //
-// Its bytes are on the disk before it takes the old one's place, unless durability was given up for
-// speed. A change in place isn't flushed: what a power failure takes of it, the next scan brings
-// back.
+// A message that is in the index has no other mark that it was delivered, so the index is on the
+// disk before its save counts as done, unless durability was given up for speed.
 #pragma once
 
 #include "connector/settings/Settings.h"
@@ -12,7 +11,7 @@ namespace corvane {
 
 [[nodiscard]] inline platform::Durability RewriteDurability() {
   return settings::Get(settings::kDeliveryDurability) == 0 ? platform::Durability::kNone
-                                                           : platform::Durability::kData;
+                                                           : platform::Durability::kDataAndName;
 }
 
 }  // namespace corvane

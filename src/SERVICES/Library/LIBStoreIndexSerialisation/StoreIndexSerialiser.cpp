@@ -42,9 +42,10 @@ class LoadFrame {
     }
   }
 
-  // What was done about a file that can't be read, in words.
+  // What was done about a file that can't be read, in words. One that is whole but couldn't be read
+  // now is left alone.
   std::string Recover() {
-    if (!UsesBackup()) return {};
+    if (!UsesBackup() || !index_->FileIsMalformed) return {};
     if (!serialiser_->IndexXMLBackupExists(read_.path)) {
       serialiser_->DiscardCorruptIndex(read_.path);
       return "Unable to find recovery index. Recovering Index (there may be some flag loss)";
@@ -55,7 +56,7 @@ class LoadFrame {
     }
     IndexRead rescan = read_;
     rescan.verifyFiles = 1;
-    index_->LoadState = RescanFolder(serialiser_, index_, rescan, scans_);
+    index_->LoadState = RescanFolder(serialiser_, index_, rescan, scans_, true);
     if (index_->LoadState != kNotLoaded) return "Successfully loaded recovery index.";
     serialiser_->IndexXMLDeleteBackupSerialisation(read_.path);
     return "Backup Index is also corrupt.";

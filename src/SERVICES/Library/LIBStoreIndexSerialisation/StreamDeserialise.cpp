@@ -37,6 +37,7 @@ class StreamRead {
 
   std::int32_t Run() {
     const std::int64_t started = platform::CurrentClock().Monotonic();
+    index_->FileIsMalformed = false;
     if (!read_.append) {
       index_->UnInit();
       index_->KeyFilter = read_.keyFilter;
@@ -103,7 +104,7 @@ class StreamRead {
       return kNotLoaded;
     }
     const indexformat::LastUid lastUid = indexformat::ParseLastUid(text);
-    if (!lastUid.isNewForm) return kNotLoaded;
+    if (!lastUid.isNewForm || lastUid.value > kLargestUid) return kNotLoaded;
     index_->LastUID = read_.append ? std::max(index_->LastUID, lastUid.value) : lastUid.value;
     index_->FileLastUID = lastUid.value;
     if (head[indexformat::kHeaderSlashAt] == '/') {
@@ -116,13 +117,18 @@ class StreamRead {
   ParseResult Parse() {
     StreamIndexParser parser(index_, &file_, read_.path, read_, &keys_);
     const ParseResult result = parser.Parse();
-    if (result == ParseResult::kMalformed) {
+    if (result == ParseResult::kMalformed || result == ParseResult::kUnreadable) {
       if (!read_.append) index_->UnInit();
-      if (!read_.quiet) {
-        ReportIndex("Malformed index detected: " + parser.Message() + " (" + read_.path + ")\n");
-      }
+      index_->FileIsMalformed = result == ParseResult::kMalformed;
+      if (!read_.quiet) TellFault(parser.Message());
     }
     return result;
+  }
+
+  void TellFault(const std::string& fault) {
+    ReportIndex(index_->FileIsMalformed
+                    ? "Malformed index detected: " + fault + " (" + read_.path + ")\n"
+                    : "Failed to read index " + path_ + " (" + fault + ").");
   }
 
   SORTEDSTOREINDEXTYPE* index_;

@@ -5,6 +5,7 @@
 
 #include "SERVICES/Library/LIBStoreIndexSerialisation/IndexFormat.h"
 #include "connector/settings/Settings.h"
+#include "platform/Error.h"
 #include "platform/Path.h"
 
 namespace corvane {
@@ -131,6 +132,9 @@ void StreamIndexParser::StartRoot(std::string_view tag) {
   newForm_ = found && lastUid.isNewForm;
   index_->LastUID = append_ ? std::max(index_->LastUID, lastUid.value) : lastUid.value;
   index_->FileLastUID = lastUid.value;
+  if (lastUid.value > kLargestUid) {
+    Fail("Encountered root element start tag with a LASTUID beyond the largest UID");
+  }
   const bool ends = tag.find('/') != std::string_view::npos;
   if (!newForm_ || ends) ForgetFilter();
   if (ends) rootEnded_ = true;
@@ -165,6 +169,7 @@ void StreamIndexParser::StartElement(const IndexReadStream::Piece& piece) {
   inElement_ = true;
   hasItem_ = false;
   hasID_ = false;
+  hasUid_ = false;
   previousName_ = 0;
   batch_.Clear();
   itemOffset_ = piece.tagOffset;
@@ -188,7 +193,7 @@ bool StreamIndexParser::TakeAttributes(std::string_view tag) {
       ++tombstones_;
       return false;
     }
-    if (newForm_ && attribute.name == "UID") CheckUidOrder(attribute.value);
+    if (attribute.name == "UID") CheckUidOrder(attribute.value);
     attribute.value = indexformat::DecodeAttribute(attribute.value, &decoded_);
     if (!Admits(attribute)) return false;
     hasItem_ = true;
@@ -196,7 +201,7 @@ bool StreamIndexParser::TakeAttributes(std::string_view tag) {
       hasID_ = !attribute.value.empty();
       batch_.AddText(kPropertyID, attribute.value);
     } else if (attribute.name == "UID") {
-      batch_.AddNumber(kPropertyUID, NumberOfText(attribute.value));
+      TakeUid(attribute.value);
     } else if (const PropertyId id = Lookup(attribute.name); id.Type == kPropertyNumber) {
       batch_.AddNumber(id, NumberOfText(attribute.value));
     } else {
@@ -205,8 +210,16 @@ bool StreamIndexParser::TakeAttributes(std::string_view tag) {
   }
 }
 
-void StreamIndexParser::CheckUidOrder(std::string_view value) {
+void StreamIndexParser::TakeUid(std::string_view value) {
   const std::uint32_t uid = NumberOfText(value);
+  hasUid_ = uid != 0;
+  batch_.AddNumber(kPropertyUID, uid);
+}
+
+// As a signed number, so that one beyond the largest counts as lower.
+void StreamIndexParser::CheckUidOrder(std::string_view value) {
+  const auto uid = static_cast<std::int32_t>(NumberOfText(value));
+  if (!newForm_ && uid >= 0) return;
   if (uid < lastUid_) {
     Fail("Encountered element with UID out of order. This UID=" + std::to_string(uid) +
          ", Previous UID=" + std::to_string(lastUid_) +
@@ -241,7 +254,11 @@ void StreamIndexParser::EndElement() {
   item->Take(batch_);
   item->SetOffset(itemOffset_);
   item->SetLength(static_cast<std::uint32_t>(itemEnd_ - itemOffset_));
-  if (!index_->InsertItem(item.get(), !append_)) return;
+  mistaken_ = mistaken_ || !hasUid_;
+  if (!index_->InsertItem(item.get(), !append_)) {
+    mistaken_ = true;
+    return;
+  }
   if (atEnd) index_->Sequence.push_back(item.get());
   static_cast<void>(item.release());
 }
@@ -355,7 +372,32 @@ void StreamIndexParser::StoreProperty(PropertyId id, std::string_view text) {
   }
 }
 
+void StreamIndexParser::CheckRoot() {
+  if (!rootStarted_) {
+    std::string first(kFirstBytes, '\0');
+    const std::int64_t got = file_->Seek(0) ? file_->Read(first.data(), first.size()) : 0;
+    first.resize(static_cast<std::size_t>(std::max<std::int64_t>(got, 0)));
+    const auto info = file_->Info();
+    Fail("Did not find root element start tag [" + std::to_string(info ? info->size : 0) + ":" +
+         first + "]");
+  }
+  if (!rootEnded_) Fail("Did not find root element end tag");
+}
+
+// What the next reader would stumble over is written anew with the next save. A file that would be
+// written just as it is stays.
+void StreamIndexParser::MarkWhatIsToBeMended() {
+  const bool verified = verifyFiles_ >= 1 && level_ == kAllProperties;
+  const bool compact = tombstones_ == 0 && !dropped_ && Elements() == index_->ItemCount();
+  const bool mistaken = mistaken_ || index_->LastUID != index_->FileLastUID;
+  if ((mistaken && !append_) || (verified && (append_ || !compact))) index_->MarkFullRewrite();
+}
+
 ParseResult StreamIndexParser::Finish() {
+  if (stream_.Failed()) {
+    Fail(platform::ErrorText(platform::LastError()));
+    return ParseResult::kUnreadable;
+  }
   // Items of an old form, and those before the root, have no position yet.
   if (!append_ && index_->Sequence.size() != index_->ByUID.size()) index_->SequenceFromUIDs();
   if (NeedsAll() && !append_) {
@@ -371,21 +413,9 @@ ParseResult StreamIndexParser::Finish() {
       return ParseResult::kStartAgain;
     }
   }
-  if (!rootStarted_) {
-    std::string first(kFirstBytes, '\0');
-    const std::int64_t got = file_->Seek(0) ? file_->Read(first.data(), first.size()) : 0;
-    first.resize(static_cast<std::size_t>(std::max<std::int64_t>(got, 0)));
-    const auto info = file_->Info();
-    Fail("Did not find root element start tag [" + std::to_string(info ? info->size : 0) + ":" +
-         first + "]");
-  }
-  if (!rootEnded_) Fail("Did not find root element end tag");
+  CheckRoot();
   if (!valid_) return ParseResult::kMalformed;
-  // A file that would be written just as it is stays.
-  const bool compact = tombstones_ == 0 && !dropped_ && Elements() == index_->ItemCount();
-  if (verifyFiles_ >= 1 && level_ == kAllProperties && (append_ || !compact)) {
-    index_->MarkFullRewrite();
-  }
+  MarkWhatIsToBeMended();
   return ParseResult::kGood;
 }
 

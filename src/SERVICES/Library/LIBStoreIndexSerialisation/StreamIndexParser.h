@@ -25,7 +25,12 @@ namespace corvane {
 using IndexKeySet = std::unordered_set<std::string>;
 [[nodiscard]] IndexKeySet MakeKeySet(std::string_view keyFilter);
 
-enum class ParseResult : std::int32_t { kMalformed = 0, kGood = 1, kStartAgain = 2 };
+enum class ParseResult : std::int32_t {
+  kMalformed = 0,  // the file breaks the format
+  kGood = 1,
+  kStartAgain = 2,
+  kUnreadable = 3,  // the file itself couldn't be read to its end, and may be good
+};
 
 class StreamIndexParser {
  public:
@@ -57,6 +62,7 @@ class StreamIndexParser {
   bool TakeAttributes(std::string_view tag);
   [[nodiscard]] bool Admits(const Attribute& attribute);
   void CheckUidOrder(std::string_view value);
+  void TakeUid(std::string_view value);
   void EndElement();
   void CheckPlaceOfProperty(std::string_view tag);
   void StartProperty(std::string_view tag);
@@ -75,6 +81,8 @@ class StreamIndexParser {
   // An old form read by its keys: it can only be read whole.
   [[nodiscard]] bool NeedsAll() const { return rootStarted_ && !newForm_ && level_ == kKeys; }
   [[nodiscard]] ParseResult Finish();
+  void CheckRoot();
+  void MarkWhatIsToBeMended();
 
   // A property name of this pass, its slot, and which name followed it last time. The first entry
   // stands for the beginning of an element.
@@ -105,6 +113,7 @@ class StreamIndexParser {
   bool inElement_ = false;
   bool hasItem_ = false;
   bool hasID_ = false;
+  bool hasUid_ = false;
   std::uint64_t itemOffset_ = 0;
   std::uint64_t itemEnd_ = 0;
   PropertyBatch batch_;
@@ -113,9 +122,10 @@ class StreamIndexParser {
   std::size_t previousName_ = 0;
   std::size_t current_;  // the open property, kNoName for none
   std::uint32_t idx_ = 1;
-  std::uint32_t lastUid_ = 0;
+  std::int32_t lastUid_ = 0;
   std::uint32_t tombstones_ = 0;
-  bool dropped_ = false;  // an item whose file has gone
+  bool dropped_ = false;   // an item whose file has gone
+  bool mistaken_ = false;  // an element that stands twice or has no UID
   std::string decoded_;
 };
 

@@ -137,11 +137,10 @@ platform::File StreamSave::OpenFile() {
   return {};
 }
 
-// 1, 0, or -1 with nothing written: the whole file has to be written.
-std::int32_t StreamSave::SaveInPlace() {
+bool StreamSave::OpenInPlace() {
   file_ = OpenFile();
   const auto info = file_ ? file_.Info() : std::nullopt;
-  if (!info) return 0;
+  if (!info) return false;
   stream_.emplace(&file_, info->size, settings::Get(settings::kIndexWriteCacheSize));
   trailer_ = TrailerOffset(&*stream_);
   elements_.emplace(messageClass_);
@@ -149,22 +148,50 @@ std::int32_t StreamSave::SaveInPlace() {
     positions_.emplace(PositionFilePath(folder_, messageClass_), index_->ItemCount());
     if (index_->IsFiltered() || index_->FirstModifiedUID == 0) positions_->Disable();
   }
+  return true;
+}
+
+// -1 when the whole file can be written instead.
+std::int32_t StreamSave::GiveUpInPlace() {
+  stream_.reset();
+  positions_.reset();
+  file_ = {};
+  if (index_->IsPartial() && !Complete()) return 0;
+  index_->MarkFullRewrite();
+  return -1;
+}
+
+// Old elements are written over only when the new ones have room: on a full disk the file stays as
+// it is. What goes behind the old elements can be taken back.
+bool StreamSave::ReserveRoom(std::uint64_t end) {
+  if (end <= stream_->OldSize() || file_.Reserve(end)) return true;
+  LogAndReportIndex("Failed to serialise index: " + path_ + ". There is no room for it (" +
+                    platform::ErrorText(platform::LastError()) + "); nothing was written.\n");
+  return false;
+}
+
+bool StreamSave::FinishInPlace(std::uint64_t newEnd) {
+  if (newEnd != 0 && newEnd < stream_->OldSize() && !CutFile(newEnd)) return false;
+  if (RewriteDurability() == platform::Durability::kNone || file_.Flush()) return true;
+  LogAndReportIndex("Failed to serialise index: " + path_ + ". It could not be made durable (" +
+                    platform::ErrorText(platform::LastError()) + ").\n");
+  return false;
+}
+
+// 1, 0, or -1 with nothing written: the whole file has to be written.
+std::int32_t StreamSave::SaveInPlace() {
+  if (!OpenInPlace()) return 0;
   const bool writes = index_->FirstModifiedUID != 0;
   const Start start = writes ? FindStart() : Start{};
   // Behind a file that was cut short nothing may be added.
-  const bool hasEnd = !start.isNew || trailer_ != info->size;
+  const bool hasEnd = !start.isNew || trailer_ != stream_->OldSize();
+  std::uint64_t end = 0;
   const bool sound = HeaderIsInPlace() && RemovedAreInPlace() &&
-                     (!writes || (start.item != nullptr && hasEnd && GapsAreSound(start)));
-  if (!sound) {
-    stream_.reset();
-    positions_.reset();
-    file_ = {};
-    if (index_->IsPartial() && !Complete()) return 0;
-    index_->MarkFullRewrite();
-    return -1;
-  }
+                     (!writes || (start.item != nullptr && hasEnd && Measure(start, &end)));
+  if (!sound) return GiveUpInPlace();
   const std::string oldTail =
-      start.isNew ? stream_->ReadAt(start.position, info->size - start.position) : std::string();
+      start.isNew ? stream_->ReadAt(start.position, stream_->OldSize() - start.position) : "";
+  if (stream_->Failed() || (!start.isNew && !ReserveRoom(end))) return 0;
   stream_->Seek(indexformat::kLastUidAt);
   stream_->Write(indexformat::LastUidDigits(index_->LastUID));
   BlankRemoved();
@@ -177,10 +204,23 @@ std::int32_t StreamSave::SaveInPlace() {
   stream_->Flush();
   const bool failed = stream_->Failed();
   if (failed && start.isNew) TakeBackAppended(start, oldTail);
-  if (failed) return 0;
-  if (newEnd != 0 && newEnd < info->size && !CutFile(newEnd)) return 0;
+  if (failed || !FinishInPlace(newEnd)) return 0;
   file_ = {};
   return 1;
+}
+
+bool StreamSave::WriteWhole(platform::WholeFile* whole) {
+  stream_.emplace(whole, settings::Get(settings::kIndexWriteCacheSize));
+  elements_.emplace(messageClass_);
+  index_->FileInSync = false;
+  if (settings::Get(settings::kOffsetIndex) != 0) {
+    positions_.emplace(PositionFilePath(folder_, messageClass_), index_->ItemCount());
+  }
+  stream_->Write(indexformat::Header(index_->LastUID));
+  Item* first = index_->ByUID.empty() ? nullptr : index_->ByUID.begin()->second;
+  WriteItems({first, indexformat::kHeaderSize, false});
+  stream_->Flush();
+  return !stream_->Failed();
 }
 
 std::int32_t StreamSave::SaveWhole() {
@@ -190,32 +230,19 @@ std::int32_t StreamSave::SaveWhole() {
     if (!file_) return 0;
   }
   auto whole = platform::WholeFile::Create(path_);
-  if (whole) {
-    stream_.emplace(&whole, settings::Get(settings::kIndexWriteCacheSize));
-    elements_.emplace(messageClass_);
-    index_->FileInSync = false;
-    if (settings::Get(settings::kOffsetIndex) != 0) {
-      positions_.emplace(PositionFilePath(folder_, messageClass_), index_->ItemCount());
-    }
-    stream_->Write(indexformat::Header(index_->LastUID));
-    Item* first = index_->ByUID.empty() ? nullptr : index_->ByUID.begin()->second;
-    WriteItems({first, indexformat::kHeaderSize, false});
-    stream_->Flush();
-  }
-  bool placed = whole && !stream_->Failed();
+  bool placed = whole && WriteWhole(&whole);
   if (placed && fileExists_) {
     placed = whole.CommitOver(file_, platform::kShareAll, RewriteDurability()).IsOpen();
   } else if (placed) {
     placed = whole.Commit(true, RewriteDurability());
   }
+  const std::int32_t error = platform::LastError();
   file_ = {};
-  if (!placed) {
-    LogAndReportIndex("Failed to serialise index: " + path_ +
-                      ". The new file could not be written (" +
-                      platform::ErrorText(platform::LastError()) + "); the old one stands.\n");
-    return 0;
-  }
-  return 1;
+  if (placed) return 1;
+  LogAndReportIndex("Failed to serialise index: " + path_ +
+                    ". The new file could not be written (" + platform::ErrorText(error) + ")" +
+                    (fileExists_ ? "; the old one stands.\n" : ".\n"));
+  return 0;
 }
 
 void StreamSave::LogSave(std::int64_t started, std::uint32_t from) const {

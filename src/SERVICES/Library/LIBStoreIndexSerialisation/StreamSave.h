@@ -40,7 +40,12 @@ class StreamSave {
   bool Complete();
 
   std::int32_t SaveInPlace();
+  bool OpenInPlace();
+  std::int32_t GiveUpInPlace();
+  bool ReserveRoom(std::uint64_t end);
+  bool FinishInPlace(std::uint64_t newEnd);
   std::int32_t SaveWhole();
+  bool WriteWhole(platform::WholeFile* whole);
   platform::File OpenFile();
 
   // StreamSaveItems.cpp
@@ -54,8 +59,12 @@ class StreamSave {
   [[nodiscard]] bool HeaderIsInPlace();
   [[nodiscard]] bool RemovedAreInPlace();
   [[nodiscard]] Start FindStart();
-  // Looks at the gaps before anything is written; false after a report when one isn't sound.
-  [[nodiscard]] bool GapsAreSound(const Start& start);
+  // Goes through what would be written, before anything is; `newEnd` is where it would end. False
+  // when what has to be copied along couldn't be.
+  [[nodiscard]] bool Measure(const Start& start, std::uint64_t* newEnd);
+  // False, after a report where the gap has lost its elements.
+  [[nodiscard]] bool GapIsSound(const Item& item, const Item* next, std::uint64_t gapEnd);
+  [[nodiscard]] bool GrowsOverNext(const Item& item, const Item* next, std::uint64_t size);
   [[nodiscard]] std::uint64_t GapEnd(const Item& item, const Item* next, bool isNew) const;
   void WriteItems(const Start& start);
   bool WriteItemAndGap(std::uint64_t* position, Item* item, const Item* nextItem, bool itemIsNew);

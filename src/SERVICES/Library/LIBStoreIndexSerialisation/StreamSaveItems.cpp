@@ -72,10 +72,10 @@ std::uint64_t StreamSave::GapEnd(const Item& item, const Item* next, bool isNew)
   return next != nullptr && next->GetOffset() > 0 ? next->GetOffset() : trailer_;
 }
 
-bool StreamSave::GapsAreSound(const Start& start) {
-  if (!index_->IsPartial()) return true;
+bool StreamSave::Measure(const Start& start, std::uint64_t* newEnd) {
+  // What only goes behind the old elements needs no look and can be taken back.
+  if (!index_->IsPartial() && start.isNew) return true;
   std::uint64_t position = start.position;
-  const Item* previous = nullptr;
   auto entry = index_->ByUID.find(index_->FirstModifiedUID);
   for (; entry != index_->ByUID.end(); ++entry) {
     const Item& item = *entry->second;
@@ -83,32 +83,43 @@ bool StreamSave::GapsAreSound(const Start& start) {
     const Item* next = following == index_->ByUID.end() ? nullptr : following->second;
     const bool isNew = item.GetOffset() == 0;
     // A new item whose UID isn't the highest would stand out of order behind the others.
-    if (isNew && next != nullptr && next->GetOffset() != 0) return false;
+    if (index_->IsPartial() && isNew && next != nullptr && next->GetOffset() != 0) return false;
     const std::uint64_t gapBegin = item.GetOffset() + item.GetLength();
     const std::uint64_t gapEnd = GapEnd(item, next, isNew);
     const std::uint64_t gap = gapEnd > gapBegin ? gapEnd - gapBegin : 0;
-    const std::string corrupting = "Corrupting index " + path_;
-    // What is copied along must be read before it is written over.
-    if (gap > 0 && position > gapBegin && previous != nullptr) {
-      ReportIndex(corrupting + ". Item size for " + IdOf(*previous) +
-                  " has grown so much that the gap will overflow the next item.");
-      return false;
+    const std::uint64_t size = elements_->Write(item).size();
+    if (gap > 0) {
+      // What is copied along must be read before it is written over.
+      if (position > gapBegin || GrowsOverNext(item, next, size)) return false;
+      if (gap >= kLeastSoundGap && !GapIsSound(item, next, gapEnd)) return false;
     }
-    if (gap >= kLeastSoundGap) {
-      if (stream_->ReadAt(gapBegin, kElementStart.size()) != kElementStart) {
-        ReportIndex(corrupting + ". Gap after " + IdOf(item) +
-                    " does not start at the start of an element.");
-        return false;
-      }
-      if (stream_->ReadAt(gapEnd - kElementEnd.size(), kElementEnd.size()) != kElementEnd) {
-        ReportIndex(corrupting + ". Gap " +
-                    (next != nullptr ? "before " + IdOf(*next) : "after " + IdOf(item)) +
-                    " does not end at the end of an element.");
-        return false;
-      }
-    }
-    position += elements_->Write(item).size() + gap;
-    previous = &item;
+    position += size + gap;
+  }
+  *newEnd = position + indexformat::kTrailer.size();
+  return true;
+}
+
+bool StreamSave::GrowsOverNext(const Item& item, const Item* next, std::uint64_t size) {
+  const std::uint64_t limit = next == nullptr ? 0 : next->GetLength();
+  if (limit == 0 || size <= item.GetLength() + limit) return false;
+  ReportIndex("Corrupting index " + path_ + ". Item size for " + IdOf(item) +
+              " has grown so much that the gap will overflow the next item.");
+  return true;
+}
+
+bool StreamSave::GapIsSound(const Item& item, const Item* next, std::uint64_t gapEnd) {
+  const std::string corrupting = "Corrupting index " + path_;
+  const std::uint64_t gapBegin = item.GetOffset() + item.GetLength();
+  if (stream_->ReadAt(gapBegin, kElementStart.size()) != kElementStart) {
+    ReportIndex(corrupting + ". Gap after " + IdOf(item) +
+                " does not start at the start of an element.");
+    return false;
+  }
+  if (stream_->ReadAt(gapEnd - kElementEnd.size(), kElementEnd.size()) != kElementEnd) {
+    ReportIndex(corrupting + ". Gap " +
+                (next != nullptr ? "before " + IdOf(*next) : "after " + IdOf(item)) +
+                " does not end at the end of an element.");
+    return false;
   }
   return true;
 }

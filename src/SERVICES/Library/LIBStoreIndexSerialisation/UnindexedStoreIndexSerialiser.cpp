@@ -26,31 +26,46 @@ std::int32_t ReadOnly(StoreIndexSerialiser* inner, SORTEDSTOREINDEXTYPE* index,
   return kAllProperties;
 }
 
-// The backup in the place of an index that can't be read: its flags are better than none.
-bool ReadBackup(StoreIndexSerialiser* inner, SORTEDSTOREINDEXTYPE* index, const IndexRead& whole,
-                const FolderScans& scans) {
-  if (settings::Get(settings::kBackupIndex) != 1 || !inner->SupportsBackup()) return false;
-  if (!inner->RestoreSerialisationBackup(whole.path)) return false;
-  if (StoreIndexSerialiser::Deserialise(inner, index, whole, scans) != kNotLoaded) return true;
-  inner->IndexXMLDeleteBackupSerialisation(whole.path);
-  return false;
+// The backup in the place of an index that breaks the format: its flags are better than none.
+bool RestoreBackup(StoreIndexSerialiser* inner, const IndexRead& read) {
+  return !read.quiet && settings::Get(settings::kBackupIndex) == 1 && inner->SupportsBackup() &&
+         inner->RestoreSerialisationBackup(read.path);
+}
+
+// What breaks the format goes away. A backup that does was no good; .bad keeps what stood before.
+void PutAside(StoreIndexSerialiser* inner, const IndexRead& read, bool restored) {
+  if (!restored) {
+    inner->DiscardCorruptIndex(read.path);
+    return;
+  }
+  inner->IndexXMLDeleteBackupSerialisation(read.path);
+  static_cast<void>(platform::DeleteFile(IndexFilePath(read.path, read.messageClass)));
 }
 
 // What the index file has, or an empty index that counts as complete. The state is the index's.
-void ReadWhatIsThere(StoreIndexSerialiser* inner, SORTEDSTOREINDEXTYPE* index,
-                     const IndexRead& read, const FolderScans& scans) {
-  if (inner != nullptr) {
-    IndexRead whole = read;
-    whole.keyFilter.clear();
-    whole.level = kAllProperties;
-    whole.verifyFiles = 1;
-    whole.useChangeFlag = whole.forceRescan = false;
-    whole.quiet = true;
-    if (StoreIndexSerialiser::Deserialise(inner, index, whole, scans) != kNotLoaded) return;
-    if (ReadBackup(inner, index, whole, scans)) return;
-    inner->DiscardCorruptIndex(read.path);
+// False when the file couldn't be read, and may be good.
+bool ReadWhatIsThere(StoreIndexSerialiser* inner, SORTEDSTOREINDEXTYPE* index,
+                     const IndexRead& read, const FolderScans& scans, bool restored) {
+  IndexRead whole = read;
+  whole.keyFilter.clear();
+  whole.level = kAllProperties;
+  whole.verifyFiles = 1;
+  whole.useChangeFlag = whole.forceRescan = false;
+  whole.quiet = true;
+  // The files of backups are those of _index.xml, which isn't what failed here.
+  const bool ownsBackup = read.messageClass != kClassGroups;
+  while (inner != nullptr) {
+    if (StoreIndexSerialiser::Deserialise(inner, index, whole, scans) != kNotLoaded) return true;
+    if (!index->FileIsMalformed) return false;
+    if (!ownsBackup) break;
+    if (restored || !RestoreBackup(inner, read)) {
+      PutAside(inner, read, restored);
+      break;
+    }
+    restored = true;
   }
   if (!read.append) index->ResetToEmpty();
+  return true;
 }
 
 std::int32_t ScanByClass(SORTEDSTOREINDEXTYPE* index, const IndexRead& read,
@@ -79,16 +94,16 @@ std::int32_t ScanByClass(SORTEDSTOREINDEXTYPE* index, const IndexRead& read,
   }
 }
 
-bool IsMail(std::int32_t messageClass) {
-  return messageClass == kClassMail || messageClass == kClassMail23 || messageClass == kClassMail25;
+bool IsOtherMail(std::int32_t messageClass) {
+  return messageClass == kClassMail23 || messageClass == kClassMail25;
 }
 
-// A scan of mail has written the index and answered the flag itself.
+// A scan of mail has written the index, as class 0 has it, and answered the flag itself.
 void WriteRebuilt(SORTEDSTOREINDEXTYPE* index, const IndexRead& read) {
-  if (IsMail(read.messageClass)) return;
+  if (read.messageClass == kClassMail) return;
   index->MarkFullRewrite();
   const bool written = index->Save(read.path, read.messageClass, true) && index->LastSaveWorked();
-  if (written && read.useChangeFlag) {
+  if (written && read.useChangeFlag && !IsOtherMail(read.messageClass)) {
     static_cast<void>(platform::DeleteFile(read.path + "\\_change.dty"));
   }
 }
@@ -96,7 +111,7 @@ void WriteRebuilt(SORTEDSTOREINDEXTYPE* index, const IndexRead& read) {
 }  // namespace
 
 std::int32_t RescanFolder(StoreIndexSerialiser* inner, SORTEDSTOREINDEXTYPE* index,
-                          const IndexRead& read, const FolderScans& scans) {
+                          const IndexRead& read, const FolderScans& scans, bool restored) {
   std::int32_t state = kNotLoaded;
   static_cast<void>(EndException(
       [&] {
@@ -105,7 +120,7 @@ std::int32_t RescanFolder(StoreIndexSerialiser* inner, SORTEDSTOREINDEXTYPE* ind
           state = ReadOnly(inner, index, read, scans);
           return;
         }
-        ReadWhatIsThere(inner, index, read, scans);
+        if (!ReadWhatIsThere(inner, index, read, scans, restored)) return;
         index->LoadState = kAllProperties;
         state = ScanByClass(index, read, scans);
         if (state != kNotLoaded) WriteRebuilt(index, read);
@@ -119,7 +134,7 @@ std::int32_t RescanFolder(StoreIndexSerialiser* inner, SORTEDSTOREINDEXTYPE* ind
 
 std::int32_t UnindexedStoreIndexSerialiser::DeserialiseHook(SORTEDSTOREINDEXTYPE* index,
                                                             const IndexRead& read) {
-  return RescanFolder(Inner.get(), index, read, scans_);
+  return RescanFolder(Inner.get(), index, read, scans_, false);
 }
 
 }  // namespace corvane

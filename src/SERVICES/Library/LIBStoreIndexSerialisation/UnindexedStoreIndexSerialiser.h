@@ -2,7 +2,8 @@
 //
 // What can be read of the index comes first, so that identifiers and flags stay; items without
 // files go, files without items are added, and the result is written at once. A flag _CHANGE.DTY is
-// answered by it.
+// answered by it. An index that breaks the format is put aside; one that only couldn't be read ends
+// the rescan, and all stays as it is.
 #pragma once
 
 #include <memory>
@@ -32,8 +33,10 @@ class UnindexedStoreIndexSerialiser : public StoreIndexSerialiser {
   FolderScans scans_;
 };
 
-// The rescan itself, around a reader that stays its owner's.
+// The rescan itself, around a reader that stays its owner's. `restored`: what lies there as the
+// index is a copy of the backup.
 [[nodiscard]] std::int32_t RescanFolder(StoreIndexSerialiser* inner, SORTEDSTOREINDEXTYPE* index,
-                                        const IndexRead& read, const FolderScans& scans);
+                                        const IndexRead& read, const FolderScans& scans,
+                                        bool restored);
 
 }  // namespace corvane

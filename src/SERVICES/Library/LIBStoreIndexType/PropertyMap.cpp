@@ -11,6 +11,10 @@ namespace {
 
 constexpr std::string_view kNumberNames[] = {"SIZE",         "STATE", "IMPORTANCE", "ATTACHMENTS",
                                              "MODIFIEDDATE", "IDX",   "SEQ"};
+// The names of mail items that hold texts.
+constexpr std::string_view kTextNames[] = {"FLAGSTATUS", "SUBJECT",     "FROM",     "TO",
+                                           "CC",         "MESSAGEDATE", "RECEIVED", "CLASS",
+                                           "CATEGORIES", "ATTRIBUTES",  "THREAD",   "MSGID"};
 constexpr std::size_t kLongestName = 255;
 
 struct GlobalMap {
@@ -35,9 +39,11 @@ PropertyId FindOrEnter(PropertyMap& map, std::string_view name) {
   SeedIfEmpty(map);
   const auto found = map.find(name);
   if (found != map.end()) return found->second;
-  if (map.size() >= kMaximumPropertyNames) return {};
-  const bool number =
-      std::find(std::begin(kNumberNames), std::end(kNumberNames), name) != std::end(kNumberNames);
+  const auto isOneOf = [name](const auto& names) {
+    return std::find(std::begin(names), std::end(names), name) != std::end(names);
+  };
+  const bool number = isOneOf(kNumberNames);
+  if (map.size() >= kMaximumPropertyNames && !number && !isOneOf(kTextNames)) return {};
   const PropertyId id{static_cast<std::int32_t>(map.size()),
                       number ? kPropertyNumber : kPropertyText};
   map.emplace(name, id);

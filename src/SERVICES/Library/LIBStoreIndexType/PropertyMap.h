@@ -37,7 +37,7 @@ inline constexpr PropertyId kPropertyREAD{2, kPropertyNumber};
 [[nodiscard]] bool IsKeyOrPlace(std::string_view name);
 
 // Names beyond so many in one process have no slot, so that a file of made-up names can't fill the
-// memory of a service that runs for years.
+// memory of a service that runs for years. Those of mail items always get theirs.
 inline constexpr std::size_t kMaximumPropertyNames = 4096;
 
 // The slot of `name`, which is entered when it is new; in the process's map, or, when one is given,

@@ -55,51 +55,45 @@ TEST_F(FolderFilesTest, DetailsAreThirteenWords) {
 
 TEST_F(FolderFilesTest, ImpossibleCountsAreLimited) {
   FolderDetails details;
-  details.TotalCount = 5;
-  details.DeletedCount = 6;
-  details.AnsweredCount = 0xFFFFFFFF;
-  details.SeenCount = 5;
-  details.RecentCount = 99;
-  details.Reserved9 = 6;
-  details.FlaggedCount = 77;  // nobody limits it
+  struct Count {
+    std::uint32_t FolderDetails::*count;
+    std::uint32_t before, after;
+  };
+  const Count kCounts[] = {{&FolderDetails::TotalCount, 5, 5},
+                           {&FolderDetails::DeletedCount, 6, 5},
+                           {&FolderDetails::AnsweredCount, 0xFFFFFFFF, 0},
+                           {&FolderDetails::SeenCount, 5, 5},
+                           {&FolderDetails::RecentCount, 99, 5},
+                           {&FolderDetails::Reserved9, 6, 5},
+                           {&FolderDetails::FlaggedCount, 77, 77}};  // nobody limits it
+  for (const Count& row : kCounts) details.*row.count = row.before;
   NormaliseFolderDetails(details);
-  EXPECT_EQ(details.DeletedCount, 5U);
-  EXPECT_EQ(details.AnsweredCount, 0U);
-  EXPECT_EQ(details.SeenCount, 5U);
-  EXPECT_EQ(details.RecentCount, 5U);
-  EXPECT_EQ(details.Reserved9, 5U);
-  EXPECT_EQ(details.FlaggedCount, 77U);
+  for (const Count& row : kCounts) EXPECT_EQ(details.*row.count, row.after) << row.before;
   details.TotalCount = 0x80000000;
   NormaliseFolderDetails(details);
   EXPECT_EQ(details.TotalCount, 0U);
   EXPECT_EQ(details.SeenCount, 0U);
 }
 
-TEST_F(FolderFilesTest, WhatCannotBeReadIsZero) {
-  FolderDetails details;
-  details.LastUID = 7;
-  EXPECT_FALSE(ReadFolderDetailsFile(Folder(), details));
-  EXPECT_EQ(details.LastUID, 0U);
-  test::WriteBytes(DetailsPath(), std::string(51, '\1'));
-  details.LastUID = 7;
-  EXPECT_FALSE(ReadFolderDetailsFile(Folder(), details));
-  EXPECT_EQ(details.LastUID, 0U);
-}
-
-TEST_F(FolderFilesTest, WithoutIndexFilesNothingIsRead) {
-  Set("Index Files Enabled", 0U, "CONNECTORS\\SF");
-  FolderDetails details;
-  details.LastUID = 7;
-  EXPECT_FALSE(ReadFolderDetailsFile(Folder(), details));
-  EXPECT_EQ(details.LastUID, 7U);
+TEST_F(FolderFilesTest, WhatCannotBeReadIsZeroAndWhatMayNotBeIsLeft) {
+  for (const std::uint32_t enabled : {1U, 0U}) {
+    Set("Index Files Enabled", enabled, "CONNECTORS\\SF");
+    test::WriteBytes(DetailsPath(), std::string(51, '\1'));
+    FolderDetails details;
+    details.LastUID = 7;
+    EXPECT_FALSE(ReadFolderDetailsFile(Folder(), details));
+    EXPECT_EQ(details.LastUID, enabled == 1 ? 0U : 7U);
+  }
 }
 
 TEST_F(FolderFilesTest, FailuresAreLoggedButNotAMissingFile) {
   Set("Debug Enabled", 2U, "CONNECTORS\\SF");
   const std::string gone = Folder() + "/none";
   FolderDetails details;
+  details.LastUID = 7;
   ::testing::internal::CaptureStdout();
   EXPECT_FALSE(ReadFolderDetailsFile(Folder(), details));
+  EXPECT_EQ(details.LastUID, 0U);
   EXPECT_EQ(::testing::internal::GetCapturedStdout(), "");
   ::testing::internal::CaptureStdout();
   EXPECT_FALSE(ReadFolderDetailsFile(gone, details));

@@ -2,6 +2,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <filesystem>
+
 #include "SERVICES/Library/LIBMessageIndex/FolderIndex.h"
 #include "SERVICES/Library/LIBMessageIndex/ItemFiller.h"
 #include "SERVICES/Library/LIBStoreIndexSerialisation/IndexInspection.h"
@@ -24,8 +26,10 @@ TEST_F(Scan, ANewFolderGetsItsItemsInTheOrderOfNames) {
     Deliver(name, name);
   }
   Deliver(std::string(60, 'n') + ".MAI", "a name of 64 bytes");
+  ASSERT_TRUE(platform::CreateDirectory(PathOf("directory.MAI")));
   test::WriteBytes(PathOf("_CHANGE.DTY"), "x");
   EXPECT_EQ(Run(), 1);
+  EXPECT_TRUE(CheckIndex(folder_, kClassMail).empty());
   EXPECT_FALSE(IsThere("_CHANGE.DTY"));
   EXPECT_FALSE(IsThere("_index.blk"));
   EXPECT_EQ(IndexText().substr(0, 33), "<BASEELEMENT LASTUID=\"x00000003\">");
@@ -101,7 +105,7 @@ TEST_F(Scan, AClientThatHasGoneEndsTheWalk) {
   ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
   platform::ClientSocket socket(ends[0]);
   ::close(ends[1]);
-  EXPECT_EQ(Run(false, &socket), 0);
+  EXPECT_EQ(Run(false, &socket), 1);
   EXPECT_FALSE(IsThere("_index.xml"));
   EXPECT_NE(test::ReadBytes(PathOf("m0.MAI")).find("X-CVTempFlags"), std::string::npos)
       << "the only place that has the flags";
@@ -130,13 +134,57 @@ TEST_F(Scan, WhatCouldNotBeWrittenStaysMarked) {
   EXPECT_NE(IndexText().find("b.MAI"), std::string::npos);
 }
 
-TEST_F(Scan, AnIndexThatCantBeReadIsPutAsideAndBuiltAnew) {
+TEST_F(Scan, AnIndexThatIsTornIsPutAsideAndBuiltAnew) {
   Deliver("a.MAI", "x");
-  test::WriteBytes(PathOf("_index.xml"), "torn");
-  test::WriteBytes(PathOf("_CHANGE.DTY"), "x");
-  EXPECT_EQ(Items(), "a.MAI:1=x ");
-  EXPECT_EQ(test::ReadBytes(PathOf("_index.xml.bad")), "torn");
-  EXPECT_FALSE(IsThere("_CHANGE.DTY"));
+  for (const std::uint32_t backups : {0U, 1U}) {
+    Set("Backup Index", backups);
+    if (backups != 0) test::WriteBytes(PathOf("_index.xml.bak"), "torn too");
+    test::WriteBytes(PathOf("_index.xml"), "torn");
+    test::WriteBytes(PathOf("_CHANGE.DTY"), "x");
+    EXPECT_EQ(Items(), "a.MAI:1=x ");
+    EXPECT_EQ(test::ReadBytes(PathOf("_index.xml.bad")), "torn");
+    EXPECT_FALSE(IsThere("_CHANGE.DTY"));
+  }
+  EXPECT_NE(test::ReadBytes(PathOf("_index.xml.bak")), "torn too");
+}
+
+// Whoever holds the file keeps it from being read, though not from being deleted; its flags are
+// there all the same.
+TEST_F(Scan, AnIndexThatCantBeReadNowStaysAsItIs) {
+  for (const bool streams : {true, false}) {
+    UseStreams(streams, streams);
+    Deliver("a.MAI", "x");
+    ASSERT_EQ(Run(), 1);
+    ASSERT_EQ(SetInFolderIndex(folder_, "a.MAI", "FLAGSTATUS", "\\SEEN"), IndexChange::kDone);
+    Deliver("b.MAI", "y");
+    test::WriteBytes(PathOf("_CHANGE.DTY"), "x");
+    const std::string before = IndexText();
+    auto held = platform::File::Open(PathOf("_index.xml"), platform::Access::kReadWrite,
+                                     {.remove = true}, platform::Disposition::kOpenExisting);
+    EXPECT_EQ(Items(), "unreadable");
+    EXPECT_EQ(Run(), 0);
+    EXPECT_EQ(InsertIntoFolderIndex(folder_, "b.MAI"), 0);
+    held.Close();
+    EXPECT_TRUE(IsThere("_CHANGE.DTY"));
+    EXPECT_EQ(IndexText(), before);
+    EXPECT_FALSE(IsThere("_index.xml.bad"));
+    EXPECT_EQ(Items("FLAGSTATUS").find("a.MAI:1=\\SEEN b.MAI:"), 0U);
+    ASSERT_TRUE(platform::DeleteFile(PathOf("b.MAI")));
+  }
+  StoreIndex store(MessageIndexFiles());
+  EXPECT_EQ(ScanLoadedFolder(&store.Index, PathOf("none")), kNotLoaded) << "and so does a listing";
+}
+
+TEST_F(Scan, OtherClassesOfMailAreWrittenAsTheirOwn) {
+  Deliver("a.MAI", "x", "Keywords: \xF0\x9F\x98\x80\r\n");
+  const std::pair<std::int32_t, const char*> kClasses[] = {{kClassMail, "\xF0\x9F\x98\x80"},
+                                                           {kClassMail23, "&#xd83d;&#xde00;"}};
+  for (const auto& [messageClass, categories] : kClasses) {
+    StoreIndex store(MessageIndexFiles());
+    EXPECT_TRUE(Open(&store, true, false, messageClass));
+    EXPECT_NE(IndexText().find("<CATEGORIES>" + std::string(categories) + "</"), std::string::npos)
+        << IndexText();
+  }
 }
 
 TEST_F(Scan, ABackupBringsTheFlagsBack) {
@@ -151,6 +199,11 @@ TEST_F(Scan, ABackupBringsTheFlagsBack) {
   Deliver("c.MAI", "c.MAI");
   test::WriteBytes(PathOf("_index.xml"), IndexText().substr(0, 100));
   EXPECT_EQ(Items("FLAGSTATUS"), "a.MAI:1=\\SEEN c.MAI:3=\\RECENT ");
+  test::WriteBytes(PathOf("_index.xml"), "torn");
+  StoreIndex quiet(MessageIndexFiles());
+  EXPECT_TRUE(Open(&quiet, true, false));
+  EXPECT_EQ(Items("FLAGSTATUS"), "a.MAI:1=\\RECENT c.MAI:2=\\RECENT ")
+      << "a quiet load restores none";
 }
 
 TEST_F(Scan, TheRecentFlagGoesWithItsBlank) {
@@ -174,6 +227,14 @@ TEST_F(Scan, ASecondInsertionOfAnItemIsNone) {
   }
   EXPECT_EQ(Items(), "a.MAI:1=a.MAI b.MAI:2=b.MAI ");
   EXPECT_TRUE(CheckIndex(folder_, kClassMail).empty());
+  // What the scan of a marked folder has taken in and written isn't written again.
+  Deliver("c.MAI", "c.MAI");
+  test::WriteBytes(PathOf("_CHANGE.DTY"), "x");
+  ASSERT_TRUE(platform::SetLastWriteTime(PathOf("_DIRSIZE.TMP"), 1'600'000'000));
+  std::filesystem::create_hard_link(PathOf("_index.xml"), PathOf("index"));
+  EXPECT_EQ(InsertIntoFolderIndex(folder_, "c.MAI"), 1);
+  EXPECT_NE(IndexText().find("c.MAI"), std::string::npos);
+  EXPECT_TRUE(std::filesystem::equivalent(PathOf("_index.xml"), PathOf("index")));
 }
 
 TEST_F(Scan, AnInsertionThatFailsMarksTheFolder) {

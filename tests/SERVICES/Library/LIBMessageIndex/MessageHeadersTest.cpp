@@ -48,17 +48,5 @@ TEST(CutToSize, KeepsWholeCharacters) {
   EXPECT_EQ(sized.View(), "abc");
 }
 
-TEST(MessageHeaders, AClearedRecordIsANewOne) {
-  MessageHeaders headers;
-  headers.Importance = 1;
-  headers.Flags = "$a";
-  headers.UID = 7;
-  headers.Subject = "s";
-  ClearMessageHeaders(headers);
-  EXPECT_EQ(headers.Importance, 3);
-  EXPECT_EQ(headers.UID, 0U);
-  EXPECT_TRUE(headers.Flags.empty() && headers.Subject.empty());
-}
-
 }  // namespace
 }  // namespace corvane

@@ -70,6 +70,7 @@ const Case kHeaderCases[] = {
   "Content-Type: multipart/" type                                  \
   "; boundary=b\r\n\r\npre\r\n--b\r\nContent-Type: text/plain\r\n" \
   "\r\ntext\r\n--b\r\n"
+#define CALENDAR(method) "Content-Type: text/calendar; method=" method "\r\n"
 #define PDF "Content-Type: application/pdf; name=a.pdf\r\n"
 
 const Case kPartCases[] = {
@@ -101,31 +102,26 @@ const Case kPartCases[] = {
      Attachments, "1"},
     {"PlainMessageHasNone", "Content-Type: text/plain\r\n\r\nContent-Disposition: attachment\r\n",
      Attachments, "0"},
-    {"Request", "Content-Type: text/calendar; method=REQUEST\r\n\r\nx", Class,
-     "IPM.Schedule.Meeting.Request"},
+    {"Request", CALENDAR("REQUEST") "\r\nx", Class, "IPM.Schedule.Meeting.Request"},
     {"AnyCase", "Content-Type: TEXT/Calendar; method=request\r\n\r\nx", Class,
      "IPM.Schedule.Meeting.Request"},
-    {"Accepted", "Content-Type: text/calendar; method=REPLY\r\n\r\nATTENDEE;PARTSTAT=accepted:x",
-     Class, "IPM.Schedule.Meeting.Resp.Pos"},
-    {"Declined", "Content-Type: text/calendar; method=REPLY\r\n\r\nA;PARTSTAT=DECLINED:x", Class,
+    {"Accepted", CALENDAR("REPLY") "\r\nATTENDEE;PARTSTAT=accepted:x", Class,
+     "IPM.Schedule.Meeting.Resp.Pos"},
+    {"Declined", CALENDAR("REPLY") "\r\nA;PARTSTAT=DECLINED:x", Class,
      "IPM.Schedule.Meeting.Resp.Neg"},
-    {"Tentative", "Content-Type: text/calendar; method=REPLY\r\n\r\nA;PARTSTAT=TENTATIVE:x", Class,
+    {"Tentative", CALENDAR("REPLY") "\r\nA;PARTSTAT=TENTATIVE:x", Class,
      "IPM.Schedule.Meeting.Resp.Tent"},
-    {"OtherAnswer", "Content-Type: text/calendar; method=REPLY\r\n\r\nPARTSTAT=DELEGATED", Class,
-     "IPM.Schedule.Meeting.Resp"},
-    {"AnswerOverAFold",
-     "Content-Type: text/calendar; method=REPLY\r\n\r\nATTENDEE;PARTS\r\n TAT=DECLI\n\tNED:x",
-     Class, "IPM.Schedule.Meeting.Resp.Neg"},
-    {"AnswerOverTwoLinesIsNone",
-     "Content-Type: text/calendar; method=REPLY\r\n\r\nPARTSTAT=\r\nDECLINED", Class,
+    {"OtherAnswer", CALENDAR("REPLY") "\r\nPARTSTAT=DELEGATED", Class, "IPM.Schedule.Meeting.Resp"},
+    {"AnswerOverAFold", CALENDAR("REPLY") "\r\nATTENDEE;PARTS\r\n TAT=DECLI\n\tNED:x", Class,
+     "IPM.Schedule.Meeting.Resp.Neg"},
+    {"AnswerOverTwoLinesIsNone", CALENDAR("REPLY") "\r\nPARTSTAT=\r\nDECLINED", Class,
      "IPM.Schedule.Meeting.Resp"},
     {"AnswerInBase64",
-     "Content-Type: text/calendar; method=REPLY\r\nContent-Transfer-Encoding: base64\r\n\r\n"
-     "UEFSVFNUQVQ9REVDTElORUQ=\r\n",
+     CALENDAR("REPLY") "Content-Transfer-Encoding: base64\r\n\r\n"
+                       "UEFSVFNUQVQ9REVDTElORUQ=\r\n",
      Class, "IPM.Schedule.Meeting.Resp.Neg"},
-    {"Cancelled", "Content-Type: text/calendar; method=CANCEL\r\n\r\nx", Class,
-     "IPM.Schedule.Meeting.Canceled"},
-    {"Published", "Content-Type: text/calendar; method=PUBLISH\r\n\r\nx", Class, "IPM.Schedule"},
+    {"Cancelled", CALENDAR("CANCEL") "\r\nx", Class, "IPM.Schedule.Meeting.Canceled"},
+    {"Published", CALENDAR("PUBLISH") "\r\nx", Class, "IPM.Schedule"},
     {"NoMethodNoClass", "Content-Type: text/calendar\r\n\r\nMETHOD:REQUEST", Class, ""},
     {"NoCalendarNoClass", "Content-Type: text/plain; x=REQUEST\r\n\r\nx", Class, ""},
     {"CalendarPart",
@@ -134,13 +130,11 @@ const Case kPartCases[] = {
                               "quoted-printable\r\n\r\nA;PARTSTAT=3DACCEPTED:x\r\n--b--",
      Class, "IPM.Schedule.Meeting.Resp.Pos"},
     {"FirstCalendarPartCounts",
-     MULTIPART("mixed") "Content-Type: text/calendar; method=CANCEL\r\n\r\nx\r\n--b\r\n"
-                        "Content-Type: text/calendar; method=REQUEST\r\n\r\nx\r\n--b--",
+     MULTIPART("mixed") CALENDAR("CANCEL") "\r\nx\r\n--b\r\n" CALENDAR("REQUEST") "\r\nx\r\n--b--",
      Class, "IPM.Schedule.Meeting.Canceled"},
     {"GivenClassStandsBeforeAPart",
-     "X-CV-Class: IPM.Note\r\n" MULTIPART(
-         "mixed") "Content-Type: text/calendar; method=CANCEL\r\n\r\nx\r\n--b--",
-     Class, "IPM.Note"},
+     "X-CV-Class: IPM.Note\r\n" MULTIPART("mixed") CALENDAR("CANCEL") "\r\nx\r\n--b--", Class,
+     "IPM.Note"},
 };
 
 TEST_F(ParseMessageMimeTest, EveryRuleHolds) {

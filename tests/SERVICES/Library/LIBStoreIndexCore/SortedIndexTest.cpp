@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <array>
+
 #include "SERVICES/Library/LIBStoreIndexCore/SORTEDSTOREINDEXTYPE.h"
 #include "SERVICES/Library/LIBStoreIndexCore/StoreIndex.h"
 
@@ -27,6 +29,12 @@ class SortedIndex : public ::testing::Test {
     return order;
   }
 
+  static std::string IdsOf(ItemList* list) {
+    std::string ids;
+    while (const auto* item = list->Next()) ids += item->GetText("ID") + " ";
+    return ids;
+  }
+
   SORTEDSTOREINDEXTYPE index_{nullptr};
 };
 
@@ -37,7 +45,10 @@ TEST_F(SortedIndex, NewItemsGetUidsAboveAllOthers) {
   EXPECT_EQ(index_.FirstModifiedUID, 7U);
   EXPECT_EQ(Order(), "b:1 a:2 ");
   EXPECT_FALSE(Add("a")) << "its ID is there already";
-  EXPECT_EQ(index_.ItemCount(), 2U);
+  EXPECT_FALSE(Add("c", kLargestUid + 1));
+  EXPECT_TRUE(Add("d", kLargestUid));
+  EXPECT_FALSE(Add("e")) << "there is no UID left";
+  EXPECT_EQ(index_.ItemCount(), 3U);
 }
 
 TEST_F(SortedIndex, ATakenUidMakesWayOrIsRefused) {
@@ -102,9 +113,7 @@ TEST_F(SortedIndex, UidRangesAreThoseOfImap) {
     ItemList list;
     std::uint32_t first = c.first;
     index_.GetItemsByUID(&list, &first, c.last, false, nullptr);
-    std::string items;
-    while (const auto* item = list.Next()) items += item->GetText("ID") + " ";
-    EXPECT_EQ(items, c.items) << c.first << " to " << c.last;
+    EXPECT_EQ(IdsOf(&list), c.items) << c.first << " to " << c.last;
     EXPECT_EQ(first, c.firstAfter) << c.first << " to " << c.last;
   }
 }
@@ -115,14 +124,12 @@ TEST_F(SortedIndex, PositionRangesIncludeBothEnds) {
     std::int64_t first, last;
     const char* items;
   };
-  const Case kCases[] = {{0, 1, "ab"},  {-1, -1, ""}, {7, 7, ""},   {7, 1, "ab"},
-                         {1, 99, "bc"}, {2, 2, "c"},  {-1, 0, "a"}, {1, 0xFFFFFFFF, "bc"}};
+  const Case kCases[] = {{0, 1, "a b "},  {-1, -1, ""}, {7, 7, ""},    {7, 1, "a b "},
+                         {1, 99, "b c "}, {2, 2, "c "}, {-1, 0, "a "}, {1, 0xFFFFFFFF, "b c "}};
   for (const Case& c : kCases) {
     ItemList list;
     index_.GetItemsBySequence(&list, c.first, c.last, true);
-    std::string items;
-    while (const auto* item = list.Next()) items += item->GetText("ID");
-    EXPECT_EQ(items, c.items) << c.first << " to " << c.last;
+    EXPECT_EQ(IdsOf(&list), c.items) << c.first << " to " << c.last;
   }
 }
 
@@ -132,14 +139,12 @@ TEST_F(SortedIndex, CountsReadFlagsInAnyCase) {
   Add("c", 3, "\\SEEN \\ANSWERED \\FLAGGED");
   FolderDetails details;
   ASSERT_TRUE(index_.GetFolderDetails(&details));
-  EXPECT_EQ(details.TotalCount, 3U);
-  EXPECT_EQ(details.SeenCount, 2U);
-  EXPECT_EQ(details.FirstSeenPosition, 2U);
-  EXPECT_EQ(details.DeletedCount, 1U);
-  EXPECT_EQ(details.AnsweredCount, 1U);
-  EXPECT_EQ(details.FlaggedCount, 1U);
-  EXPECT_EQ(details.RecentCount, 1U);
-  EXPECT_EQ(details.LastUID, 3U);
+  EXPECT_EQ((std::array{details.TotalCount, details.SeenCount, details.FirstSeenPosition,
+                        details.LastUID}),
+            (std::array{3U, 2U, 2U, 3U}));
+  EXPECT_EQ((std::array{details.DeletedCount, details.AnsweredCount, details.FlaggedCount,
+                        details.RecentCount}),
+            (std::array{1U, 1U, 1U, 1U}));
   EXPECT_EQ(index_.CountLeadingUnseen(), 1U);
 }
 
@@ -154,8 +159,7 @@ TEST_F(SortedIndex, ItemsAreFoundByNameAndByProperty) {
   EXPECT_FALSE(handle.IsValid());
   ItemList list;
   index_.GetAllItems(&list, false);
-  EXPECT_EQ(list.At(0)->GetText("ID") + list.At(1)->GetText("ID") + list.At(2)->GetText("ID"),
-            "Maz");
+  EXPECT_EQ(IdsOf(&list), "M a z ");
 }
 
 // Erasing moves later entries of a full stretch up; none may be lost on the way.

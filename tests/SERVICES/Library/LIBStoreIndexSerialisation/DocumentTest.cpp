@@ -1,12 +1,16 @@
 #include <gtest/gtest.h>
 
+#include "SERVICES/Library/LIBStoreIndexSerialisation/IndexBackup.h"
 #include "SERVICES/Library/LIBStoreIndexSerialisation/IndexFileNames.h"
+#include "platform/Error.h"
+#include "platform/FaultInjection.h"
 #include "tests/SERVICES/Library/LIBStoreIndexSerialisation/IndexFixture.h"
 
 namespace corvane {
 namespace {
 
 using test::Element;
+using test::Holds;
 using test::IndexOf;
 
 class Document : public test::IndexFixture {
@@ -15,8 +19,7 @@ class Document : public test::IndexFixture {
 };
 
 TEST_F(Document, TheOldFormIsInOrderOfNamesAndDecimal) {
-  StoreIndex store(&files_);
-  ASSERT_TRUE(Load(&store, kAllProperties));
+  StoreIndex& store = Loaded();
   ASSERT_TRUE(Add(&store, "b", "x\x01\xC3\xBC<"));
   ASSERT_TRUE(Add(&store, "a", ""));
   ASSERT_TRUE(Save(&store));
@@ -33,13 +36,11 @@ TEST_F(Document, TheOldFormIsInOrderOfNamesAndDecimal) {
 
 TEST_F(Document, TheNewFormIsReadByBoth) {
   Set("MSXML Index Serialisation Produces Old Format", 0U);
-  StoreIndex empty(&files_);
-  ASSERT_TRUE(Load(&empty, kAllProperties));
+  StoreIndex& empty = Loaded();
   empty.Index.MarkFullRewrite();
   ASSERT_TRUE(Save(&empty));
   EXPECT_EQ(IndexText(), "<BASEELEMENT LASTUID=\"x00000000\"/>\r\n");
-  StoreIndex store(&files_);
-  ASSERT_TRUE(Load(&store, kAllProperties));
+  StoreIndex& store = Loaded();
   for (const char* id : {"b", "a&\"q"}) ASSERT_TRUE(Add(&store, id));
   ASSERT_TRUE(Save(&store));
   EXPECT_EQ(ItemsOnDisk(), "b=s a&\"q=s ");
@@ -49,8 +50,7 @@ TEST_F(Document, TheNewFormIsReadByBoth) {
 
 TEST_F(Document, ReadsWhatAStreamWriterWrote) {
   UseStreams(false, true);
-  StoreIndex store(&files_);
-  ASSERT_TRUE(Load(&store, kAllProperties));
+  StoreIndex& store = Loaded();
   ASSERT_TRUE(Add(&store, "a<b", "smile \xF0\x9F\x98\x80 & more"));
   ASSERT_TRUE(Save(&store));
   EXPECT_EQ(ItemsOnDisk(), "a<b=smile \xF0\x9F\x98\x80 & more ");
@@ -58,18 +58,22 @@ TEST_F(Document, ReadsWhatAStreamWriterWrote) {
 
 TEST_F(Document, DropsTombstonesAndItemsWithoutFiles) {
   MakeFile("a");
-  WriteIndex(IndexOf(
-      "x00000009", Element("-", 1, "gone") + Element("b", 2, "no file") + Element("a", 3, "here")));
-  StoreIndex store(&files_);
-  ASSERT_TRUE(Load(&store, kHeaderOnly, "zz", 1)) << "read whole, whatever is asked";
+  WriteIndex(IndexOf("x00000009", Element("-", 1, "gone") + Element("b", 2, "no file") +
+                                      "<ELEMENT ID=\"a\" UID=\"\"><SUBJECT>here</SUBJECT>"
+                                      "</ELEMENT><ELEMENT ID=\"\" UID=\"4\"/>"));
+  StoreIndex& store = Loaded(kHeaderOnly, "zz", 1);
   EXPECT_EQ(Items(store), "a=here ");
   EXPECT_EQ(store.Index.LoadState, kAllProperties);
   EXPECT_EQ(store.Index.ByID.Find("a")->GetNumber("IDX"), 1U);
+  EXPECT_EQ(store.Index.ByID.Find("a")->GetNumber("UID"), 10U) << "an empty UID is none";
+  EXPECT_TRUE(store.Index.FullRewrite) << "what was left out goes from the file too";
 }
 
 TEST_F(Document, SaysWhereAFileIsBroken) {
-  WriteIndex("<BASEELEMENT LASTUID=\"1\">\n<ELEMENT ID=\"a\">");
   StoreIndex store(&files_);
+  WriteIndex(IndexOf("1", Element("a", 0x80000000, "no UID is so large")));
+  EXPECT_FALSE(Load(&store, kAllProperties));
+  WriteIndex("<BASEELEMENT LASTUID=\"1\">\n<ELEMENT ID=\"a\">");
   ::testing::internal::CaptureStdout();
   EXPECT_FALSE(Load(&store, kAllProperties));
   const std::string console = ::testing::internal::GetCapturedStdout();
@@ -87,21 +91,17 @@ class Recovery : public test::IndexFixture {
 
 TEST_F(Recovery, AGoodFullLoadKeepsABackupFresh) {
   WriteIndex(IndexOf("x00000001", Element("a", 1, "one")));
-  StoreIndex quiet(&files_);
-  ASSERT_TRUE(Load(&quiet, kAllProperties));
+  Loaded();
   EXPECT_FALSE(Backup(".bak")) << "a quiet load takes none";
-  StoreIndex first(&files_);
-  ASSERT_TRUE(Load(&first, kAllProperties, {}, 0, false, true));
+  Loaded(kAllProperties, {}, 0, false, true);
   EXPECT_TRUE(Backup(".bak"));
   const std::string old = test::ReadBytes(index_ + ".bak");
   WriteIndex(IndexOf("x00000002", Element("a", 1, "two")));
   Clock().Advance(370LL * 60 * 1000);
-  StoreIndex young(&files_);
-  ASSERT_TRUE(Load(&young, kAllProperties, {}, 0, false, true));
+  Loaded(kAllProperties, {}, 0, false, true);
   EXPECT_EQ(test::ReadBytes(index_ + ".bak"), old);
   Clock().Advance(61LL * 1000);
-  StoreIndex aged(&files_);
-  ASSERT_TRUE(Load(&aged, kAllProperties, {}, 0, false, true));
+  Loaded(kAllProperties, {}, 0, false, true);
   EXPECT_EQ(test::ReadBytes(index_ + ".bak"), IndexText());
 }
 
@@ -109,24 +109,46 @@ TEST_F(Recovery, WithoutABackupTheFileIsPutAside) {
   WriteIndex("torn");
   StoreIndex store(&files_);
   EXPECT_FALSE(Load(&store, kAllProperties, {}, 0, false, true));
-  EXPECT_NE(events_.back().find(". Unable to find recovery index. Recovering Index (there may be "
-                                "some flag loss)\n"),
-            std::string::npos);
+  EXPECT_PRED2(Holds, events_.back(),
+               ". Unable to find recovery index. Recovering Index (there may be "
+               "some flag loss)\n");
   EXPECT_FALSE(platform::FileExists(index_));
   EXPECT_EQ(test::ReadBytes(index_ + ".bad"), "torn");
 }
 
-TEST_F(Recovery, WithoutBackupsAPlainLoadFailsAndLeavesAll) {
-  Set("Backup Index", 0U);
+// On a full disk nothing is deleted that there is no copy of.
+TEST_F(Recovery, WhatCantBeCopiedIsKept) {
   WriteIndex("torn");
-  StoreIndex store(&files_);
-  EXPECT_FALSE(Load(&store, kAllProperties, {}, 0, false, true));
+  test::WriteBytes(index_ + ".bak", "backup");
+  platform::ArmFault({.error = platform::kErrorDiskFull,
+                      .calls = platform::FileCallBit(platform::FileCall::kCopy),
+                      .lasting = true});
+  EXPECT_FALSE(RestoreIndexBackup(folder_));
   EXPECT_EQ(IndexText(), "torn");
+  EXPECT_TRUE(DiscardIndex(folder_)) << "renamed";
+  platform::DisarmFault();
+  EXPECT_EQ(test::ReadBytes(index_ + ".bad"), "torn");
+  EXPECT_EQ(test::ReadBytes(index_ + ".bak"), "backup");
+}
+
+TEST_F(Recovery, GroupsNeverTouchTheBackupOfContacts) {
+  for (const char* name : {"/_index.xml", "/_index.xml.bak", "/_groups.xml"}) {
+    test::WriteBytes(folder_ + name, std::string("torn") + name);
+  }
+  StoreIndex store(&files_);
+  IndexLoad load;
+  load.store = &store;
+  load.path = folder_;
+  load.messageClass = kClassGroups;
+  load.forceRescan = load.recover = true;
+  EXPECT_TRUE(store.Index.Load(load));
+  EXPECT_EQ(IndexText(), "torn/_index.xml");
+  EXPECT_FALSE(Backup(".bad"));
+  EXPECT_EQ(test::ReadBytes(folder_ + "/_groups.xml"), IndexOf("x00000000", ""));
 }
 
 TEST_F(Recovery, AFolderWithoutAnIndexReadsAsEmptyAndWritesNothing) {
-  StoreIndex store(&files_);
-  EXPECT_TRUE(Load(&store, kAllProperties));
+  StoreIndex& store = Loaded();
   EXPECT_EQ(store.Index.LoadState, kAllProperties);
   EXPECT_FALSE(platform::FileExists(index_));
   EXPECT_EQ(Clock().Slept(), 9 * 200) << "it may be changing hands";

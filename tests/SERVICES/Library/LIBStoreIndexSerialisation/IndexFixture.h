@@ -1,6 +1,7 @@
 // IndexFixture.h -- a folder with an index, in settings of a test's own.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -45,6 +46,15 @@ class IndexFixture : public SettingsFixture {
     load.recover = recover;
     return store->Index.Load(load);
   }
+  // An index that is loaded so far, and lives as long as the test.
+  StoreIndex& Loaded(std::int32_t level = kAllProperties, const std::string& keyFilter = {},
+                     std::int32_t verifyFiles = 0, bool useChangeFlag = false,
+                     bool recover = false) {
+    stores_.push_back(std::make_unique<StoreIndex>(&files_));
+    StoreIndex& store = *stores_.back();
+    EXPECT_TRUE(Load(&store, level, keyFilter, verifyFiles, useChangeFlag, recover));
+    return store;
+  }
   bool Save(StoreIndex* store) {
     return store->Index.Save(folder_, kClassMail, false) && store->Index.LastSaveWorked();
   }
@@ -75,12 +85,17 @@ class IndexFixture : public SettingsFixture {
   std::vector<std::string> events_;
 
  private:
+  std::vector<std::unique_ptr<StoreIndex>> stores_;
+
   static void Hear(void* context, std::string_view, platform::EventType, std::uint32_t,
                    std::string_view, std::string_view second) {
     static_cast<IndexFixture*>(context)->events_.emplace_back(second);
   }
 };
 
+inline bool Holds(std::string_view text, std::string_view part) {
+  return text.find(part) != std::string_view::npos;
+}
 inline std::string Element(const std::string& id, std::uint32_t uid, const std::string& subject) {
   return "<ELEMENT ID=\"" + id + "\" UID=\"" + std::to_string(uid) + "\"><READ>0</READ><SUBJECT>" +
          subject + "</SUBJECT></ELEMENT>";

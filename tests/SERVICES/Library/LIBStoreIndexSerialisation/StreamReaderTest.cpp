@@ -1,11 +1,13 @@
 #include <gtest/gtest.h>
 
+#include "SERVICES/Library/LIBStoreIndexSerialisation/StreamIndexParser.h"
 #include "tests/SERVICES/Library/LIBStoreIndexSerialisation/IndexFixture.h"
 
 namespace corvane {
 namespace {
 
 using test::Element;
+using test::Holds;
 using test::IndexOf;
 
 class StreamReader : public test::IndexFixture {};
@@ -34,9 +36,9 @@ const LoadCase kLoads[] = {
      "a=one b=two ", false},
     {"EqualUidsLoseTheSecond",
      IndexOf("x00000002", Element("a", 1, "one") + Element("b", 1, "two")), 4, 4, 2, "a=one ",
-     false},
-    {"UidZeroGetsAFreshOne", IndexOf("x00000002", Element("a", 0, "one")), 4, 4, 3, "a=one ",
-     false},
+     true},
+    {"UidZeroGetsAFreshOne", IndexOf("x00000002", Element("a", 0, "one")), 4, 4, 3, "a=one ", true},
+    {"LastUidTooLow", IndexOf("x00000001", kTwo), 2, 2, 2, "a= b= ", true},
     {"EscapedAndNot", IndexOf("x00000001", Element("a", 1, "A&amp;B&lt;&#65;")), 4, 4, 1,
      "a=A&B<A ", false},
     {"ElementsWithoutProperties", IndexOf("x00000001", "<ELEMENT ID='a' UID='1'/>"), 4, 4, 1,
@@ -45,13 +47,13 @@ const LoadCase kLoads[] = {
 
 TEST_F(StreamReader, ReadsEveryFormAsFarAsItIsAsked) {
   for (const LoadCase& c : kLoads) {
+    SCOPED_TRACE(c.name);
     WriteIndex(c.file);
-    StoreIndex store(&files_);
-    EXPECT_TRUE(Load(&store, c.level)) << c.name;
-    EXPECT_EQ(store.Index.LoadState, c.state) << c.name;
-    EXPECT_EQ(store.Index.LastUID, c.lastUid) << c.name;
-    EXPECT_EQ(Items(store), c.items) << c.name;
-    EXPECT_EQ(store.Index.FullRewrite, c.rewrites) << c.name;
+    StoreIndex& store = Loaded(c.level);
+    EXPECT_EQ(store.Index.LoadState, c.state);
+    EXPECT_EQ(store.Index.LastUID, c.lastUid);
+    EXPECT_EQ(Items(store), c.items);
+    EXPECT_EQ(store.Index.FullRewrite, c.rewrites);
   }
   EXPECT_TRUE(events_.empty());
 }
@@ -81,6 +83,13 @@ const MalformedCase kMalformed[] = {
      "Encountered element start tag nested within another element"},
     {kHead + Element("a", 2, "x") + Element("b", 1, "y") + kTail,
      "Encountered element with UID out of order. This UID=1, Previous UID=2, Largest/Last UID=2"},
+    {kHead + Element("a", 0x80000000, "x") + kTail,
+     "Encountered element with UID out of order. This UID=-2147483648, Previous UID=0, "
+     "Largest/Last UID=2"},
+    {IndexOf("1", Element("a", 0xFFFFFFFF, "x")),
+     "Encountered element with UID out of order. This UID=-1, Previous UID=0, Largest/Last UID=1"},
+    {IndexOf("x80000000", ""),
+     "Encountered root element start tag with a LASTUID beyond the largest UID"},
     {kHead + "<ELEMENT ID=\"a UID=1></ELEMENT>" + kTail,
      "Unable to parse ID attribute, Tag=[ELEMENT ID=\"a UID=1]"},
     {kHead + "<ELEMENT UID=\"1\"></ELEMENT>" + kTail,
@@ -107,11 +116,11 @@ TEST_F(StreamReader, TellsTheFirstThingThatIsWrong) {
     StoreIndex store(&files_);
     EXPECT_FALSE(Load(&store, kAllProperties, {}, 0, false, true)) << c.message;
     EXPECT_EQ(store.Index.ItemCount(), 0U) << c.message;
+    EXPECT_EQ(IndexText(), c.file) << "without backups nothing is put aside";
     ASSERT_EQ(events_.size(), 2U) << c.message;
-    EXPECT_NE(events_[0].find("] Malformed index detected: " + c.message + " (" + folder_ + ")\n"),
-              std::string::npos)
-        << events_[0];
-    EXPECT_NE(events_[1].find("Failed to deserialise index: " + folder_ + "."), std::string::npos);
+    EXPECT_PRED2(Holds, events_[0],
+                 "] Malformed index detected: " + c.message + " (" + folder_ + ")\n");
+    EXPECT_PRED2(Holds, events_[1], "Failed to deserialise index: " + folder_ + ".");
   }
   WriteIndex("");
   StoreIndex quiet(&files_);
@@ -120,22 +129,32 @@ TEST_F(StreamReader, TellsTheFirstThingThatIsWrong) {
   EXPECT_TRUE(events_.empty()) << "a quiet load tells the event log nothing";
 }
 
+// A disk that fails says nothing about the file.
+TEST_F(StreamReader, AReadThatFailsIsNoFaultOfTheFile) {
+  WriteIndex(IndexOf("x00000002", kTwo));
+  auto unreadable = platform::File::Open(index_, platform::Access::kWrite, platform::kShareAll,
+                                         platform::Disposition::kOpenExisting);
+  SORTEDSTOREINDEXTYPE index(&files_);
+  IndexKeySet keys;
+  EXPECT_EQ(StreamIndexParser(&index, &unreadable, folder_, {}, &keys).Parse(),
+            ParseResult::kUnreadable);
+}
+
 TEST_F(StreamReader, AFilterAdmitsItsItems) {
   WriteIndex(IndexOf("x00000003", kTwo + Element("c", 3, "three")));
   const std::pair<const char*, const char*> kFilters[] = {
       {"b", "b=two "}, {"c,a", "a=one c=three "}, {"*", "a=one b=two c=three "}, {"zz", ""}};
   for (const auto& [filter, items] : kFilters) {
-    StoreIndex store(&files_);
-    EXPECT_TRUE(Load(&store, kAllProperties, filter)) << filter;
-    EXPECT_EQ(Items(store), items) << filter;
+    SCOPED_TRACE(filter);
+    StoreIndex& store = Loaded(kAllProperties, filter);
+    EXPECT_EQ(Items(store), items);
   }
 }
 
 TEST_F(StreamReader, ItemsWithoutTheirFileAreLeftOut) {
   MakeFile("b");
   WriteIndex(IndexOf("x00000002", kTwo + Element("../Inbox/b", 3, "out")));
-  StoreIndex store(&files_);
-  EXPECT_TRUE(Load(&store, kAllProperties, {}, 1));
+  StoreIndex& store = Loaded(kAllProperties, {}, 1);
   EXPECT_EQ(Items(store), "b=two ");
   EXPECT_TRUE(store.Index.FullRewrite);
 }
@@ -146,8 +165,7 @@ TEST_F(StreamReader, ManyTombstonesMakeItReadWholeAndBeRewritten) {
   for (int i = 0; i < 3; ++i) elements += "<ELEMENT ID=\"-\" UID=\"-\"></ELEMENT>";
   WriteIndex(IndexOf("x00000002", elements + kTwo));
   for (const std::int32_t level : {kKeys, kAllProperties}) {
-    StoreIndex store(&files_);
-    EXPECT_TRUE(Load(&store, level, level == kKeys ? "a" : ""));
+    StoreIndex& store = Loaded(level, level == kKeys ? "a" : "");
     EXPECT_EQ(store.Index.LoadState, kAllProperties);
     EXPECT_EQ(Items(store), "a=one b=two ");
     EXPECT_FALSE(store.Index.IsFiltered());
@@ -171,8 +189,7 @@ TEST_F(StreamReader, TextsAreReadAcrossBlocks) {
 
 TEST_F(StreamReader, OffsetsAndLengthsAreThoseOfTheElements) {
   WriteIndex(IndexOf("x00000002", kTwo));
-  StoreIndex store(&files_);
-  ASSERT_TRUE(Load(&store, kKeys));
+  StoreIndex& store = Loaded(kKeys);
   const std::string text = IndexText();
   for (const auto* item : store.Index.Sequence) {
     const std::string element = text.substr(item->GetOffset(), item->GetLength());
@@ -189,7 +206,7 @@ TEST_F(StreamReader, AReaderWaitsForAWriter) {
   EXPECT_FALSE(Load(&store, kAllProperties, {}, 0, false, true));
   EXPECT_EQ(Clock().Slept(), 20 * 2000);
   ASSERT_FALSE(events_.empty());
-  EXPECT_NE(events_[0].find("Failed to open index "), std::string::npos);
+  EXPECT_PRED2(Holds, events_[0], "Failed to open index ");
   EXPECT_TRUE(held.IsOpen());
 }
 
@@ -215,6 +232,10 @@ TEST_F(StreamReader, ContactsAndGroupsComeTogether) {
   EXPECT_FALSE(store.Index.Save(folder_, kClassContactsAndGroups, false) &&
                store.Index.LastSaveWorked());
   EXPECT_EQ(IndexText(), IndexOf("x00000002", kTwo));
+  ASSERT_TRUE(platform::DeleteFile(folder_ + "/_groups.xml"));
+  load.level = kKeys;
+  EXPECT_TRUE(store.Index.Load(load));
+  EXPECT_EQ(store.Index.LoadState, kKeys) << "no deeper than the contacts";
 }
 
 }  // namespace

@@ -1,11 +1,14 @@
 #include <gtest/gtest.h>
 
+#include "platform/Error.h"
+#include "platform/FaultInjection.h"
 #include "tests/SERVICES/Library/LIBStoreIndexSerialisation/IndexFixture.h"
 
 namespace corvane {
 namespace {
 
 using test::Element;
+using test::Holds;
 using test::IndexOf;
 
 class StreamWriter : public test::IndexFixture {
@@ -26,8 +29,7 @@ class StreamWriter : public test::IndexFixture {
 };
 
 TEST_F(StreamWriter, ANewIndexIsWrittenByteForByte) {
-  StoreIndex store(&files_);
-  ASSERT_TRUE(Load(&store, kAllProperties));
+  StoreIndex& store = Loaded();
   IndexItem item;
   item.Create();
   item.SetText("ID", "a&b.MAI");
@@ -40,10 +42,10 @@ TEST_F(StreamWriter, ANewIndexIsWrittenByteForByte) {
   ASSERT_TRUE(Save(&store));
   const std::string text = IndexText();
   EXPECT_EQ(text.substr(0, 33), "<BASEELEMENT LASTUID=\"x00000001\">");
-  EXPECT_NE(text.find("<ELEMENT ID=\"a&b.MAI\" UID=\"1\">"), std::string::npos);
+  EXPECT_PRED2(Holds, text, "<ELEMENT ID=\"a&b.MAI\" UID=\"1\">");
   EXPECT_NE(text.find("<CATEGORIES>x&lt;y</CATEGORIES>"), std::string::npos);
-  EXPECT_NE(text.find("<RECEIVED>2026-01-01T00:00:00</RECEIVED>"), std::string::npos);
-  EXPECT_NE(text.find("<SIZE>12</SIZE>"), std::string::npos);
+  EXPECT_PRED2(Holds, text, "<RECEIVED>2026-01-01T00:00:00</RECEIVED>");
+  EXPECT_PRED2(Holds, text, "<SIZE>12</SIZE>");
   EXPECT_NE(text.find("<SUBJECT>A&amp;B&lt;C&gt;</SUBJECT>"), std::string::npos);
   EXPECT_EQ(text.find("SEQ"), std::string::npos);
   EXPECT_EQ(text.find("not a name"), std::string::npos);
@@ -54,8 +56,7 @@ TEST_F(StreamWriter, ANewIndexIsWrittenByteForByte) {
 TEST_F(StreamWriter, AnInsertionByTheHeaderAloneTouchesOnlyTheEnd) {
   WriteFive();
   const std::string before = IndexText();
-  StoreIndex store(&files_);
-  ASSERT_TRUE(Load(&store, kHeaderOnly));
+  StoreIndex& store = Loaded(kHeaderOnly);
   ASSERT_TRUE(Add(&store, "f", "new"));
   ASSERT_TRUE(Save(&store));
   const std::string after = IndexText();
@@ -67,21 +68,18 @@ TEST_F(StreamWriter, AnInsertionByTheHeaderAloneTouchesOnlyTheEnd) {
 TEST_F(StreamWriter, RemovalsAreBlankedInPlaceAndNothingMoves) {
   WriteFive();
   const std::string before = IndexText();
-  StoreIndex store(&files_);
-  ASSERT_TRUE(Load(&store, kKeys));
+  StoreIndex& store = Loaded(kKeys);
   EXPECT_EQ(store.Index.RemoveItems("b,e"), 2U);
   ASSERT_TRUE(Save(&store));
   EXPECT_TRUE(store.Index.FileInSync);
   const std::string after = IndexText();
   EXPECT_EQ(after.size(), before.size());
-  EXPECT_NE(after.find("<ELEMENT ID=\"-\" UID=\"-\"><READ>0</READ><SUBJECT>old"),
-            std::string::npos);
+  EXPECT_PRED2(Holds, after, "<ELEMENT ID=\"-\" UID=\"-\"><READ>0</READ><SUBJECT>old");
   EXPECT_EQ(ItemsOnDisk(), "a=old c=old d=old ");
   EXPECT_EQ(store.Index.RemoveItems("a,c,d"), 3U);
   ASSERT_TRUE(Save(&store)) << "offsets are still true";
   EXPECT_EQ(ItemsOnDisk(), "");
-  StoreIndex again(&files_);
-  ASSERT_TRUE(Load(&again, kAllProperties));
+  StoreIndex& again = Loaded();
   EXPECT_EQ(again.Index.LastUID, 5U);
 }
 
@@ -100,51 +98,84 @@ const ChangeCase kChanges[] = {
     {"WithoutAFilter", "", "b", "longer than before, with everything in memory"},
     {"OverflowsTheNextOne", "a,b,d", "a", std::string(300, 'z')},
     {"OverflowsTheGapBehindTheNextOne", "a,b", "a", std::string(120, 'z')},
+    {"OverflowsAGapBehindItself", "a,c", "a", std::string(300, 'z')},
 };
 
 TEST_F(StreamWriter, AChangeKeepsEverythingThatWasNotLoaded) {
   for (const ChangeCase& c : kChanges) {
+    SCOPED_TRACE(c.name);
     WriteFive();
-    StoreIndex store(&files_);
-    ASSERT_TRUE(Load(&store, kAllProperties, c.filter)) << c.name;
+    StoreIndex& store = Loaded(kAllProperties, c.filter);
     SetSubject(&store, c.changed, c.subject);
-    EXPECT_TRUE(Save(&store)) << c.name;
+    EXPECT_TRUE(Save(&store));
     std::string expected;
     for (const char* id : {"a", "b", "c", "d", "e"}) {
       expected += std::string(id) + "=" + (std::string(id) == c.changed ? c.subject : "old") + " ";
     }
-    EXPECT_EQ(ItemsOnDisk(), expected) << c.name;
+    EXPECT_EQ(ItemsOnDisk(), expected);
     SetSubject(&store, c.changed, "again");
-    EXPECT_TRUE(Save(&store)) << c.name;
-    EXPECT_NE(ItemsOnDisk().find(std::string(c.changed) + "=again"), std::string::npos) << c.name;
+    EXPECT_TRUE(Save(&store));
+    EXPECT_PRED2(Holds, ItemsOnDisk(), std::string(c.changed) + "=again");
     EXPECT_EQ(std::count(expected.begin(), expected.end(), '='), 5);
+  }
+  ASSERT_EQ(events_.size(), 1U);
+  EXPECT_PRED2(Holds, events_[0],
+               "Corrupting index " + folder_ +
+                   "\\_index.xml. Item size for a has "
+                   "grown so much that the gap will overflow the next item.");
+}
+
+struct FaultCase {
+  const char* name;
+  platform::FileCall call;
+  std::uint32_t durability;
+  bool saves;
+  const char* b;  // on the disk afterwards
+};
+const FaultCase kFaults[] = {
+    {"NoRoomForWhatGrew", platform::FileCall::kTruncate, 1, false, "b=old"},
+    {"NotMadeDurable", platform::FileCall::kFlush, 1, false, "b=longer than it was"},
+    {"DurabilityGivenUp", platform::FileCall::kFlush, 0, true, "b=longer than it was"},
+};
+
+TEST_F(StreamWriter, AChangeInPlaceHasRoomAndIsDurable) {
+  for (const FaultCase& c : kFaults) {
+    SCOPED_TRACE(c.name);
+    Set("Delivery Durability", c.durability);
+    WriteFive();
+    StoreIndex& store = Loaded();
+    SetSubject(&store, "b", "longer than it was");
+    platform::ArmFault({.error = platform::kErrorDiskFull,
+                        .calls = platform::FileCallBit(c.call),
+                        .lasting = true});
+    EXPECT_EQ(Save(&store), c.saves);
+    platform::DisarmFault();
+    EXPECT_EQ(ItemsOnDisk(), "a=old " + std::string(c.b) + " c=old d=old e=old ");
   }
 }
 
 // What a partly loaded index holds and what only the file has come together.
 TEST_F(StreamWriter, PartlyLoadedIndexesNeverDropTheRest) {
   WriteFive();
-  StoreIndex keys(&files_);
-  ASSERT_TRUE(Load(&keys, kKeys));
+  StoreIndex& keys = Loaded(kKeys);
   keys.Index.ByID.Find("b")->SetText("CC", "set by its key", false);
   ASSERT_TRUE(Save(&keys));
   EXPECT_EQ(ItemsOnDisk(), "a=old b=old c=old d=old e=old ");
-  StoreIndex header(&files_);
-  ASSERT_TRUE(Load(&header, kHeaderOnly));
+  StoreIndex& header = Loaded(kHeaderOnly);
   ASSERT_TRUE(Add(&header, "f"));
   ASSERT_TRUE(Save(&header));
   ASSERT_TRUE(Add(&header, "g"));
+  header.Index.ByID.Find("f")->Remove("SUBJECT");
   ASSERT_TRUE(Save(&header)) << "a second save of one object";
   IndexItem item;
   ASSERT_TRUE(header.Index.GetItemByID("b", &item, false));
   EXPECT_EQ(item.GetText("CC"), "set by its key");
-  StoreIndex deep(&files_);
-  ASSERT_TRUE(Load(&deep, kHeaderOnly));
+  StoreIndex& deep = Loaded(kHeaderOnly);
   ASSERT_TRUE(Add(&deep, "h"));
   EXPECT_TRUE(deep.Index.ItemExists("a")) << "read deeper";
   EXPECT_TRUE(deep.Index.ItemExists("h")) << "and not forgotten";
   ASSERT_TRUE(Save(&deep));
-  EXPECT_EQ(ItemsOnDisk(), "a=old b=old c=old d=old e=old f=s g=s h=s ");
+  EXPECT_EQ(ItemsOnDisk(), "a=old b=old c=old d=old e=old f= g=s h=s ");
 }
 
 TEST_F(StreamWriter, AForeignChangeIsRefusedOrOverwritten) {
@@ -158,7 +189,7 @@ TEST_F(StreamWriter, AForeignChangeIsRefusedOrOverwritten) {
   WriteIndex(IndexOf("x00000005", Element("a", 1, "foreign")));
   EXPECT_FALSE(Save(&part));
   ASSERT_FALSE(events_.empty());
-  EXPECT_NE(events_[0].find("Index was not fully loaded: aborting save."), std::string::npos);
+  EXPECT_PRED2(Holds, events_[0], "Index was not fully loaded: aborting save.");
   EXPECT_EQ(ItemsOnDisk(), "a=foreign ");
   EXPECT_TRUE(Save(&whole));
   EXPECT_EQ(ItemsOnDisk(), "a=mine b=old c=old d=old e=old ");
@@ -167,20 +198,17 @@ TEST_F(StreamWriter, AForeignChangeIsRefusedOrOverwritten) {
 // A gap that doesn't begin and end with elements can't be copied along.
 TEST_F(StreamWriter, WhatIsNotWhereItShouldBeIsNotWrittenOver) {
   WriteFive();
-  StoreIndex store(&files_);
-  ASSERT_TRUE(Load(&store, kAllProperties, "b"));
+  StoreIndex& store = Loaded(kAllProperties, "b");
   store.Index.ByID.Find("b")->SetLength(store.Index.ByID.Find("b")->GetLength() + 3);
   SetSubject(&store, "b", "new");
   EXPECT_TRUE(Save(&store));
   ASSERT_FALSE(events_.empty());
-  EXPECT_NE(events_[0].find("Corrupting index " + folder_ + "\\_index.xml" +
-                            ". Gap after b does not start at the start of an element."),
-            std::string::npos)
-      << events_[0];
+  EXPECT_PRED2(Holds, events_[0],
+               "Corrupting index " + folder_ + "\\_index.xml" +
+                   ". Gap after b does not start at the start of an element.");
   EXPECT_EQ(ItemsOnDisk(), "a=old b=new c=old d=old e=old ");
   // A removed element that isn't there any more is left out all the same.
-  StoreIndex moved(&files_);
-  ASSERT_TRUE(Load(&moved, kKeys));
+  StoreIndex& moved = Loaded(kKeys);
   moved.Index.ByID.Find("c")->SetOffset(40);
   moved.Index.RemoveItems("c");
   EXPECT_TRUE(Save(&moved));
@@ -190,8 +218,7 @@ TEST_F(StreamWriter, WhatIsNotWhereItShouldBeIsNotWrittenOver) {
 // A header of another writer, in which LASTUID's digits stand elsewhere.
 TEST_F(StreamWriter, AHeaderOfAnotherLengthIsNotPatched) {
   WriteIndex(IndexOf("x5", Element("a", 5, "old")));
-  StoreIndex store(&files_);
-  ASSERT_TRUE(Load(&store, kHeaderOnly));
+  StoreIndex& store = Loaded(kHeaderOnly);
   ASSERT_TRUE(Add(&store, "b", "new"));
   EXPECT_TRUE(Save(&store));
   EXPECT_EQ(IndexText().substr(0, 33), "<BASEELEMENT LASTUID=\"x00000006\">");
@@ -201,8 +228,7 @@ TEST_F(StreamWriter, AHeaderOfAnotherLengthIsNotPatched) {
 TEST_F(StreamWriter, NothingIsAddedBehindATornFile) {
   WriteIndex("<BASEELEMENT LASTUID=\"x00000001\">" + Element("a", 1, "x"));
   const std::string before = IndexText();
-  StoreIndex store(&files_);
-  ASSERT_TRUE(Load(&store, kHeaderOnly));
+  StoreIndex& store = Loaded(kHeaderOnly);
   ASSERT_TRUE(Add(&store, "b"));
   EXPECT_FALSE(Save(&store));
   EXPECT_EQ(IndexText(), before);
@@ -210,8 +236,7 @@ TEST_F(StreamWriter, NothingIsAddedBehindATornFile) {
 
 TEST_F(StreamWriter, TheOffsetCacheTellsWhereElementsLie) {
   Set("Offset Index", 1U);
-  StoreIndex store(&files_);
-  ASSERT_TRUE(Load(&store, kAllProperties));
+  StoreIndex& store = Loaded();
   for (const char* id : {"a", "b", "c"}) {
     ASSERT_TRUE(Add(&store, id));
     store.Index.ByID.Find(id)->SetText("RECEIVED", "1970-01-01T00:00:00", false);
@@ -227,10 +252,9 @@ TEST_F(StreamWriter, TheOffsetCacheTellsWhereElementsLie) {
   };
   for (std::uint32_t i = 0; i < 3; ++i) {
     const std::string uid = "UID=\"" + std::to_string(word(24 + 16 * i + 4)) + "\"";
-    EXPECT_NE(IndexText().substr(word(24 + 16 * i), 40).find(uid), std::string::npos);
+    EXPECT_PRED2(Holds, IndexText().substr(word(24 + 16 * i), 40), uid);
   }
-  StoreIndex part(&files_);
-  ASSERT_TRUE(Load(&part, kHeaderOnly));
+  StoreIndex& part = Loaded(kHeaderOnly);
   ASSERT_TRUE(Add(&part, "d"));
   ASSERT_TRUE(Save(&part));
   EXPECT_FALSE(platform::FileExists(folder_ + "/_index.bin")) << "a stale cache goes";
@@ -238,15 +262,14 @@ TEST_F(StreamWriter, TheOffsetCacheTellsWhereElementsLie) {
 
 TEST_F(StreamWriter, ItSaysWhyItCouldNotWrite) {
   WriteFive();
-  StoreIndex store(&files_);
-  ASSERT_TRUE(Load(&store, kAllProperties));
+  StoreIndex& store = Loaded();
   SetSubject(&store, "a", "x");
   const auto held = platform::File::Open(index_, platform::Access::kRead, platform::kShareRead,
                                          platform::Disposition::kOpenExisting);
   EXPECT_FALSE(Save(&store));
   EXPECT_EQ(Clock().Slept(), 20 * 2000);
   ASSERT_FALSE(events_.empty());
-  EXPECT_NE(events_[0].find("was retried for 40 seconds"), std::string::npos);
+  EXPECT_PRED2(Holds, events_[0], "was retried for 40 seconds");
   EXPECT_EQ(store.Index.FirstModifiedUID, 1U) << "still to be written";
 }
 

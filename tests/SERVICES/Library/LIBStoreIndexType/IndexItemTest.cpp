@@ -2,6 +2,7 @@
 
 #include "CLIENTS/CVMAPI/CVMSLIB/common/Array.h"
 #include "SERVICES/Library/LIBStoreIndexType/IndexItem.h"
+#include "tests/support/ChildProcess.h"
 
 namespace corvane {
 namespace {
@@ -136,6 +137,18 @@ TEST(PropertyMap, APrivateCopyLearnsTheProcessesNewNames) {
   EXPECT_EQ(copy.count("LEARNT LATE"), 1U);
   PropertyMap empty;
   EXPECT_EQ(FindProperty(&empty, "READ").Index, 2);
+}
+
+// Made-up names of files fill the map; those of mail items find their place behind them.
+TEST(PropertyMap, AFullMapStillTakesTheNamesOfMailItems) {
+  const int wrong = test::RunInChild([] {
+    for (std::size_t i = 0; i < kMaximumPropertyNames; ++i) {
+      static_cast<void>(FindProperty(nullptr, "MADE-UP" + std::to_string(i)));
+    }
+    const bool full = FindProperty(nullptr, "ONE MORE").Index == -1;
+    return full && FindProperty(nullptr, "THREAD").Index > 0 && PropertySEQ().Index > 0 ? 0 : 1;
+  });
+  EXPECT_EQ(wrong, 0);
 }
 
 TEST(PropertyMap, NamesThatAFileCantHoldAreTold) {
