@@ -255,7 +255,7 @@ const MailboxCase kEnds[] = {
     {"InsertionPostponed",
      "[ID] Direct Insertion of message into index (PO=acme MBX=anna FLD=\\Inbox) was postponed.\n" +
          Delivered(),
-     "anna/Inbox/ID anna/_1.NEW",
+     kInInbox,
      "MailboxGet * 1 Status=1",
      {{"Store Event Notification Mode", 4, "."}, {"Index Files Enabled", 1}}},
 };
