@@ -49,7 +49,7 @@ TEST(Clock, FormatsInEnglish) {
   EXPECT_EQ(FormatTime(time, longFormat.c_str()), longFormat);
 }
 
-TEST(Clock, OffsetIsThatOfTheMoment) {
+TEST(Clock, TimesAreThoseOfTheZoneAndTheMoment) {
   const ZoneGuard zone("CET-1CEST,M3.5.0,M10.5.0/3");
   EXPECT_EQ(ToLocalTime(1774745999).offsetMinutes, 60);
   EXPECT_EQ(ToLocalTime(1774745999).hour, 1);

@@ -12,7 +12,7 @@
 #include "platform/Error.h"
 #include "platform/FileSystem.h"
 #include "platform/WholeFile.h"
-#include "tests/support/TemporaryDirectory.h"
+#include "tests/support/InDirectory.h"
 
 namespace corvane::platform {
 namespace {
@@ -21,26 +21,27 @@ using test::ReadBytes;
 using test::TemporaryDirectory;
 using test::WriteBytes;
 
-TEST(FileSystem, CopiesKeepBytesAndTime) {
-  const TemporaryDirectory root;
+using FileSystem = test::InDirectory;
+
+TEST_F(FileSystem, CopiesKeepBytesAndTime) {
   for (const std::size_t size : {0U, 1U, 4096U, 5'000'003U}) {
     std::string bytes(size, '\0');
     for (std::size_t i = 0; i < size; ++i) bytes[i] = static_cast<char>(i * 7 % 251);
-    WriteBytes(root / "from", bytes);
-    ASSERT_TRUE(SetLastWriteTime(root / "from", 1'000'000'000, 123'456'789));
-    ASSERT_TRUE(CopyFile(root / "from", root / "to", true, size % 2 != 0));
-    EXPECT_EQ(ReadBytes(root / "to"), bytes);
-    const std::optional<FileInfo> info = GetFileInfo(root / "to");
+    WriteBytes(root_ / "from", bytes);
+    ASSERT_TRUE(SetLastWriteTime(root_ / "from", 1'000'000'000, 123'456'789));
+    ASSERT_TRUE(CopyFile(root_ / "from", root_ / "to", true, size % 2 != 0));
+    EXPECT_EQ(ReadBytes(root_ / "to"), bytes);
+    const std::optional<FileInfo> info = GetFileInfo(root_ / "to");
     ASSERT_TRUE(info);
     EXPECT_EQ(info->lastWriteTime, 1'000'000'000);
     EXPECT_EQ(info->lastWriteNanoseconds, 123'456'789);
     EXPECT_EQ(info->size, size);
   }
-  EXPECT_FALSE(CopyFile(root / "from", root / "to", false, false));
+  EXPECT_FALSE(CopyFile(root_ / "from", root_ / "to", false, false));
   EXPECT_EQ(LastError(), kErrorFileExists);
-  EXPECT_FALSE(CopyFile(root / "none", root / "to", true, false));
+  EXPECT_FALSE(CopyFile(root_ / "none", root_ / "to", true, false));
   EXPECT_EQ(LastError(), kErrorFileNotFound);
-  EXPECT_FALSE(CopyFile(root / "from", root / "none\\to", true, false));
+  EXPECT_FALSE(CopyFile(root_ / "from", root_ / "none\\to", true, false));
   EXPECT_EQ(LastError(), kErrorPathNotFound);
 }
 
@@ -66,7 +67,7 @@ const MoveCase kMoves[] = {
     {"ToOtherCase", "a", "A", false, 0},
 };
 
-TEST(FileSystem, MovesTakeTheNameOrLeaveAll) {
+TEST_F(FileSystem, MovesTakeTheNameOrLeaveAll) {
   for (const MoveCase& c : kMoves) {
     const TemporaryDirectory root;
     WriteBytes(root / "a", "a");
@@ -88,76 +89,71 @@ TEST(FileSystem, MovesTakeTheNameOrLeaveAll) {
   }
 }
 
-TEST(FileSystem, LinksGiveAFileASecondName) {
-  const TemporaryDirectory root;
-  WriteBytes(root / "a", "a");
-  WriteBytes(root / "b", "b");
-  EXPECT_TRUE(LinkFile(root / "a", root / "new", true));
-  EXPECT_TRUE(LinkFile(root / "a", root / "b", false));
-  EXPECT_TRUE(LinkFile(root / "a", root / "b", false));
-  EXPECT_EQ(std::filesystem::hard_link_count(root / "a"), 3U);
-  EXPECT_FALSE(LinkFile(root / "a", root / "none\\x", false));
+TEST_F(FileSystem, LinksGiveAFileASecondName) {
+  WriteBytes(root_ / "a", "a");
+  WriteBytes(root_ / "b", "b");
+  EXPECT_TRUE(LinkFile(root_ / "a", root_ / "new", true));
+  EXPECT_TRUE(LinkFile(root_ / "a", root_ / "b", false));
+  EXPECT_TRUE(LinkFile(root_ / "a", root_ / "b", false));
+  EXPECT_EQ(std::filesystem::hard_link_count(root_ / "a"), 3U);
+  EXPECT_FALSE(LinkFile(root_ / "a", root_ / "none\\x", false));
   EXPECT_EQ(LastError(), kErrorPathNotFound);
-  EXPECT_FALSE(LinkFile(root / "none", root / "b", false));
+  EXPECT_FALSE(LinkFile(root_ / "none", root_ / "b", false));
   EXPECT_EQ(LastError(), kErrorFileNotFound);
-  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(root.Path()), {}), 3);
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(root_.Path()), {}), 3);
 }
 
-TEST(FileSystem, DeletesFilesAndNothingElse) {
-  const TemporaryDirectory root;
-  WriteBytes(root / "a", "a");
-  EXPECT_TRUE(CreateDirectory(root / "dir"));
-  EXPECT_TRUE(DeleteFile(root / "a"));
-  EXPECT_FALSE(DeleteFile(root / "a"));
+TEST_F(FileSystem, DeletesFilesAndNothingElse) {
+  WriteBytes(root_ / "a", "a");
+  EXPECT_TRUE(CreateDirectory(root_ / "dir"));
+  EXPECT_TRUE(DeleteFile(root_ / "a"));
+  EXPECT_FALSE(DeleteFile(root_ / "a"));
   EXPECT_EQ(LastError(), kErrorFileNotFound);
-  EXPECT_FALSE(DeleteFile(root / "dir"));
+  EXPECT_FALSE(DeleteFile(root_ / "dir"));
   EXPECT_EQ(LastError(), kErrorAccessDenied);
 }
 
-TEST(FileSystem, DirectoriesComeAndGo) {
-  const TemporaryDirectory root;
-  EXPECT_FALSE(CreateDirectory(root / "a\\b"));
+TEST_F(FileSystem, DirectoriesComeAndGo) {
+  EXPECT_FALSE(CreateDirectory(root_ / "a\\b"));
   EXPECT_EQ(LastError(), kErrorPathNotFound);
-  EXPECT_TRUE(CreateDirectories(root / "a\\b\\\\c\\"));
-  EXPECT_TRUE(CreateDirectories(root / "a\\b\\c"));
-  EXPECT_FALSE(CreateDirectory(root / "a\\b"));
+  EXPECT_TRUE(CreateDirectories(root_ / "a\\b\\\\c\\"));
+  EXPECT_TRUE(CreateDirectories(root_ / "a\\b\\c"));
+  EXPECT_FALSE(CreateDirectory(root_ / "a\\b"));
   EXPECT_EQ(LastError(), kErrorAlreadyExists);
-  WriteBytes(root / "a/file", "");
-  EXPECT_FALSE(CreateDirectories(root / "a\\file\\x"));
-  EXPECT_FALSE(CreateDirectories(root / "a\\file"));
+  WriteBytes(root_ / "a/file", "");
+  EXPECT_FALSE(CreateDirectories(root_ / "a\\file\\x"));
+  EXPECT_FALSE(CreateDirectories(root_ / "a\\file"));
   EXPECT_EQ(LastError(), kErrorAlreadyExists);
-  EXPECT_TRUE(DirectoryExists(root / "A\\B"));
-  EXPECT_FALSE(DirectoryExists(root / "a\\file"));
-  EXPECT_FALSE(RemoveDirectory(root / "a"));
+  EXPECT_TRUE(DirectoryExists(root_ / "A\\B"));
+  EXPECT_FALSE(DirectoryExists(root_ / "a\\file"));
+  EXPECT_FALSE(RemoveDirectory(root_ / "a"));
   EXPECT_EQ(LastError(), kErrorDirectoryNotEmpty);
-  EXPECT_TRUE(RemoveDirectory(root / "a\\b\\c"));
-  EXPECT_TRUE(RemoveTree(root / "a"));
-  EXPECT_FALSE(FileExists(root / "a"));
+  EXPECT_TRUE(RemoveDirectory(root_ / "a\\b\\c"));
+  EXPECT_TRUE(RemoveTree(root_ / "a"));
+  EXPECT_FALSE(FileExists(root_ / "a"));
 }
 
-TEST(FileSystem, SeveralMayMakeTheSameDirectories) {
-  const TemporaryDirectory root;
+TEST_F(FileSystem, SeveralMayMakeTheSameDirectories) {
   std::vector<std::thread> threads;
   for (int i = 0; i < 6; ++i) {
     threads.emplace_back([&] {
       for (int round = 0; round < 50; ++round) {
-        EXPECT_TRUE(CreateDirectories(root / ("r" + std::to_string(round) + "\\RULES\\deep\\er")));
+        EXPECT_TRUE(CreateDirectories(root_ / ("r" + std::to_string(round) + "\\RULES\\deep\\er")));
       }
     });
   }
   for (std::thread& thread : threads) thread.join();
 }
 
-TEST(FileSystem, ExistsIsFalseForFourErrorsOnly) {
-  const TemporaryDirectory root;
-  WriteBytes(root / "a", "");
-  EXPECT_TRUE(FileExists(root / "a"));
-  EXPECT_TRUE(FileExists(root.Path()));
-  EXPECT_FALSE(FileExists(root / "b"));
-  EXPECT_FALSE(FileExists(root / "b\\c"));
-  EXPECT_FALSE(FileExists(root / std::string_view("a\0", 2)));
+TEST_F(FileSystem, ExistsIsFalseForFourErrorsOnly) {
+  WriteBytes(root_ / "a", "");
+  EXPECT_TRUE(FileExists(root_ / "a"));
+  EXPECT_TRUE(FileExists(root_.Path()));
+  EXPECT_FALSE(FileExists(root_ / "b"));
+  EXPECT_FALSE(FileExists(root_ / "b\\c"));
+  EXPECT_FALSE(FileExists(root_ / std::string_view("a\0", 2)));
   EXPECT_FALSE(FileExists(""));
-  EXPECT_TRUE(FileExists(root / std::string(300, 'x')));
+  EXPECT_TRUE(FileExists(root_ / std::string(300, 'x')));
 }
 
 struct FindCase {
@@ -166,12 +162,11 @@ struct FindCase {
   std::int32_t error;
 };
 
-TEST(FileSystem, FinderGivesWhatMatches) {
-  const TemporaryDirectory root;
+TEST_F(FileSystem, FinderGivesWhatMatches) {
   for (const char* name : {"1.MAI", "2.mai", "_3.MAI", "4.MAI.tmp", "Notes", ".hidden"}) {
-    WriteBytes(root / name, name);
+    WriteBytes(root_ / name, name);
   }
-  std::filesystem::create_directory(root / "Sub");
+  std::filesystem::create_directory(root_ / "Sub");
   const FindCase cases[] = {
       {"*.MAI", {"1.MAI", "2.mai", "_3.MAI"}, kErrorNoMoreFiles},
       {"*",
@@ -185,7 +180,7 @@ TEST(FileSystem, FinderGivesWhatMatches) {
   };
   for (const FindCase& c : cases) {
     std::vector<std::string> names;
-    FileFinder finder(root / c.pattern);
+    FileFinder finder(root_ / c.pattern);
     while (const auto found = finder.Next()) {
       names.push_back(found->name);
       EXPECT_EQ(found->info.directory, found->name == "Sub");
@@ -197,21 +192,20 @@ TEST(FileSystem, FinderGivesWhatMatches) {
   }
 }
 
-TEST(FileSystem, CreationTimeIsTheSystemsOrTheOneSet) {
-  const TemporaryDirectory root;
+TEST_F(FileSystem, CreationTimeIsTheSystemsOrTheOneSet) {
   const std::int64_t before = std::time(nullptr) - 2;
-  WriteBytes(root / "a", "");
-  ASSERT_TRUE(SetLastWriteTime(root / "a", 1'000'000));
-  const std::optional<FileInfo> info = GetFileInfo(root / "a");
+  WriteBytes(root_ / "a", "");
+  ASSERT_TRUE(SetLastWriteTime(root_ / "a", 1'000'000));
+  const std::optional<FileInfo> info = GetFileInfo(root_ / "a");
   ASSERT_TRUE(info);
   EXPECT_EQ(info->lastWriteTime, 1'000'000);
   EXPECT_GE(info->creationTime, before);
-  EXPECT_EQ(GetCreationTime(root / "a"), info->creationTime);
-  if (!SetCreationTime(root / "A", 1'234'567)) GTEST_SKIP() << "no attributes on this file system";
-  EXPECT_EQ(GetCreationTime(root / "a"), 1'234'567);
+  EXPECT_EQ(GetCreationTime(root_ / "a"), info->creationTime);
+  if (!SetCreationTime(root_ / "A", 1'234'567)) GTEST_SKIP() << "no attributes on this file system";
+  EXPECT_EQ(GetCreationTime(root_ / "a"), 1'234'567);
 }
 
-TEST(FileSystem, DosTimesGoThereAndBack) {
+TEST_F(FileSystem, DosTimesGoThereAndBack) {
   setenv("TZ", "UTC", 1);
   tzset();
   struct Case {
@@ -233,13 +227,12 @@ TEST(FileSystem, DosTimesGoThereAndBack) {
   EXPECT_EQ(ToDosDateTime(0).date, 0);
 }
 
-TEST(FileSystem, ADirectoryThatIsMissingCannotBeFlushed) {
-  const TemporaryDirectory root;
-  EXPECT_TRUE(FlushDirectory(root.Path()));
-  EXPECT_TRUE(FlushFileSystems({root.Path(), root.Path()}));
-  EXPECT_FALSE(FlushDirectory(root / "none"));
+TEST_F(FileSystem, ADirectoryThatIsMissingCannotBeFlushed) {
+  EXPECT_TRUE(FlushDirectory(root_.Path()));
+  EXPECT_TRUE(FlushFileSystems({root_.Path(), root_.Path()}));
+  EXPECT_FALSE(FlushDirectory(root_ / "none"));
   EXPECT_EQ(LastError(), kErrorFileNotFound);
-  EXPECT_FALSE(FlushFileSystems({root / "none"}));
+  EXPECT_FALSE(FlushFileSystems({root_ / "none"}));
 }
 
 }  // namespace

@@ -7,7 +7,7 @@
 #include "platform/Error.h"
 #include "platform/File.h"
 #include "platform/FileSystem.h"
-#include "tests/support/TemporaryDirectory.h"
+#include "tests/support/InDirectory.h"
 
 namespace corvane::platform {
 namespace {
@@ -49,9 +49,10 @@ TEST(File, DispositionsMakeEmptyOrLeave) {
   }
 }
 
-TEST(File, NothingIsEmptiedBeforeTheClaimIsHeld) {
-  const TemporaryDirectory root;
-  const std::string path = root / "f";
+using FileTest = test::InDirectory;
+
+TEST_F(FileTest, NothingIsEmptiedBeforeTheClaimIsHeld) {
+  const std::string path = root_ / "f";
   WriteBytes(path, "old");
   const File holder = File::Open(path, Access::kRead, kShareRead, Disposition::kOpenExisting);
   for (const Disposition disposition :
@@ -62,20 +63,19 @@ TEST(File, NothingIsEmptiedBeforeTheClaimIsHeld) {
   }
 }
 
-TEST(File, OpeningWhatCannotBeOpenedTellsWhy) {
-  const TemporaryDirectory root;
-  std::filesystem::create_directory(root / "dir");
-  WriteBytes(root / "file", "");
+TEST_F(FileTest, OpeningWhatCannotBeOpenedTellsWhy) {
+  std::filesystem::create_directory(root_ / "dir");
+  WriteBytes(root_ / "file", "");
   struct Case {
     std::string path;
     std::int32_t error;
   };
   const Case cases[] = {
-      {root / "dir", kErrorAccessDenied},
-      {root / "file\\x", kErrorPathNotFound},
-      {root / "none\\x", kErrorPathNotFound},
-      {root / ("a\0b"s), kErrorInvalidName},
-      {root / std::string(256, 'x'), kErrorFilenameTooLong},
+      {root_ / "dir", kErrorAccessDenied},
+      {root_ / "file\\x", kErrorPathNotFound},
+      {root_ / "none\\x", kErrorPathNotFound},
+      {root_ / ("a\0b"s), kErrorInvalidName},
+      {root_ / std::string(256, 'x'), kErrorFilenameTooLong},
       {"", kErrorPathNotFound},
   };
   for (const Case& c : cases) {
@@ -93,15 +93,14 @@ TEST(File, OpeningWhatCannotBeOpenedTellsWhy) {
   }
 }
 
-TEST(File, AccessIsWhatWasAskedFor) {
-  const TemporaryDirectory root;
-  WriteBytes(root / "f", "old");
+TEST_F(FileTest, AccessIsWhatWasAskedFor) {
+  WriteBytes(root_ / "f", "old");
   char byte = 0;
-  File reader = File::Open(root / "f", Access::kRead, kShareAll, Disposition::kOpenExisting);
+  File reader = File::Open(root_ / "f", Access::kRead, kShareAll, Disposition::kOpenExisting);
   EXPECT_FALSE(reader.Write("x"));
   EXPECT_EQ(LastError(), kErrorAccessDenied);
   EXPECT_FALSE(reader.SetEndOfFile());
-  File writer = File::Open(root / "f", Access::kWrite, kShareAll, Disposition::kOpenExisting);
+  File writer = File::Open(root_ / "f", Access::kWrite, kShareAll, Disposition::kOpenExisting);
   EXPECT_EQ(writer.Read(&byte, 1), -1);
   EXPECT_EQ(LastError(), kErrorAccessDenied);
   EXPECT_FALSE(writer.ReadAll());
@@ -110,12 +109,11 @@ TEST(File, AccessIsWhatWasAskedFor) {
   EXPECT_EQ(LastError(), kErrorInvalidHandle);
 }
 
-TEST(File, WholeReadsEndWhereTheFileEnds) {
-  const TemporaryDirectory root;
+TEST_F(FileTest, WholeReadsEndWhereTheFileEnds) {
   for (const std::size_t size : {0U, 1U, 8191U, 8192U, 8193U, 16384U, 1'000'000U}) {
     const std::string bytes(size, 'x');
-    WriteBytes(root / "f", bytes);
-    File file = File::Open(root / "f", Access::kRead, kShareAll, Disposition::kOpenExisting);
+    WriteBytes(root_ / "f", bytes);
+    File file = File::Open(root_ / "f", Access::kRead, kShareAll, Disposition::kOpenExisting);
     ASSERT_TRUE(file.Seek(size / 2));
     EXPECT_EQ(file.ReadAll(), bytes);
     EXPECT_EQ(file.ReadAll(size), bytes);
@@ -125,10 +123,9 @@ TEST(File, WholeReadsEndWhereTheFileEnds) {
   }
 }
 
-TEST(File, IsRewrittenInPlace) {
-  const TemporaryDirectory root;
-  WriteBytes(root / "f", "0123456789");
-  File file = File::Open(root / "f", Access::kReadWrite, kShareNone, Disposition::kOpenExisting);
+TEST_F(FileTest, IsRewrittenInPlace) {
+  WriteBytes(root_ / "f", "0123456789");
+  File file = File::Open(root_ / "f", Access::kReadWrite, kShareNone, Disposition::kOpenExisting);
   EXPECT_TRUE(file.Seek(2));
   EXPECT_TRUE(file.Write("ab"));
   EXPECT_EQ(file.Position(), 4);
@@ -141,13 +138,12 @@ TEST(File, IsRewrittenInPlace) {
   EXPECT_EQ(file.Info()->size, 6U);
   EXPECT_FALSE(file.Info()->directory);
   EXPECT_TRUE(file.Close());
-  EXPECT_EQ(ReadBytes(root / "f"), "01ab45");
+  EXPECT_EQ(ReadBytes(root_ / "f"), "01ab45");
 }
 
-TEST(File, AMovedFileKeepsItsClaim) {
-  const TemporaryDirectory root;
+TEST_F(FileTest, AMovedFileKeepsItsClaim) {
   const auto open = [&] {
-    return File::Open(root / "f", Access::kReadWrite, kShareNone, Disposition::kOpenAlways);
+    return File::Open(root_ / "f", Access::kReadWrite, kShareNone, Disposition::kOpenAlways);
   };
   File first = open();
   File second = std::move(first);

@@ -49,14 +49,6 @@ TEST_F(LineWriterTest, LinesArriveInOrderWithoutAFlush) {
   EXPECT_EQ(read, expected);
 }
 
-TEST_F(LineWriterTest, ABurstIsFewWrites) {
-  writer_->Put("first\n");
-  EXPECT_EQ(Read(), "first\n");
-  for (int line = 0; line < 100; ++line) writer_->Put("x\n");
-  ASSERT_TRUE(writer_->Drain(milliseconds(10'000)));
-  EXPECT_EQ(Read().size(), 200U);
-}
-
 TEST_F(LineWriterTest, AReaderThatStopsHoldsNobodyUp) {
   const std::string line(999, 'x');
   constexpr int kLines = 5000;  // more than the pipe and the writer keep

@@ -13,7 +13,7 @@
 #include "platform/NameCache.h"
 #include "platform/Path.h"
 #include "platform/WholeFile.h"
-#include "tests/support/TemporaryDirectory.h"
+#include "tests/support/InDirectory.h"
 
 namespace corvane::platform {
 namespace {
@@ -23,16 +23,17 @@ using test::WriteBytes;
 
 void MakeDirectory(const std::string& path) { ASSERT_EQ(mkdir(path.c_str(), 0755), 0) << path; }
 
-TEST(NameCase, ExistingNamesAreFoundAndMessagesAreNot) {
-  const TemporaryDirectory root;
-  MakeDirectory(root / "acme");
-  MakeDirectory(root / "acme/MAILROOT");
-  MakeDirectory(root / "acme/MAILROOT/Anna");
-  MakeDirectory(root / "acme/MAILROOT/Anna/Inbox");
-  for (const char* name : {"Inbox/0A.MAI", "Inbox/_index.xml", "Inbox/_CHANGE.DTY",
-                           "Inbox/_GROUPS.XML", "Inbox/_folder.dty", "notes.Txt", "Two.txt",
-                           "tWo.txt", "_7.NEW", "_8.new"}) {
-    WriteBytes(root / "acme/MAILROOT/Anna/" + name, "x");
+using NameCase = test::InDirectory;
+
+TEST_F(NameCase, ExistingNamesAreFoundAndMessagesAreNot) {
+  MakeDirectory(root_ / "acme");
+  MakeDirectory(root_ / "acme/MAILROOT");
+  MakeDirectory(root_ / "acme/MAILROOT/Anna");
+  MakeDirectory(root_ / "acme/MAILROOT/Anna/Inbox");
+  for (const char* name :
+       {"Inbox/0A.MAI", "Inbox/_index.xml", "Inbox/_CHANGE.DTY", "Inbox/_GROUPS.XML",
+        "Inbox/_folder.dty", "notes.Txt", "Two.txt", "tWo.txt", "_7.NEW", "_8.new"}) {
+    WriteBytes(root_ / "acme/MAILROOT/Anna/" + name, "x");
   }
   struct Case {
     std::string_view asked;
@@ -57,17 +58,16 @@ TEST(NameCase, ExistingNamesAreFoundAndMessagesAreNot) {
       {"acme\\MAILROOT\\Bob\\notes.txt", ""},
   };
   for (const Case& c : cases) {
-    const std::string path = root / c.asked;
+    const std::string path = root_ / c.asked;
     EXPECT_EQ(FileExists(path), !c.found.empty()) << c.asked;
     if (c.found.empty()) continue;
-    EXPECT_EQ(ResolvePath(path), root / c.found);
+    EXPECT_EQ(ResolvePath(path), root_ / c.found);
   }
 }
 
-TEST(NameCase, MissingNamesTellWhatIsMissing) {
-  const TemporaryDirectory root;
-  MakeDirectory(root / "There");
-  WriteBytes(root / "File", "x");
+TEST_F(NameCase, MissingNamesTellWhatIsMissing) {
+  MakeDirectory(root_ / "There");
+  WriteBytes(root_ / "File", "x");
   struct Case {
     std::string_view path;
     std::int32_t error;
@@ -78,62 +78,60 @@ TEST(NameCase, MissingNamesTellWhatIsMissing) {
       {"gone\\x\\y", kErrorPathNotFound},        {"file\\x", kErrorPathNotFound},
   };
   for (const Case& c : cases) {
-    EXPECT_FALSE(File::Open(root / c.path, Access::kRead, kShareAll, Disposition::kOpenExisting));
+    EXPECT_FALSE(File::Open(root_ / c.path, Access::kRead, kShareAll, Disposition::kOpenExisting));
     EXPECT_EQ(LastError(), c.error) << c.path;
-    EXPECT_FALSE(DeleteFile(root / c.path));
+    EXPECT_FALSE(DeleteFile(root_ / c.path));
     EXPECT_EQ(LastError(), c.error) << c.path;
   }
 }
 
-TEST(NameCase, NewNamesMeetTheOldOnes) {
-  const TemporaryDirectory root;
-  MakeDirectory(root / "Junk E-mail");
-  WriteBytes(root / "Notes.txt", "old");
-  WriteBytes(root / "_cache.dty", "old");
+TEST_F(NameCase, NewNamesMeetTheOldOnes) {
+  MakeDirectory(root_ / "Junk E-mail");
+  WriteBytes(root_ / "Notes.txt", "old");
+  WriteBytes(root_ / "_cache.dty", "old");
 
-  EXPECT_FALSE(CreateDirectory(root / "junk e-mail"));
+  EXPECT_FALSE(CreateDirectory(root_ / "junk e-mail"));
   EXPECT_EQ(LastError(), kErrorAlreadyExists);
-  EXPECT_FALSE(File::Open(root / "NOTES.TXT", Access::kWrite, kShareNone, Disposition::kCreateNew));
+  EXPECT_FALSE(
+      File::Open(root_ / "NOTES.TXT", Access::kWrite, kShareNone, Disposition::kCreateNew));
   EXPECT_EQ(LastError(), kErrorFileExists);
-  EXPECT_TRUE(WriteWholeFile(root / "notes.TXT", "new"));
-  EXPECT_EQ(test::ReadBytes(root / "Notes.txt"), "new");
+  EXPECT_TRUE(WriteWholeFile(root_ / "notes.TXT", "new"));
+  EXPECT_EQ(test::ReadBytes(root_ / "Notes.txt"), "new");
   // A name of the table is made as the table spells it, unless it is there in either case.
-  EXPECT_TRUE(WriteWholeFile(root / "_change.dty", "flag"));
-  EXPECT_EQ(test::ReadBytes(root / "_CHANGE.DTY"), "flag");
-  EXPECT_TRUE(WriteWholeFile(root / "_CACHE.DTY", "new"));
-  EXPECT_EQ(test::ReadBytes(root / "_cache.dty"), "new");
-  EXPECT_TRUE(CreateDirectories(root / "po\\RULES"));
-  EXPECT_TRUE(CreateDirectories(root / "PO\\Rules\\Deep"));
-  EXPECT_TRUE(WriteWholeFile(root / "Po\\rules\\deep\\FILTER.TAB", "row"));
-  EXPECT_EQ(test::ReadBytes(root / "po/RULES/Deep/FILTER.TAB"), "row");
+  EXPECT_TRUE(WriteWholeFile(root_ / "_change.dty", "flag"));
+  EXPECT_EQ(test::ReadBytes(root_ / "_CHANGE.DTY"), "flag");
+  EXPECT_TRUE(WriteWholeFile(root_ / "_CACHE.DTY", "new"));
+  EXPECT_EQ(test::ReadBytes(root_ / "_cache.dty"), "new");
+  EXPECT_TRUE(CreateDirectories(root_ / "po\\RULES"));
+  EXPECT_TRUE(CreateDirectories(root_ / "PO\\Rules\\Deep"));
+  EXPECT_TRUE(WriteWholeFile(root_ / "Po\\rules\\deep\\FILTER.TAB", "row"));
+  EXPECT_EQ(test::ReadBytes(root_ / "po/RULES/Deep/FILTER.TAB"), "row");
   // Messages of different case are different files.
-  EXPECT_TRUE(WriteWholeFile(root / "A.MAI", "1", false));
-  EXPECT_TRUE(WriteWholeFile(root / "a.MAI", "2", false));
+  EXPECT_TRUE(WriteWholeFile(root_ / "A.MAI", "1", false));
+  EXPECT_TRUE(WriteWholeFile(root_ / "a.MAI", "2", false));
 }
 
-TEST(NameCase, ANameThatMovesIsFoundAgain) {
-  const TemporaryDirectory root;
-  WriteBytes(root / "First", "1");
-  EXPECT_EQ(ReadWholeFile(root / "FIRST"), "1");
-  std::rename((root / "First").c_str(), (root / "fIRST").c_str());
-  EXPECT_EQ(ReadWholeFile(root / "FIRST"), "1");
-  unlink((root / "fIRST").c_str());
-  EXPECT_FALSE(ReadWholeFile(root / "FIRST"));
-  WriteBytes(root / "firST", "2");
-  EXPECT_EQ(ReadWholeFile(root / "FIRST"), "2");
-  EXPECT_TRUE(MoveFile(root / "first", root / "FIRST"));
-  EXPECT_EQ(test::ReadBytes(root / "FIRST"), "2");
-  EXPECT_FALSE(std::filesystem::exists(root / "firST"));
+TEST_F(NameCase, ANameThatMovesIsFoundAgain) {
+  WriteBytes(root_ / "First", "1");
+  EXPECT_EQ(ReadWholeFile(root_ / "FIRST"), "1");
+  std::rename((root_ / "First").c_str(), (root_ / "fIRST").c_str());
+  EXPECT_EQ(ReadWholeFile(root_ / "FIRST"), "1");
+  unlink((root_ / "fIRST").c_str());
+  EXPECT_FALSE(ReadWholeFile(root_ / "FIRST"));
+  WriteBytes(root_ / "firST", "2");
+  EXPECT_EQ(ReadWholeFile(root_ / "FIRST"), "2");
+  EXPECT_TRUE(MoveFile(root_ / "first", root_ / "FIRST"));
+  EXPECT_EQ(test::ReadBytes(root_ / "FIRST"), "2");
+  EXPECT_FALSE(std::filesystem::exists(root_ / "firST"));
 }
 
 // A listing taken right after a change must not hide the next change.
-TEST(NameCase, EveryNewNameIsSeenAtOnce) {
-  const TemporaryDirectory root;
+TEST_F(NameCase, EveryNewNameIsSeenAtOnce) {
   for (int i = 0; i < 300; ++i) {
     const std::string name = "Name" + std::to_string(i);
-    ASSERT_FALSE(FileExists(root / ("NAME" + std::to_string(i))));
-    WriteBytes(root / name, "x");
-    ASSERT_TRUE(FileExists(root / ("NAME" + std::to_string(i)))) << i;
+    ASSERT_FALSE(FileExists(root_ / ("NAME" + std::to_string(i))));
+    WriteBytes(root_ / name, "x");
+    ASSERT_TRUE(FileExists(root_ / ("NAME" + std::to_string(i)))) << i;
   }
 }
 
@@ -213,19 +211,18 @@ TEST_F(BigFolder, CreatingListsNothing) {
   EXPECT_EQ(names::Counters().listings, before.listings);
 }
 
-TEST(NameCase, ManyFoldersStayWithinTheCache) {
-  const TemporaryDirectory root;
+TEST_F(NameCase, ManyFoldersStayWithinTheCache) {
   constexpr int kFolders = 40;
   const std::string filler(200, 'f');
   for (int folder = 0; folder < kFolders; ++folder) {
-    const std::string path = root / ("d" + std::to_string(folder));
+    const std::string path = root_ / ("d" + std::to_string(folder));
     MakeDirectory(path);
     for (int i = 0; i < 1000; ++i) WriteBytes(path + "/" + filler + std::to_string(i), "");
   }
   // More than the cache holds: each look-up is right all the same, from several threads at once.
   const auto search = [&](int first) {
     for (int round = 0; round < 3 * kFolders; ++round) {
-      const std::string folder = root / ("D" + std::to_string((first + round) % kFolders));
+      const std::string folder = root_ / ("D" + std::to_string((first + round) % kFolders));
       EXPECT_TRUE(FileExists(folder + "/" + std::string(200, 'F') + "999"));
       EXPECT_FALSE(FileExists(folder + "/" + std::string(200, 'F') + "1000"));
     }

@@ -4,51 +4,26 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <csignal>
 #include <cstdlib>
-#include <functional>
 #include <latch>
+#include <memory>
 #include <thread>
 #include <vector>
 
 #include "platform/Error.h"
 #include "platform/NamedMutex.h"
+#include "tests/support/ChildProcess.h"
 #include "tests/support/TemporaryDirectory.h"
 
 namespace corvane::platform {
 namespace {
 
-// A child process that runs `work` and then stays until it is killed.
-class Child {
- public:
-  explicit Child(const std::function<void()>& work) {
-    int ends[2];
-    if (pipe(ends) != 0) return;
-    process_ = fork();
-    if (process_ == 0) {
-      work();
-      (void)!write(ends[1], "x", 1);
-      for (;;) pause();
-    }
-    char ready = 0;
-    (void)!read(ends[0], &ready, 1);
-    close(ends[0]);
-    close(ends[1]);
-  }
-  ~Child() { Kill(); }
-  Child(const Child&) = delete;
-  Child& operator=(const Child&) = delete;
-
-  void Kill() {
-    if (process_ <= 0) return;
-    kill(process_, SIGKILL);
-    waitpid(process_, nullptr, 0);
-    process_ = 0;
-  }
-
- private:
-  pid_t process_ = 0;
-};
+// Takes the mutex and keeps it; 1 when that worked.
+int LockForGood(std::unique_ptr<NamedMutex> mutex) {
+  const bool locked = mutex && mutex->Lock(kNoTimeLimit) == LockOutcome::kLocked;
+  (void)mutex.release();
+  return locked ? 1 : 0;
+}
 
 LockOutcome LockOnAnotherThread(NamedMutex& mutex, std::int64_t timeout) {
   LockOutcome outcome = LockOutcome::kFailed;
@@ -68,39 +43,25 @@ class NamedMutexTest : public testing::Test {
   test::TemporaryDirectory directory_;
 };
 
-TEST_F(NamedMutexTest, ThreadsExcludeEachOther) {
-  constexpr int kTurns = 2000;
-  volatile std::int64_t count = 0;  // not atomic, so that two at once would lose turns
-  std::vector<std::thread> threads;
-  for (int i = 0; i < 4; ++i) {
-    threads.emplace_back([&count] {
-      const auto mutex = NamedMutex::Create("POCDebugLog");
-      for (int turn = 0; turn < kTurns; ++turn) {
-        ASSERT_EQ(mutex->Lock(kNoTimeLimit), LockOutcome::kLocked);
-        const std::int64_t before = count;
-        count = before + 1;
-        ASSERT_TRUE(mutex->Unlock());
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(count, 4 * kTurns);
-}
-
-TEST_F(NamedMutexTest, ProcessesThatStartTogetherExcludeEachOther) {
-  constexpr int kTurns = 2000;
+TEST_F(NamedMutexTest, ThreadsOfProcessesThatStartTogetherExcludeEachOther) {
+  constexpr int kTurns = 1000;
   void* memory = mmap(nullptr, 4096, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-  auto* count = static_cast<volatile std::int64_t*>(memory);
-  std::vector<pid_t> processes;
-  for (int i = 0; i < 4; ++i) {
-    processes.push_back(fork());
-    if (processes.back() != 0) continue;
+  auto* count = static_cast<volatile std::int64_t*>(memory);  // two at once would lose turns
+  const auto work = [count] {
     const auto mutex = NamedMutex::Create("counted");
     for (int turn = 0; turn < kTurns; ++turn) {
       if (mutex->Lock(kNoTimeLimit) != LockOutcome::kLocked) _exit(1);
       *count = *count + 1;
       if (!mutex->Unlock()) _exit(2);
     }
+  };
+  std::vector<pid_t> processes;
+  for (int i = 0; i < 3; ++i) {
+    processes.push_back(fork());
+    if (processes.back() != 0) continue;
+    std::thread other(work);
+    work();
+    other.join();
     _exit(0);
   }
   for (const pid_t process : processes) {
@@ -108,7 +69,7 @@ TEST_F(NamedMutexTest, ProcessesThatStartTogetherExcludeEachOther) {
     waitpid(process, &status, 0);
     EXPECT_EQ(status, 0);
   }
-  EXPECT_EQ(*count, 4 * kTurns);
+  EXPECT_EQ(*count, 6 * kTurns);
   (void)NamedMutex::Create("counted");  // and its file goes
   munmap(memory, 4096);
 }
@@ -129,12 +90,9 @@ TEST_F(NamedMutexTest, HolderLocksAgainAndOthersTimeOutUntilTheLastUnlock) {
 
 TEST_F(NamedMutexTest, KilledOwnerLeavesItAbandonedOnce) {
   const auto mutex = NamedMutex::Create("killed");
-  Child child([] {
-    auto own = NamedMutex::Open("killed");
-    if (own->Lock(kNoTimeLimit) != LockOutcome::kLocked) _exit(1);
-    if (own->Lock(0) != LockOutcome::kLocked) _exit(2);
-    (void)own.release();
-  });
+  test::ChildProcess child([](int) { return LockForGood(NamedMutex::Open("killed")); });
+  EXPECT_EQ(child.Ask(0), 1);
+  EXPECT_EQ(child.Ask(0), 1) << "its own, once more";
   EXPECT_EQ(mutex->Lock(0), LockOutcome::kTimedOut);
   child.Kill();
   EXPECT_EQ(mutex->Lock(kNoTimeLimit), LockOutcome::kAbandoned);
@@ -151,11 +109,8 @@ TEST_F(NamedMutexTest, EndedThreadLeavesItAbandoned) {
 
 // As after the death of all programs that used a name: the next one starts anew.
 TEST_F(NamedMutexTest, NameThatOnlyDeadProcessesHadIsNew) {
-  Child child([] {
-    auto own = NamedMutex::Create("left");
-    if (own->Lock(kNoTimeLimit) != LockOutcome::kLocked) _exit(1);
-    (void)own.release();
-  });
+  test::ChildProcess child([](int) { return LockForGood(NamedMutex::Create("left")); });
+  EXPECT_EQ(child.Ask(0), 1);
   EXPECT_NE(NamedMutex::Open("left"), nullptr);
   child.Kill();
   SetLastError(0);
@@ -187,14 +142,8 @@ TEST_F(NamedMutexTest, LastHandleThatGoesGivesItsLockBack) {
   auto first = NamedMutex::Create("gone");
   auto second = NamedMutex::Open("gone");
   const auto lockElsewhere = [] {
-    const pid_t process = fork();
-    if (process == 0) {
-      const LockOutcome outcome = NamedMutex::Create("gone")->Lock(0);
-      _exit(outcome == LockOutcome::kLocked ? 1 : 2);
-    }
-    int status = 0;
-    waitpid(process, &status, 0);
-    return WEXITSTATUS(status);
+    return test::RunInChild(
+        [] { return NamedMutex::Create("gone")->Lock(0) == LockOutcome::kLocked ? 1 : 2; });
   };
   ASSERT_EQ(second->Lock(0), LockOutcome::kLocked);
   second.reset();

@@ -1,50 +1,26 @@
 // ServiceControlTest.cpp -- words to the service manager, stop signals, its tools.
 #include <gtest/gtest.h>
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <csignal>
 #include <cstdlib>
-#include <cstring>
 #include <thread>
 
 #include "platform/Error.h"
 #include "platform/ServiceControl.h"
+#include "tests/support/DatagramSocket.h"
 #include "tests/support/TemporaryDirectory.h"
 
 namespace corvane::platform {
 namespace {
 
 // A service manager's end of the socket.
-class Manager {
- public:
-  explicit Manager(const std::string& name) : socket_(socket(AF_UNIX, SOCK_DGRAM, 0)) {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    std::memcpy(address.sun_path, name.data(), name.size());
-    if (name.front() == '@') address.sun_path[0] = '\0';
-    const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + name.size());
-    bound_ = bind(socket_, reinterpret_cast<const sockaddr*>(&address), length) == 0;
+struct Manager : test::DatagramSocket {
+  explicit Manager(const std::string& name) : DatagramSocket(name) {
     setenv("NOTIFY_SOCKET", name.c_str(), 1);
   }
-  ~Manager() {
-    close(socket_);
-    unsetenv("NOTIFY_SOCKET");
-  }
-  Manager(const Manager&) = delete;
-  Manager& operator=(const Manager&) = delete;
-
-  std::string Receive() {
-    char buffer[256];
-    const ssize_t got = recv(socket_, buffer, sizeof(buffer), MSG_DONTWAIT);
-    return bound_ && got > 0 ? std::string(buffer, static_cast<std::size_t>(got)) : "";
-  }
-
- private:
-  int socket_;
-  bool bound_ = false;
+  ~Manager() { unsetenv("NOTIFY_SOCKET"); }
 };
 
 TEST(ServiceControl, ManagerHearsEachState) {
@@ -54,7 +30,7 @@ TEST(ServiceControl, ManagerHearsEachState) {
     Manager manager(name);
     EXPECT_TRUE(HasServiceManager());
     EXPECT_TRUE(TellServiceManager("READY=1\nSTATUS=Running"));
-    EXPECT_EQ(manager.Receive(), "READY=1\nSTATUS=Running");
+    EXPECT_EQ(manager.Next(), "READY=1\nSTATUS=Running");
   }
 }
 

@@ -6,14 +6,13 @@
 
 #include "platform/Error.h"
 #include "platform/TextFile.h"
-#include "tests/support/TemporaryDirectory.h"
+#include "tests/support/InDirectory.h"
 
 namespace corvane::platform {
 namespace {
 
 using namespace std::string_literals;
 using test::ReadBytes;
-using test::TemporaryDirectory;
 using test::WriteBytes;
 
 std::vector<std::string> ReadLines(const std::string& path, std::size_t limit = SIZE_MAX) {
@@ -46,46 +45,44 @@ const ReadCase kReads[] = {
     {"LimitNothing", "ab", {"a", "b"}, 0},
 };
 
-TEST(TextFile, ReadingTranslatesLineEndsOnly) {
-  const TemporaryDirectory root;
+using TextFileTest = test::InDirectory;
+
+TEST_F(TextFileTest, ReadingTranslatesLineEndsOnly) {
   for (const ReadCase& c : kReads) {
-    WriteBytes(root / "f", c.bytes);
-    EXPECT_EQ(ReadLines(root / "f", c.limit), c.lines) << c.name;
+    WriteBytes(root_ / "f", c.bytes);
+    EXPECT_EQ(ReadLines(root_ / "f", c.limit), c.lines) << c.name;
   }
 }
 
-TEST(TextFile, BufferBordersDoNotShow) {
-  const TemporaryDirectory root;
+TEST_F(TextFileTest, BufferBordersDoNotShow) {
   for (std::size_t length = 16380; length <= 16386; ++length) {
     for (const char* end : {"\r\n", "\n", "\r", "\r\r\n"}) {
       const std::string start(length, 'x');
-      WriteBytes(root / "f", start + end + "tail\r\n");
+      WriteBytes(root_ / "f", start + end + "tail\r\n");
       const bool ends = end != "\r"s;
       const std::string first = start + (end == "\r\r\n"s ? "\r\n" : ends ? "\n" : "\rtail\n");
       std::vector<std::string> expected = {first};
       if (ends) expected.emplace_back("tail\n");
-      EXPECT_EQ(ReadLines(root / "f"), expected) << length;
+      EXPECT_EQ(ReadLines(root_ / "f"), expected) << length;
     }
   }
 }
 
-TEST(TextFile, WritingTranslatesEveryLineFeed) {
-  const TemporaryDirectory root;
-  WriteBytes(root / "f", "old and longer than what comes");
-  TextFile file = TextFile::Open(root / "f", TextMode::kWrite);
+TEST_F(TextFileTest, WritingTranslatesEveryLineFeed) {
+  WriteBytes(root_ / "f", "old and longer than what comes");
+  TextFile file = TextFile::Open(root_ / "f", TextMode::kWrite);
   EXPECT_TRUE(file.Write("a\nb\r\n\n"));
   EXPECT_TRUE(file.Write("\0\x1A"s));
   EXPECT_TRUE(file.Close());
-  EXPECT_EQ(ReadBytes(root / "f"), "a\r\nb\r\r\n\r\n\0\x1A"s);
+  EXPECT_EQ(ReadBytes(root_ / "f"), "a\r\nb\r\r\n\r\n\0\x1A"s);
 }
 
-TEST(TextFile, AppendersKeepTheirLinesWhole) {
-  const TemporaryDirectory root;
-  WriteBytes(root / "f", "first\r\n");
+TEST_F(TextFileTest, AppendersKeepTheirLinesWhole) {
+  WriteBytes(root_ / "f", "first\r\n");
   std::vector<std::thread> threads;
   for (int thread = 0; thread < 4; ++thread) {
     threads.emplace_back([&, thread] {
-      TextFile file = TextFile::Open(root / "f", TextMode::kAppend);
+      TextFile file = TextFile::Open(root_ / "f", TextMode::kAppend);
       ASSERT_TRUE(file);
       const std::string line(static_cast<std::size_t>(100 + thread),
                              static_cast<char>('a' + thread));
@@ -96,7 +93,7 @@ TEST(TextFile, AppendersKeepTheirLinesWhole) {
     });
   }
   for (std::thread& thread : threads) thread.join();
-  const std::vector<std::string> lines = ReadLines(root / "f");
+  const std::vector<std::string> lines = ReadLines(root_ / "f");
   ASSERT_EQ(lines.size(), 4001U);
   EXPECT_EQ(lines[0], "first\n");
   for (std::size_t i = 1; i < lines.size(); ++i) {
@@ -105,17 +102,16 @@ TEST(TextFile, AppendersKeepTheirLinesWhole) {
   }
 }
 
-TEST(TextFile, ModesRefuseTheOtherDirection) {
-  const TemporaryDirectory root;
-  EXPECT_FALSE(TextFile::Open(root / "none", TextMode::kRead));
+TEST_F(TextFileTest, ModesRefuseTheOtherDirection) {
+  EXPECT_FALSE(TextFile::Open(root_ / "none", TextMode::kRead));
   EXPECT_EQ(LastError(), kErrorFileNotFound);
-  TextFile writer = TextFile::Open(root / "f", TextMode::kWrite);
+  TextFile writer = TextFile::Open(root_ / "f", TextMode::kWrite);
   EXPECT_FALSE(writer.ReadLine());
-  TextFile reader = TextFile::Open(root / "f", TextMode::kRead);
+  TextFile reader = TextFile::Open(root_ / "f", TextMode::kRead);
   EXPECT_TRUE(reader);
   EXPECT_FALSE(reader.Write("x"));
   EXPECT_EQ(LastError(), kErrorAccessDenied);
-  EXPECT_FALSE(TextFile::Open(root / "f", TextMode::kWrite, kShareNone));
+  EXPECT_FALSE(TextFile::Open(root_ / "f", TextMode::kWrite, kShareNone));
   EXPECT_EQ(LastError(), kErrorSharingViolation);
 }
 

@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "PROVIDERS/Library/LIBOption/ConfigurationProviders.h"
@@ -316,13 +317,32 @@ void ExpectUnreachable(const char* why) {
 
 TEST_F(ShippedProviders, AStoreThatCantBeReachedIsToldApartWhereThatIsKnown) {
   ExpectUnreachable("missing");
-  test::WriteBytes(StorePath(), "");
-  ExpectUnreachable("empty");
-  test::WriteBytes(StorePath(), std::string(20'000, 'x'));
-  ExpectUnreachable("no database");
-  fs::remove(StorePath());
   FillStore();
   EXPECT_EQ(AskPostoffice("acme"), 1) << "appeared";
+  const std::string sound = test::ReadBytes(StorePath());
+  std::string damaged = sound;
+  std::fill(damaged.begin() + 100, damaged.end(), '\x5A');
+  {
+    auto other = platform::Database::Open(directory_ / "other", platform::DatabaseMode::kCreate);
+    ASSERT_TRUE(other.Execute("CREATE TABLE postoffice (name, status)"));
+    ASSERT_TRUE(other.Execute("INSERT INTO postoffice VALUES ('acme', 1)"));
+  }
+  const auto put = [&](const std::string& bytes) {
+    test::WriteBytes(directory_ / "new", bytes);
+    fs::rename(directory_ / "new", StorePath());
+  };
+  const std::pair<const char*, std::string> unusable[] = {
+      {"empty", ""},
+      {"no database", std::string(20'000, 'x')},
+      {"damaged", damaged},
+      {"another program's", test::ReadBytes(directory_ / "other")},
+  };
+  for (const auto& [why, bytes] : unusable) {
+    put(bytes);
+    ExpectUnreachable(why);
+    put(sound);
+    EXPECT_EQ(AskPostoffice("acme"), 1) << "restored";
+  }
   fs::rename(StorePath(), directory_ / "away");
   ExpectUnreachable("taken away");
   fs::rename(directory_ / "away", StorePath());
@@ -342,29 +362,6 @@ TEST_F(ShippedProviders, ACallThatCanOnlySayNotThereWaitsForTheStore) {
   });
   EXPECT_EQ(AskDomain("acme.test"), 1);
   restore.join();
-}
-
-TEST_F(ShippedProviders, ADamagedStoreIsUnreachableAndARestoredOneIsNot) {
-  FillStore();
-  ASSERT_EQ(AskPostoffice("acme"), 1);
-  const std::string sound = test::ReadBytes(StorePath());
-  std::string damaged = sound;
-  std::fill(damaged.begin() + 100, damaged.end(), '\x5A');
-  test::WriteBytes(directory_ / "new", damaged);
-  fs::rename(directory_ / "new", StorePath());
-  ExpectUnreachable("damaged");
-  test::WriteBytes(directory_ / "new", sound);
-  fs::rename(directory_ / "new", StorePath());
-  EXPECT_EQ(AskPostoffice("acme"), 1);
-}
-
-TEST_F(ShippedProviders, AnotherProgramsDatabaseIsNotAStore) {
-  sqlite3* other = nullptr;
-  ASSERT_EQ(sqlite3_open(StorePath().c_str(), &other), SQLITE_OK);
-  sqlite3_exec(other, "CREATE TABLE postoffice (name, status)", nullptr, nullptr, nullptr);
-  sqlite3_exec(other, "INSERT INTO postoffice VALUES ('acme', 1)", nullptr, nullptr, nullptr);
-  sqlite3_close(other);
-  ExpectUnreachable("foreign");
 }
 
 TEST_F(ShippedProviders, ALockedStoreIsUnreachableWhileItIsLocked) {

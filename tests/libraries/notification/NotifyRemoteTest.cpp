@@ -1,8 +1,5 @@
 // The shipped notification library against a real socket of a service.
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -15,33 +12,14 @@
 #include "platform/SettingsStore.h"
 #include "tests/support/BackgroundProgram.h"
 #include "tests/support/BuildPlaces.h"
+#include "tests/support/DatagramSocket.h"
 #include "tests/support/RunProgram.h"
 #include "tests/support/TemporaryDirectory.h"
 
 namespace corvane {
 namespace {
 
-// A service that listens under its protocol word.
-class Service {
- public:
-  explicit Service(const std::string& path) : socket_(socket(AF_UNIX, SOCK_DGRAM, 0)) {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    path.copy(address.sun_path, sizeof address.sun_path - 1);
-    EXPECT_EQ(bind(socket_, reinterpret_cast<sockaddr*>(&address), sizeof address), 0) << path;
-    fcntl(socket_, F_SETFL, O_NONBLOCK);
-  }
-  ~Service() { close(socket_); }
-  // The next signal; "nothing" when none waits.
-  std::string Next() {
-    std::string text(300'000, '\0');
-    const ssize_t length = recv(socket_, text.data(), text.size(), 0);
-    return length < 0 ? "nothing" : text.substr(0, static_cast<std::size_t>(length));
-  }
-
- private:
-  int socket_;
-};
+using Service = test::DatagramSocket;  // listens under its protocol word
 
 // One store for the whole program: the library keeps the one that it has found.
 class NotifyRemoteTest : public ::testing::Test {
@@ -61,6 +39,19 @@ class NotifyRemoteTest : public ::testing::Test {
         key == "." ? product : product + "\\" + key, name, value));
   }
 
+  static test::ProgramResult Cvctl(std::vector<std::string> words) {
+    words.insert(words.begin(), test::ProgramFile("cvctl"));
+    return test::RunProgram(words);
+  }
+  // Sends a signal as soon as somebody takes it.
+  static std::int32_t SendPatiently(const char* text) {
+    std::int32_t answer = 2;
+    for (int i = 0; i < 500 && answer != 0; ++i) {
+      answer = NotifyRemote("", "MTA", text);
+      if (answer != 0) usleep(10'000);
+    }
+    return answer;
+  }
   static void Number(const char* name, std::uint32_t value) {
     ASSERT_TRUE(platform::SettingsStore::Default().SetDword(
         "SOFTWARE\\Wow6432Node\\Corvane\\Corvane", name, value));
@@ -127,16 +118,11 @@ TEST_F(NotifyRemoteTest, WatchShowsWhatIsAboutItsMailbox) {
   const std::string socket = run_ / "not/made/MTA.sock";
   Set("Providers", "Configuration Database", run_ / "configuration.db");
   Number("Allow Custom Postoffice Paths", 1);
-  for (const std::vector<std::string>& words :
-       {std::vector<std::string>{"postoffice", "add", "acme"},
-        {"option", "set", "acme", "PostofficeRoot", "/moved"}}) {
-    std::vector<std::string> command = {test::ProgramFile("cvctl")};
-    command.insert(command.end(), words.begin(), words.end());
-    EXPECT_EQ(test::RunProgram(command).exitCode, 0);
-  }
+  EXPECT_EQ(Cvctl({"postoffice", "add", "acme"}).exitCode, 0);
+  EXPECT_EQ(Cvctl({"option", "set", "acme", "PostofficeRoot", "/moved"}).exitCode, 0);
   {
     test::BackgroundProgram watch({test::ProgramFile("cvctl"), "watch", "acme/Anna"}, {}, output);
-    for (int i = 0; i < 500 && NotifyRemote("", "MTA", "hello\tall") != 0; ++i) usleep(10'000);
+    EXPECT_EQ(SendPatiently("hello\tall"), 0);
     EXPECT_EQ(NotifyRemote("", "MTA", "[CV_ACTION]\tTRAIN-HAM\t/m/acme/MAILROOT/anna/Inbox/1.MAI"),
               0);
     EXPECT_EQ(NotifyRemote("", "MTA", "[CV_ACTION]\tTRAIN-HAM\t/m/acme/MAILROOT/bob/Inbox/2.MAI"),
@@ -149,7 +135,7 @@ TEST_F(NotifyRemoteTest, WatchShowsWhatIsAboutItsMailbox) {
           "[CV_ACTION]\tTRAIN-SPAM\tC:\\ACME\\mailroot\\anna\\3.MAI"}) {
       EXPECT_EQ(NotifyRemote("", "MTA", signal), 0) << signal;
     }
-    const auto second = test::RunProgram({test::ProgramFile("cvctl"), "watch", "acme/anna"});
+    const auto second = Cvctl({"watch", "acme/anna"});
     EXPECT_EQ(second.exitCode, 3);
     EXPECT_NE(second.errors.find("another service listens there"), std::string::npos);
     for (int i = 0; i < 500 && test::ReadBytes(output).find("3.MAI") == std::string::npos; ++i) {
@@ -173,25 +159,20 @@ TEST_F(NotifyRemoteTest, WatchReplacesTheSocketOfADeadProgram) {
   { Service dead(run_ / "MTA.sock"); }
   test::BackgroundProgram watch({test::ProgramFile("cvctl"), "watch", "acme/anna"}, {},
                                 run_ / "output");
-  std::int32_t answer = 2;
-  for (int i = 0; i < 500 && answer != 0; ++i) {
-    answer = NotifyRemote("", "MTA", "hello");
-    if (answer != 0) usleep(10'000);
-  }
-  EXPECT_EQ(answer, 0);
+  EXPECT_EQ(SendPatiently("hello"), 0);
   EXPECT_EQ(watch.Signal(SIGTERM), 0);
 }
 
 TEST_F(NotifyRemoteTest, WatchTouchesNothingThatIsNoSocketAndNoSocketOfAnother) {
   test::WriteBytes(run_ / "MTA.sock", "kept");
-  const auto refused = test::RunProgram({test::ProgramFile("cvctl"), "watch", "acme/anna"});
+  const auto refused = Cvctl({"watch", "acme/anna"});
   EXPECT_EQ(refused.exitCode, 3);
   EXPECT_NE(refused.errors.find("is no socket"), std::string::npos) << refused.errors;
   EXPECT_EQ(test::ReadBytes(run_ / "MTA.sock"), "kept");
   unlink((run_ / "MTA.sock").c_str());
   test::BackgroundProgram watch({test::ProgramFile("cvctl"), "watch", "acme/anna"}, {},
                                 run_ / "output");
-  for (int i = 0; i < 500 && NotifyRemote("", "MTA", "hello") != 0; ++i) usleep(10'000);
+  EXPECT_EQ(SendPatiently("hello"), 0);
   unlink((run_ / "MTA.sock").c_str());
   const Service other(run_ / "MTA.sock");
   EXPECT_EQ(watch.Signal(SIGTERM), 0);

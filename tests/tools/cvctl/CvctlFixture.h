@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
@@ -14,6 +15,21 @@
 namespace corvane::test {
 
 using Words = std::vector<std::string>;
+
+// A command that fails, and what its one line says.
+struct Refusal {
+  Words words;
+  int exitCode;
+  const char* says;
+};
+
+inline void ExpectRefused(const ProgramResult& result, const Refusal& refusal) {
+  EXPECT_EQ(result.exitCode, refusal.exitCode) << refusal.says << ": " << result.errors;
+  EXPECT_NE(result.errors.find(refusal.says), std::string::npos)
+      << refusal.says << ": " << result.errors;
+  EXPECT_EQ(std::count(result.errors.begin(), result.errors.end(), '\n'), 1) << result.errors;
+  EXPECT_EQ(result.output, "") << refusal.says;
+}
 
 class Cvctl : public ::testing::Test {
  protected:
@@ -37,6 +53,9 @@ class Cvctl : public ::testing::Test {
     const auto result = Run(words);
     EXPECT_EQ(result.exitCode, 0) << result.errors;
     return nlohmann::json::parse(result.output, nullptr, false);
+  }
+  void ExpectRefused(const Refusal& refusal) const {
+    test::ExpectRefused(Run(refusal.words), refusal);
   }
   void FillStore() const {
     Do({"postoffice", "add", "acme"});

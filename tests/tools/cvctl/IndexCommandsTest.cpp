@@ -1,6 +1,5 @@
 // cvctl index on folders of messages: what it shows, each fault that it finds, what it changes,
 // what it refuses.
-#include <algorithm>
 #include <filesystem>
 
 #include "tests/tools/cvctl/CvctlFixture.h"
@@ -10,7 +9,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using nlohmann::json;
-using test::Words;
 
 constexpr const char* kFirst = "<ELEMENT ID=\"a.MAI\" UID=\"1\"><SUBJECT>one</SUBJECT></ELEMENT>";
 constexpr const char* kSecond = "<ELEMENT ID=\"b.MAI\" UID=\"2\"><SUBJECT>two</SUBJECT></ELEMENT>";
@@ -211,12 +209,7 @@ TEST_F(IndexCommands, FailuresAreToldInOneLineAndChangeNothing) {
   Do({"index", "rebuild", folder_});
   const std::string before = test::ReadBytes(folder_ + "/_index.xml");
   const std::string none = directory_ / "none";
-  struct Case {
-    Words words;
-    int exitCode;
-    const char* says;
-  };
-  const Case cases[] = {
+  const test::Refusal cases[] = {
       {{"index", "dump", none}, 1, "there is no folder"},
       {{"index", "check", none}, 1, "there is no folder"},
       {{"index", "rebuild", none}, 1, "there is no folder"},
@@ -232,13 +225,7 @@ TEST_F(IndexCommands, FailuresAreToldInOneLineAndChangeNothing) {
       {{"index", "dump", folder_, "--class", "many"}, 2, "--class"},
       {{"index", "rebuild", folder_, "--class", "1"}, 3, "folders of messages only"},
   };
-  for (const Case& row : cases) {
-    const auto result = Run(row.words);
-    EXPECT_EQ(result.exitCode, row.exitCode) << row.says << result.errors;
-    EXPECT_NE(result.errors.find(row.says), std::string::npos) << result.errors;
-    EXPECT_EQ(std::count(result.errors.begin(), result.errors.end(), '\n'), 1) << result.errors;
-    EXPECT_EQ(result.output, "") << row.says;
-  }
+  for (const test::Refusal& row : cases) ExpectRefused(row);
   EXPECT_EQ(test::ReadBytes(folder_ + "/_index.xml"), before);
   Deliver("b.MAI");
   Do({"index", "insert", folder_, "b.MAI"});

@@ -1,12 +1,6 @@
 // MessageShowTest.cpp -- cvctl message show: the JSON form that other programs read, and the plain
 // one.
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <nlohmann/json.hpp>
-
-#include "tests/support/RunProgram.h"
-#include "tests/support/TemporaryDirectory.h"
+#include "tests/tools/cvctl/CvctlFixture.h"
 
 namespace corvane {
 namespace {
@@ -117,29 +111,15 @@ TEST_F(MessageShowTest, PlainViewOfHtmlAlone) {
 }
 
 TEST_F(MessageShowTest, WhatCannotBeReadIsSaidInOneLine) {
-  struct Case {
-    std::string file;
-    std::vector<std::string> flags;
-    int exitCode;
-    const char* words;
-  };
   const std::string empty = directory_ / "empty.mai";
   test::WriteBytes(empty, "");
-  const Case kCases[] = {
-      {directory_ / "none.mai", {"--json"}, 1, "check the path"},
-      {directory_ / "none.mai", {}, 1, "check the path"},
-      {directory_.Path(), {"--json"}, 2, "is a directory"},
-      {empty, {}, 2, "is empty"},
+  const test::Refusal cases[] = {
+      {{directory_ / "none.mai", "--json"}, 1, "check the path"},
+      {{directory_ / "none.mai"}, 1, "check the path"},
+      {{directory_.Path(), "--json"}, 2, "is a directory"},
+      {{empty}, 2, "is empty"},
   };
-  for (const Case& c : kCases) {
-    std::vector<std::string> arguments = c.flags;
-    arguments.push_back(c.file);
-    test::ProgramResult result = Show(arguments);
-    EXPECT_EQ(result.exitCode, c.exitCode) << c.words;
-    EXPECT_EQ(result.output, "") << c.words;
-    EXPECT_NE(result.errors.find(c.words), std::string::npos) << result.errors;
-    EXPECT_EQ(std::count(result.errors.begin(), result.errors.end(), '\n'), 1) << result.errors;
-  }
+  for (const test::Refusal& row : cases) test::ExpectRefused(Show(row.words), row);
 }
 
 }  // namespace

@@ -103,12 +103,7 @@ TEST_F(QueueCommands, FailuresAreToldInOneLineAndStopNothing) {
       platform::File::Open(Inbound(kFirst), platform::Access::kReadWrite, platform::kShareNone,
                            platform::Disposition::kOpenExisting);
   ASSERT_TRUE(held);
-  struct Case {
-    Words words;
-    int exitCode;
-    const char* says;
-  };
-  const Case cases[] = {
+  const test::Refusal cases[] = {
       {{"queue", "show", kNone}, 1, "cvctl queue list"},
       {{"queue", "show", "Messages", "--inbound"}, 2, "no name of a queued message"},
       {{"queue", "remove", "../x.MAI"}, 2, "no name of a queued message"},
@@ -121,13 +116,7 @@ TEST_F(QueueCommands, FailuresAreToldInOneLineAndStopNothing) {
       {{"queue", "submit", "-", "--from", "a", "--to", "b@c.example"}, 2, "not local"},
       {{"queue", "submit", "none.eml", "--from", "a", "--to", "acme/anna"}, 2, "check the name"},
   };
-  for (const Case& row : cases) {
-    const auto result = Run(row.words);
-    EXPECT_EQ(result.exitCode, row.exitCode) << row.says << result.errors;
-    EXPECT_NE(result.errors.find(row.says), std::string::npos) << result.errors;
-    EXPECT_EQ(std::count(result.errors.begin(), result.errors.end(), '\n'), 1) << result.errors;
-    EXPECT_EQ(result.output, "") << row.says;
-  }
+  for (const test::Refusal& row : cases) ExpectRefused(row);
   const auto mixed = Run({"queue", "remove", "--inbound", kNone, kSecond});
   EXPECT_EQ(mixed.exitCode, 1);
   EXPECT_EQ(mixed.output, std::string(kSecond) + " removed\n");

@@ -4,11 +4,9 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <nlohmann/json.hpp>
 
 #include "connector/settings/RegistryText.h"
-#include "tests/support/RunProgram.h"
-#include "tests/support/TemporaryDirectory.h"
+#include "tests/tools/cvctl/CvctlFixture.h"
 
 namespace corvane {
 namespace {
@@ -90,8 +88,8 @@ TEST_F(SettingsCommandsTest, EveryCommandAnswersInJsonWhenAsked) {
 TEST_F(SettingsCommandsTest, WrongUseIsOneHelpfulLineAndExit2) {
   test::WriteBytes(directory_ / "bad.reg", "REGEDIT4\n[HKLM\\A]\n\"a\"=dword:1\n\"b\"=nonsense\n");
   struct Case {
-    std::vector<std::string> arguments;
-    const char* words;
+    test::Words words;
+    const char* says;
   };
   const Case cases[] = {
       {{"set", ".", "Cluster Status", "many"}, "no 32-bit number"},
@@ -114,11 +112,7 @@ TEST_F(SettingsCommandsTest, WrongUseIsOneHelpfulLineAndExit2) {
       {{"paint"}, "--help"},
   };
   for (const Case& row : cases) {
-    test::ProgramResult result = Run(row.arguments);
-    EXPECT_EQ(result.exitCode, 2) << row.words;
-    EXPECT_EQ(result.output, "") << row.words;
-    EXPECT_NE(result.errors.find(row.words), std::string::npos) << result.errors;
-    EXPECT_EQ(std::count(result.errors.begin(), result.errors.end(), '\n'), 1) << result.errors;
+    test::ExpectRefused(Run(row.words), {row.words, 2, row.says});
   }
   EXPECT_FALSE(std::filesystem::exists(store_)) << "nothing was changed";
 }

@@ -82,7 +82,13 @@ PropertyId FindProperty(PropertyMap* dictionary, std::string_view name) {
   MutexLock lock(&Global().mutex);
   static_cast<void>(lock.lock());
   const PropertyId id = FindOrEnter(Global().names, name);
-  if (dictionary != nullptr) *dictionary = Global().names;
+  // A copy of all for each name that can't be entered, or each new one, would add up.
+  if (dictionary == nullptr || id.Index < 0) return id;
+  if (dictionary->size() + 1 == Global().names.size()) {
+    dictionary->emplace(name, id);
+  } else {
+    *dictionary = Global().names;
+  }
   return id;
 }
 

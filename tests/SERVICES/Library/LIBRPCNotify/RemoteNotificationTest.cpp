@@ -5,48 +5,27 @@
 
 #include "SERVICES/Library/LIBRPCNotify/RemoteNotification.h"
 #include "SERVICES/Library/LIBRPCNotify/ServiceAction.h"
-#include "platform/Reports.h"
+#include "tests/support/HeardEvents.h"
 #include "tests/support/StubProviders.h"
 
 namespace corvane {
 namespace {
 
-struct Event {
-  std::string source;
-  platform::EventType type{};
-  std::uint32_t id = 0;
-  std::string text;
-};
-Event lastEvent;
-
-void Listen(void*, std::string_view source, platform::EventType type, std::uint32_t id,
-            std::string_view, std::string_view text) {
-  lastEvent = {std::string(source), type, id, std::string(text)};
-}
-
 class RemoteNotification : public ::testing::Test {
  protected:
-  RemoteNotification() {
-    lastEvent = {};
-    platform::SetEventListener(Listen, nullptr);
-  }
-  ~RemoteNotification() override {
-    platform::SetEventListener(nullptr, nullptr);
-    UnbindRemoteNotification();
-  }
+  ~RemoteNotification() override { UnbindRemoteNotification(); }
   test::StubProviders stub_;
+  test::HeardEvents heard_;
 };
 
 TEST_F(RemoteNotification, WithoutTheLibraryNothingIsBoundAndTheEventLogSaysSo) {
   stub_.Use("/nowhere");
   EXPECT_EQ(BindRemoteNotification(), 0);
   EXPECT_FALSE(IsRemoteNotificationBound());
-  EXPECT_EQ(lastEvent.source, "Corvane");
-  EXPECT_EQ(lastEvent.type, platform::EventType::kInformation);
-  EXPECT_EQ(lastEvent.id, 0x40000001u);
-  EXPECT_EQ(lastEvent.text,
-            "Notification Library CVAINFY.DLL could not be loaded. RPC notifications cannot be "
-            "processed\n");
+  EXPECT_EQ(heard_.all, (std::vector<test::HeardEvents::Event>{
+                            {"Corvane", platform::EventType::kInformation, 0x40000001U,
+                             "Notification Library CVAINFY.DLL could not be loaded. RPC "
+                             "notifications cannot be processed\n"}}));
   EXPECT_EQ(NotifyRemote("", "MTA", "text"), 0);
   EXPECT_EQ(DispatchServiceAction("", "MTA", "TRAIN-HAM", "x"), 0);
 }
@@ -55,7 +34,8 @@ TEST_F(RemoteNotification, WithoutTheEntryTheEventLogGivesTheLastError) {
   stub_.Use(test::StubLibraries("bare"));
   EXPECT_EQ(BindRemoteNotification(), 0);
   EXPECT_FALSE(IsRemoteNotificationBound());
-  EXPECT_EQ(lastEvent.text,
+  ASSERT_EQ(heard_.all.size(), 1U);
+  EXPECT_EQ(heard_.all[0].text,
             "Unable to find NotifyRemote entrypoint in CVAINFY.DLL. RPC notifications cannot be "
             "processed. Return Code: 127\n");
 }
@@ -89,7 +69,8 @@ TEST_F(RemoteNotification, AnExceptionIsReportedAndThrownOn) {
   stub_.Answer("NotifyRemote MTA throw\n");
   ASSERT_EQ(BindRemoteNotification(), 1);
   EXPECT_THROW(DispatchServiceAction("", "MTA", "TRAIN-HAM", "x"), std::runtime_error);
-  EXPECT_TRUE(lastEvent.text.starts_with("DispatchServiceAction handled an exception;"));
+  ASSERT_FALSE(heard_.all.empty());
+  EXPECT_TRUE(heard_.all.back().text.starts_with("DispatchServiceAction handled an exception;"));
 }
 
 }  // namespace

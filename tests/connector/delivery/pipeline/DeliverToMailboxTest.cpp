@@ -200,7 +200,7 @@ const MailboxCase kEnds[] = {
     {"InsertionPostponed",
      "[ID] Direct Insertion of message into index (PO=acme MBX=anna FLD=\\Inbox) was postponed.\n" +
          Delivered(),
-     "anna/Inbox/ID anna/_1.NEW", kPlain, kInsertion},
+     kInInbox, kPlain, kInsertion},
 };
 
 class DeliverToMailboxTest : public PipelineFixture,
