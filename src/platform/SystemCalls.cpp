@@ -147,13 +147,12 @@ void CleanUp(const std::string& path) {
 void CopyRights(const struct stat& from, int to) {
   struct stat own = {};
   if (fstat(to, &own) != 0) return;
-  constexpr mode_t kPermissions = 0777;
+  mode_t permissions = from.st_mode & 0777;
   bool kept = true;
-  if (from.st_gid != own.st_gid) kept = fchown(to, static_cast<uid_t>(-1), from.st_gid) == 0;
-  // Permissions for the old group are not for another one.
-  if (kept && ((from.st_mode ^ own.st_mode) & kPermissions) != 0) {
-    kept = fchmod(to, from.st_mode & kPermissions) == 0;
+  if (from.st_gid != own.st_gid && fchown(to, static_cast<uid_t>(-1), from.st_gid) != 0) {
+    permissions &= 0707;  // what the old group may is not for another one
   }
+  if ((own.st_mode & 0777) != permissions) kept = fchmod(to, permissions) == 0;
   if (from.st_uid != own.st_uid) kept = fchown(to, from.st_uid, static_cast<gid_t>(-1)) == 0;
   static_cast<void>(kept);
 }

@@ -70,9 +70,23 @@ bool LoadForInsertion(FolderChange* change, const std::string& folder,
   return change->Load(kHeaderOnly, {}, true);
 }
 
-// A message that is delivered again after a crash is among the last that were inserted. Looking at
-// all elements would cost as much as the folder holds.
-bool StandsNearTheEnd(const std::string& folder, const std::string& item) {
+// The highest UID among elements in their order; 0 when there is none.
+std::uint32_t LastUidOf(std::string_view elements) {
+  constexpr std::string_view kUid = " UID=\"";
+  std::size_t at = elements.size();
+  while (at != 0 && (at = elements.rfind(indexformat::kElementStart, at - 1)) != elements.npos) {
+    const std::string_view tag = elements.substr(at, elements.find('>', at) - at);
+    const std::size_t uid = tag.find(kUid);
+    if (uid == tag.npos) continue;
+    if (const std::uint32_t number = NumberOfText(tag.substr(uid + kUid.size()))) return number;
+  }
+  return 0;
+}
+
+// Whether an insertion has to know the keys. A message that is delivered again after a crash is
+// among the last that were inserted, and a LASTUID that lags behind shows at the last element too:
+// looking at all would cost as much as the folder holds.
+bool NeedsKeys(const std::string& folder, const std::string& item, std::uint32_t lastUid) {
   auto file = platform::File::Open(IndexFilePath(folder, kClassMail), platform::Access::kRead,
                                    platform::kShareAll, platform::Disposition::kOpenExisting);
   const auto info = file ? file.Info() : std::nullopt;
@@ -81,7 +95,7 @@ bool StandsNearTheEnd(const std::string& folder, const std::string& item) {
   if (!file.Seek(info->size - end.size())) return false;
   const std::int64_t got = file.Read(end.data(), end.size());
   end.resize(static_cast<std::size_t>(std::max<std::int64_t>(got, 0)));
-  return end.find(indexformat::ElementHead(item, {})) != std::string::npos;
+  return end.find(indexformat::ElementHead(item, {})) != end.npos || LastUidOf(end) > lastUid;
 }
 
 bool Insert(FolderChange* change, const std::string& folder, const platform::FoundFile& file) {
@@ -89,7 +103,7 @@ bool Insert(FolderChange* change, const std::string& folder, const platform::Fou
   if (!change->IsLocked() || !LoadForInsertion(change, folder, file, &there)) return false;
   if (there) return true;
   SORTEDSTOREINDEXTYPE& index = change->Index();
-  if (index.LoadState == kHeaderOnly && StandsNearTheEnd(folder, file.name) &&
+  if (index.LoadState == kHeaderOnly && NeedsKeys(folder, file.name, index.GetLastUID()) &&
       !change->Load(kKeys, {}, true)) {
     return false;
   }

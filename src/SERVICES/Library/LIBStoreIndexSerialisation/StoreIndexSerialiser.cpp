@@ -43,9 +43,9 @@ class LoadFrame {
   }
 
   // What was done about a file that can't be read, in words. One that is whole but couldn't be read
-  // now is left alone.
+  // now is left alone; and what is kept beside an index is that of _index.xml, not of the groups.
   std::string Recover() {
-    if (!UsesBackup() || !index_->FileIsMalformed) return {};
+    if (!UsesBackup() || !index_->FileIsMalformed || read_.messageClass == kClassGroups) return {};
     if (!serialiser_->IndexXMLBackupExists(read_.path)) {
       serialiser_->DiscardCorruptIndex(read_.path);
       return "Unable to find recovery index. Recovering Index (there may be some flag loss)";
@@ -58,6 +58,7 @@ class LoadFrame {
     rescan.verifyFiles = 1;
     index_->LoadState = RescanFolder(serialiser_, index_, rescan, scans_, true);
     if (index_->LoadState != kNotLoaded) return "Successfully loaded recovery index.";
+    if (!index_->FileIsMalformed) return {};
     serialiser_->IndexXMLDeleteBackupSerialisation(read_.path);
     return "Backup Index is also corrupt.";
   }

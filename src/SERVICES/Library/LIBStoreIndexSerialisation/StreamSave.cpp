@@ -49,7 +49,10 @@ std::int32_t StreamSave::Run() {
   const std::uint32_t from = index_->FirstModifiedUID;
   std::int32_t result = fileExists_ && !index_->FullRewrite ? SaveInPlace() : -1;
   if (result < 0) result = SaveWhole();
-  if (result == 1 && positions_) positions_->Finish();
+  if (positions_) {
+    if (result != 1) positions_->Disable();  // elements may have moved all the same
+    positions_->Finish();
+  }
   LogSave(started, from);
   return result;
 }

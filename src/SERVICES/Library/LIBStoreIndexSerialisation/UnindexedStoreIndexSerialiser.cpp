@@ -26,10 +26,10 @@ std::int32_t ReadOnly(StoreIndexSerialiser* inner, SORTEDSTOREINDEXTYPE* index,
   return kAllProperties;
 }
 
-// The backup in the place of an index that breaks the format: its flags are better than none.
-bool RestoreBackup(StoreIndexSerialiser* inner, const IndexRead& read) {
+// A backup may take the place of an index that breaks the format: its flags are better than none.
+bool HasBackup(StoreIndexSerialiser* inner, const IndexRead& read) {
   return !read.quiet && settings::Get(settings::kBackupIndex) == 1 && inner->SupportsBackup() &&
-         inner->RestoreSerialisationBackup(read.path);
+         inner->IndexXMLBackupExists(read.path);
 }
 
 // What breaks the format goes away. A backup that does was no good; .bad keeps what stood before.
@@ -43,7 +43,7 @@ void PutAside(StoreIndexSerialiser* inner, const IndexRead& read, bool restored)
 }
 
 // What the index file has, or an empty index that counts as complete. The state is the index's.
-// False when the file couldn't be read, and may be good.
+// False when the file, which may be good, couldn't be read or its backup couldn't be put in place.
 bool ReadWhatIsThere(StoreIndexSerialiser* inner, SORTEDSTOREINDEXTYPE* index,
                      const IndexRead& read, const FolderScans& scans, bool restored) {
   IndexRead whole = read;
@@ -58,10 +58,11 @@ bool ReadWhatIsThere(StoreIndexSerialiser* inner, SORTEDSTOREINDEXTYPE* index,
     if (StoreIndexSerialiser::Deserialise(inner, index, whole, scans) != kNotLoaded) return true;
     if (!index->FileIsMalformed) return false;
     if (!ownsBackup) break;
-    if (restored || !RestoreBackup(inner, read)) {
+    if (restored || !HasBackup(inner, read)) {
       PutAside(inner, read, restored);
       break;
     }
+    if (!inner->RestoreSerialisationBackup(read.path)) return false;
     restored = true;
   }
   if (!read.append) index->ResetToEmpty();

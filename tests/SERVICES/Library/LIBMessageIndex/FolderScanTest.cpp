@@ -237,6 +237,22 @@ TEST_F(Scan, ASecondInsertionOfAnItemIsNone) {
   EXPECT_TRUE(std::filesystem::equivalent(PathOf("_index.xml"), PathOf("index")));
 }
 
+// As a power failure may leave it.
+TEST_F(Scan, AnInsertionBehindALastUidThatLagsTakesAFreshUid) {
+  for (const char* name : {"a.MAI", "b.MAI", "c.MAI"}) {
+    Deliver(name, name);
+    ASSERT_EQ(InsertIntoFolderIndex(folder_, name), 1);
+  }
+  ASSERT_TRUE(platform::SetLastWriteTime(PathOf("_DIRSIZE.TMP"), 1'600'000'000));
+  std::string text = IndexText();
+  text.replace(text.find("x00000003"), 9, "x00000001");
+  test::WriteBytes(PathOf("_index.xml"), text);
+  Deliver("d.MAI", "d.MAI");
+  EXPECT_EQ(InsertIntoFolderIndex(folder_, "d.MAI"), 1);
+  EXPECT_EQ(Items(), "a.MAI:1=a.MAI b.MAI:2=b.MAI c.MAI:3=c.MAI d.MAI:4=d.MAI ");
+  EXPECT_TRUE(CheckIndex(folder_, kClassMail).empty());
+}
+
 TEST_F(Scan, AnInsertionThatFailsMarksTheFolder) {
   Deliver("a.MAI", "x");
   EXPECT_EQ(InsertIntoFolderIndex(folder_, "a.MAI"), 1) << "a folder without an index is scanned";

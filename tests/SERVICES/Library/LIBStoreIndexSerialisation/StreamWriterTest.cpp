@@ -30,6 +30,7 @@ class StreamWriter : public test::IndexFixture {
 
 TEST_F(StreamWriter, ANewIndexIsWrittenByteForByte) {
   StoreIndex& store = Loaded();
+  store.Index.LastUID = 0x1A9;
   IndexItem item;
   item.Create();
   item.SetText("ID", "a&b.MAI");
@@ -41,8 +42,8 @@ TEST_F(StreamWriter, ANewIndexIsWrittenByteForByte) {
   ASSERT_TRUE(store.Index.AddItem(&item));
   ASSERT_TRUE(Save(&store));
   const std::string text = IndexText();
-  EXPECT_EQ(text.substr(0, 33), "<BASEELEMENT LASTUID=\"x00000001\">");
-  EXPECT_PRED2(Holds, text, "<ELEMENT ID=\"a&b.MAI\" UID=\"1\">");
+  EXPECT_EQ(text.substr(0, 33), "<BASEELEMENT LASTUID=\"x000001aa\">");
+  EXPECT_PRED2(Holds, text, "<ELEMENT ID=\"a&b.MAI\" UID=\"426\">");
   EXPECT_NE(text.find("<CATEGORIES>x&lt;y</CATEGORIES>"), std::string::npos);
   EXPECT_PRED2(Holds, text, "<RECEIVED>2026-01-01T00:00:00</RECEIVED>");
   EXPECT_PRED2(Holds, text, "<SIZE>12</SIZE>");
