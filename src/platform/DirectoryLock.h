@@ -2,7 +2,7 @@
 //
 // A lock on the directory itself, so that nothing has to lie in it. It keeps off other holders of
 // this lock, threads and processes, and nobody else; it ends with its object or the process. Some
-// network file systems have none to give, and a stopped holder is passed: who needs more than order
+// network file systems have none to give, and nobody waits for ever: who needs more than order
 // there must look again.
 #pragma once
 
@@ -13,8 +13,8 @@ namespace corvane::platform {
 class DirectoryLock {
  public:
   // Waits for the holder, whose work is to be short, up to a second. Not held when there is no such
-  // directory (2, 3), it can't be read (5), the holder doesn't move or the file system has no such
-  // lock.
+  // directory (2, 3), it can't be read (5), none is to be had in that time or the file system has
+  // no such lock.
   explicit DirectoryLock(std::string_view path);
   ~DirectoryLock();
   DirectoryLock(const DirectoryLock&) = delete;

@@ -150,7 +150,8 @@ void CopyRights(const struct stat& from, int to) {
   mode_t permissions = from.st_mode & 0777;
   bool kept = true;
   if (from.st_gid != own.st_gid && fchown(to, static_cast<uid_t>(-1), from.st_gid) != 0) {
-    permissions &= 0707;  // what the old group may is not for another one
+    // What the old group may is not for another one, but what all may is.
+    permissions = (permissions & 0707) | (permissions & 0007) << 3;
   }
   if ((own.st_mode & 0777) != permissions) kept = fchmod(to, permissions) == 0;
   if (from.st_uid != own.st_uid) kept = fchown(to, from.st_uid, static_cast<gid_t>(-1)) == 0;

@@ -1,5 +1,5 @@
-// DatabaseTest.cpp -- what callers of the SQLite layer rely on: a transaction is all or nothing,
-// and each kind of failure has its number.
+// DatabaseTest.cpp -- what callers of the SQLite layer rely on: values come back as they were
+// given, a transaction is all or nothing, and each kind of failure has its number.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -26,6 +26,34 @@ class DatabaseTest : public testing::Test {
 
   test::TemporaryDirectory directory_;
 };
+
+TEST_F(DatabaseTest, ValuesComeBackAsTheyWereGiven) {
+  Database database = Make();
+  const std::string_view texts[] = {"plain", "", std::string_view("a\0b", 3), "\xff\xfe"};
+  for (std::string_view text : texts) {
+    ASSERT_TRUE(database.Prepare("DELETE FROM item").Run());
+    ASSERT_TRUE(
+        database.Prepare("INSERT INTO item VALUES(?1, ?2)").Bind(1, text).BindBlob(2, text).Run());
+    Statement read = database.Prepare("SELECT name, value, NULL, 5000000000 FROM item");
+    ASSERT_TRUE(read.Step());
+    EXPECT_EQ(read.Text(0), text);
+    EXPECT_EQ(read.Text(1), text);
+    EXPECT_TRUE(read.IsNull(2));
+    EXPECT_FALSE(read.IsNull(0));
+    EXPECT_EQ(read.Number(3), 5'000'000'000);
+    EXPECT_FALSE(read.Step());
+    EXPECT_FALSE(read.Failed());
+  }
+}
+
+TEST_F(DatabaseTest, AKeptStatementForgetsItsBindings) {
+  Database database = Make();
+  ASSERT_TRUE(database.Prepare("INSERT INTO item VALUES(?1, ?2)").Bind(1, "a").Bind(2, 7).Run());
+  ASSERT_TRUE(database.Prepare("INSERT INTO item VALUES(?1, ?2)").Bind(1, "b").Run());
+  Statement read = database.Prepare("SELECT value FROM item WHERE name = 'b'");
+  ASSERT_TRUE(read.Step());
+  EXPECT_TRUE(read.IsNull(0));
+}
 
 TEST_F(DatabaseTest, ATransactionWithoutCommitLeavesNothing) {
   Database database = Make();
@@ -77,6 +105,18 @@ TEST_F(DatabaseTest, ABusyDatabaseIsA32AfterTheWait) {
   EXPECT_FALSE(waiter.Begun());
   EXPECT_EQ(LastError(), kErrorSharingViolation);
   EXPECT_EQ(Count(second), 0) << "a reader goes on beside a writer";
+}
+
+TEST_F(DatabaseTest, AFullDatabaseIsA112AndKeepsWhatItHad) {
+  Database database = Make();
+  ASSERT_TRUE(database.Execute("PRAGMA max_page_count=4"));
+  {
+    Transaction transaction(database);
+    EXPECT_FALSE(database.Execute("INSERT INTO item VALUES('big', zeroblob(100000))"));
+    EXPECT_EQ(LastError(), kErrorDiskFull);
+  }
+  EXPECT_EQ(database.ErrorText(), "database or disk is full");
+  EXPECT_EQ(Count(database), 0);
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// MachineTest.cpp -- identifiers, names, formatted text.
+// MachineTest.cpp -- identifiers, names, printed and formatted text.
 #include <gtest/gtest.h>
 
 #include <set>
@@ -7,6 +7,7 @@
 
 #include "platform/Format.h"
 #include "platform/Machine.h"
+#include "platform/Reports.h"
 
 namespace corvane::platform {
 namespace {
@@ -44,6 +45,13 @@ TEST(Format, TextOfAnyLength) {
     const std::string text(length, 'x');
     EXPECT_EQ(FormatText("%s", text.c_str()), text);
   }
+}
+
+TEST(Reports, ConsoleGetsTextAsItStands) {
+  testing::internal::CaptureStdout();
+  PrintConsole("100%s\n");
+  PrintConsoleF("[%d]", 7);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "100%s\n[7]");
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 #include "platform/Error.h"
 #include "platform/SettingsStore.h"
 #include "tests/support/AsNobody.h"
+#include "tests/support/RunProgram.h"
 #include "tests/support/SmallDisk.h"
 #include "tests/support/TemporaryDirectory.h"
 
@@ -364,6 +365,38 @@ TEST_F(SettingsStoreTest, CountersAndChangesOfManyThreadsAreAllSeen) {
   }
   for (std::thread& thread : threads) thread.join();
   EXPECT_EQ(faults, 0);
+}
+
+// Run by the next test in a process of its own.
+TEST(SettingsStoreChild, DISABLED_CountsUp) {
+  SettingsStore& store = SettingsStore::Default();
+  for (std::uint32_t number = 1; number <= 300; ++number) {
+    ASSERT_TRUE(store.Apply({Set(kKey, "First", SettingValue::Dword(number)),
+                             Set(kKey, "Second", SettingValue::Dword(number))}));
+  }
+}
+
+TEST_F(SettingsStoreTest, AnotherProcessWritesWhileWeRead) {
+  ASSERT_TRUE(store_.SetDword(kKey, "First", 0));
+  ASSERT_TRUE(store_.SetDword(kKey, "Second", 0));
+  std::atomic<bool> done{false};
+  test::ProgramResult result;
+  std::thread child([&] {
+    result = test::RunProgram({test::ThisProgram(), "--gtest_also_run_disabled_tests",
+                               "--gtest_filter=SettingsStoreChild.*"},
+                              {{"CORVANE_SETTINGS", path_}});
+    done = true;
+  });
+  std::uint32_t last = 0;
+  while (!done) {
+    std::vector<SettingEntry> entries = store_.List(kKey);
+    ASSERT_EQ(entries.at(0).value, entries.at(1).value);
+    ASSERT_GE(entries[0].value.number, last);
+    last = entries[0].value.number;
+  }
+  child.join();
+  EXPECT_EQ(result.exitCode, 0) << result.output;
+  EXPECT_EQ(store_.GetDword(kKey, "First"), 300U);
 }
 
 }  // namespace

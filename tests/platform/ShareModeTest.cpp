@@ -15,12 +15,13 @@
 #include "platform/WholeFile.h"
 #include "tests/support/AsNobody.h"
 #include "tests/support/ChildProcess.h"
-#include "tests/support/InDirectory.h"
+#include "tests/support/TemporaryDirectory.h"
 
 namespace corvane::platform {
 namespace {
 
 using test::ChildProcess;
+using test::TemporaryDirectory;
 using test::WriteBytes;
 
 // Every way to open: three accesses by eight share modes.
@@ -48,19 +49,16 @@ bool Allows(int holder, int opener) {
 }
 bool GoTogether(int a, int b) { return Allows(a, b) && Allows(b, a); }
 
-class ShareModes : public test::InDirectory {
- protected:
-  ShareModes() { WriteBytes(path_, "x"); }
-  const std::string path_ = root_ / "0.MAI";
-};
-
-TEST_F(ShareModes, HoldBetweenThreads) {
+TEST(ShareModes, HoldBetweenThreads) {
+  const TemporaryDirectory root;
+  const std::string path = root / "0.MAI";
+  WriteBytes(path, "x");
   for (int holder = 0; holder < kModes; ++holder) {
-    const File held = OpenMode(path_, holder);
+    const File held = OpenMode(path, holder);
     ASSERT_TRUE(held) << Describe(holder);
     std::thread([&] {
       for (int opener = 0; opener < kModes; ++opener) {
-        const bool opened = OpenMode(path_, opener).IsOpen();
+        const bool opened = OpenMode(path, opener).IsOpen();
         EXPECT_EQ(opened, GoTogether(holder, opener))
             << Describe(holder) << ", " << Describe(opener);
         EXPECT_EQ(opened ? kErrorSharingViolation : LastError(), kErrorSharingViolation);
@@ -69,42 +67,70 @@ TEST_F(ShareModes, HoldBetweenThreads) {
   }
 }
 
-// Where the file can't be opened for writing, exclusive locks aren't to be had.
-TEST_F(ShareModes, HoldOnReadOnlyFiles) {
-  ASSERT_EQ(chmod(path_.c_str(), 0444), 0);
-  ASSERT_EQ(chmod(root_.Path().c_str(), 0755), 0);
-  const test::AsNobody nobody;
-  for (int holder = 0; holder < 8; ++holder) {
-    const File held = OpenMode(path_, holder);
-    ASSERT_TRUE(held) << Describe(holder);
-    for (int opener = 0; opener < 8; ++opener) {
-      EXPECT_EQ(OpenMode(path_, opener).IsOpen(), GoTogether(holder, opener))
+TEST(ShareModes, HoldBetweenProcesses) {
+  const TemporaryDirectory root;
+  const std::string path = root / "0.MAI";
+  WriteBytes(path, "x");
+  File held;
+  ChildProcess child([&](int mode) {
+    held = File();
+    held = OpenMode(path, mode);
+    return held.IsOpen() ? 1 : 0;
+  });
+  for (int holder = 0; holder < kModes; ++holder) {
+    ASSERT_EQ(child.Ask(holder), 1);
+    for (int opener = 0; opener < kModes; ++opener) {
+      EXPECT_EQ(OpenMode(path, opener).IsOpen(), GoTogether(holder, opener))
           << Describe(holder) << ", " << Describe(opener);
     }
   }
-  EXPECT_FALSE(File::Open(path_, Access::kWrite, kShareAll, Disposition::kOpenExisting));
+}
+
+// Where the file can't be opened for writing, exclusive locks aren't to be had.
+TEST(ShareModes, HoldOnReadOnlyFiles) {
+  const TemporaryDirectory root;
+  const std::string path = root / "0.MAI";
+  WriteBytes(path, "x");
+  ASSERT_EQ(chmod(path.c_str(), 0444), 0);
+  ASSERT_EQ(chmod(root.Path().c_str(), 0755), 0);
+  const test::AsNobody nobody;
+  for (int holder = 0; holder < 8; ++holder) {
+    const File held = OpenMode(path, holder);
+    ASSERT_TRUE(held) << Describe(holder);
+    for (int opener = 0; opener < 8; ++opener) {
+      EXPECT_EQ(OpenMode(path, opener).IsOpen(), GoTogether(holder, opener))
+          << Describe(holder) << ", " << Describe(opener);
+    }
+  }
+  EXPECT_FALSE(File::Open(path, Access::kWrite, kShareAll, Disposition::kOpenExisting));
   EXPECT_EQ(LastError(), kErrorAccessDenied);
 }
 
-TEST_F(ShareModes, ThreeHoldersAreAllAsked) {
-  const File one = File::Open(path_, Access::kRead, kShareAll, Disposition::kOpenExisting);
-  File two = File::Open(path_, Access::kRead, kShareReadRemove, Disposition::kOpenExisting);
-  const File three = File::Open(path_, Access::kRead, kShareAll, Disposition::kOpenExisting);
-  EXPECT_FALSE(File::Open(path_, Access::kWrite, kShareAll, Disposition::kOpenExisting));
+TEST(ShareModes, ThreeHoldersAreAllAsked) {
+  const TemporaryDirectory root;
+  const std::string path = root / "0.MAI";
+  WriteBytes(path, "x");
+  const File one = File::Open(path, Access::kRead, kShareAll, Disposition::kOpenExisting);
+  File two = File::Open(path, Access::kRead, kShareReadRemove, Disposition::kOpenExisting);
+  const File three = File::Open(path, Access::kRead, kShareAll, Disposition::kOpenExisting);
+  EXPECT_FALSE(File::Open(path, Access::kWrite, kShareAll, Disposition::kOpenExisting));
   EXPECT_TRUE(two.Close());
-  EXPECT_TRUE(File::Open(path_, Access::kWrite, kShareAll, Disposition::kOpenExisting));
+  EXPECT_TRUE(File::Open(path, Access::kWrite, kShareAll, Disposition::kOpenExisting));
 }
 
-TEST_F(ShareModes, TheClaimOfAKilledProcessIsGone) {
+TEST(ShareModes, TheClaimOfAKilledProcessIsGone) {
+  const TemporaryDirectory root;
+  const std::string path = root / "0.MAI";
+  WriteBytes(path, "x");
   File held;
   ChildProcess child([&](int) {
-    held = OpenMode(path_, 16);
+    held = OpenMode(path, 16);
     return held.IsOpen() ? 1 : 0;
   });
   ASSERT_EQ(child.Ask(0), 1);
-  EXPECT_FALSE(OpenMode(path_, 16));
+  EXPECT_FALSE(OpenMode(path, 16));
   child.Kill();
-  EXPECT_TRUE(OpenMode(path_, 16));
+  EXPECT_TRUE(OpenMode(path, 16));
 }
 
 // Runs `work(thread)` on several threads at once, `rounds` times, with `before` and `after` alone.
@@ -132,7 +158,10 @@ void Race(int rounds, const std::function<void()>& before, const std::function<v
 }
 
 // Openers that shut each other out: one gets the file, always, and only one.
-TEST_F(ShareModes, OneOfSeveralRacersWins) {
+TEST(ShareModes, OneOfSeveralRacersWins) {
+  const TemporaryDirectory root;
+  const std::string path = root / "0.MAI";
+  WriteBytes(path, "x");
   struct Case {
     const char* name;
     Access access;
@@ -147,7 +176,7 @@ TEST_F(ShareModes, OneOfSeveralRacersWins) {
   for (const Case& c : cases) {
     File held[6];
     const auto work = [&](int thread) {
-      held[thread] = File::Open(path_, c.access, c.share, Disposition::kOpenExisting);
+      held[thread] = File::Open(path, c.access, c.share, Disposition::kOpenExisting);
     };
     const auto count = [&] {
       int winners = 0;
@@ -162,19 +191,20 @@ TEST_F(ShareModes, OneOfSeveralRacersWins) {
   }
 }
 
-TEST_F(ShareModes, ANewFileIsNeverSeenFree) {
-  unlink(path_.c_str());
+TEST(ShareModes, ANewFileIsNeverSeenFree) {
+  const TemporaryDirectory root;
+  const std::string path = root / "0.MAI";
   File held[6];
   std::atomic<int> seenFree{0};
   const auto work = [&](int thread) {
     if (thread == 0) {
       for (int i = 0; i < 20; ++i) {
-        const File other = File::Open(path_, Access::kRead, kShareAll, Disposition::kOpenExisting);
+        const File other = File::Open(path, Access::kRead, kShareAll, Disposition::kOpenExisting);
         if (other) ++seenFree;
       }
       return;
     }
-    held[thread] = File::Open(path_, Access::kWrite, kShareNone, Disposition::kCreateNew);
+    held[thread] = File::Open(path, Access::kWrite, kShareNone, Disposition::kCreateNew);
     EXPECT_EQ(held[thread] ? kErrorFileExists : LastError(), kErrorFileExists);
   };
   const auto count = [&] {
@@ -182,7 +212,7 @@ TEST_F(ShareModes, ANewFileIsNeverSeenFree) {
     for (File& file : held) {
       if (!file) continue;
       ++winners;
-      EXPECT_TRUE(file.RemoveName(path_));
+      EXPECT_TRUE(file.RemoveName(path));
       file = File();
     }
     EXPECT_EQ(winners, 1);
@@ -192,20 +222,24 @@ TEST_F(ShareModes, ANewFileIsNeverSeenFree) {
   EXPECT_EQ(seenFree, 0);
 }
 
-TEST_F(ShareModes, OneOfSeveralDeletersDeletes) {
+TEST(ShareModes, OneOfSeveralDeletersDeletes) {
+  const TemporaryDirectory root;
+  const std::string path = root / "0.MAI";
   std::atomic<int> deleted{0};
   const auto work = [&](int) {
-    if (DeleteFile(path_)) {
+    if (DeleteFile(path)) {
       ++deleted;
     } else {
       EXPECT_EQ(LastError(), kErrorFileNotFound);
     }
   };
-  const auto before = [&] {
-    WriteBytes(path_, "x");
-    deleted = 0;
-  };
-  Race(300, before, work, [&] { EXPECT_EQ(deleted, 1); });
+  Race(
+      300,
+      [&] {
+        WriteBytes(path, "x");
+        deleted = 0;
+      },
+      work, [&] { EXPECT_EQ(deleted, 1); });
 }
 
 struct Change {
@@ -229,9 +263,10 @@ const Change kChanges[] = {
 };
 
 // Whatever takes the name away asks the holder for deletion.
-TEST_F(ShareModes, HoldersKeepTheName) {
-  const std::string held = root_ / "held.MAI";
-  const std::string other = root_ / "other.MAI";
+TEST(ShareModes, HoldersKeepTheName) {
+  const TemporaryDirectory root;
+  const std::string held = root / "held.MAI";
+  const std::string other = root / "other.MAI";
   for (const Change& change : kChanges) {
     for (int mode = 0; mode < kModes; ++mode) {
       unlink(held.c_str());
@@ -249,35 +284,37 @@ TEST_F(ShareModes, HoldersKeepTheName) {
   }
 }
 
-TEST_F(ShareModes, AHolderOfTheSourceCanForbidReading) {
-  WriteBytes(root_ / "a", "x");
+TEST(ShareModes, AHolderOfTheSourceCanForbidReading) {
+  const TemporaryDirectory root;
+  WriteBytes(root / "a", "x");
   for (int mode = 0; mode < kModes; ++mode) {
-    const File file = OpenMode(root_ / "a", mode);
-    unlink((root_ / "c").c_str());
-    EXPECT_EQ(CopyFile(root_ / "a", root_ / "b", true, false), ShareOf(mode).read)
-        << Describe(mode);
-    EXPECT_EQ(LinkFile(root_ / "a", root_ / "c", false), ShareOf(mode).read) << Describe(mode);
+    const File file = OpenMode(root / "a", mode);
+    unlink((root / "c").c_str());
+    EXPECT_EQ(CopyFile(root / "a", root / "b", true, false), ShareOf(mode).read) << Describe(mode);
+    EXPECT_EQ(LinkFile(root / "a", root / "c", false), ShareOf(mode).read) << Describe(mode);
   }
 }
 
 // A file that was replaced while its opener waited for the processor is not held by mistake.
-TEST_F(ShareModes, AHeldFileIsTheOneThatThePathNames) {
-  ASSERT_TRUE(WriteWholeFile(path_, "0"));
+TEST(ShareModes, AHeldFileIsTheOneThatThePathNames) {
+  const TemporaryDirectory root;
+  const std::string path = root / "0.MAI";
+  ASSERT_TRUE(WriteWholeFile(path, "0"));
   std::atomic<bool> stop{false};
   std::thread replacer([&] {
     for (int i = 0; !stop; ++i) {
-      (void)WriteWholeFile(path_, std::to_string(i), true, Durability::kNone);
+      (void)WriteWholeFile(path, std::to_string(i), true, Durability::kNone);
     }
   });
   int held = 0;
   while (held < 2000) {
-    const File file = OpenMode(path_, 16);
+    const File file = OpenMode(path, 16);
     if (!file) continue;
     ++held;
     struct stat open = {};
     struct stat named = {};
     ASSERT_EQ(fstat(file.Descriptor(), &open), 0);
-    ASSERT_EQ(stat(path_.c_str(), &named), 0);
+    ASSERT_EQ(stat(path.c_str(), &named), 0);
     ASSERT_EQ(open.st_ino, named.st_ino);
     std::this_thread::yield();
   }
@@ -285,31 +322,35 @@ TEST_F(ShareModes, AHeldFileIsTheOneThatThePathNames) {
   replacer.join();
 }
 
-TEST_F(ShareModes, RelaxingLetsOthersIn) {
+TEST(ShareModes, RelaxingLetsOthersIn) {
+  const TemporaryDirectory root;
+  const std::string path = root / "0.MAI";
+  WriteBytes(path, "x");
   for (int mode = 0; mode < 8; ++mode) {
-    File file = File::Open(path_, Access::kReadWrite, kShareNone, Disposition::kOpenExisting);
+    File file = File::Open(path, Access::kReadWrite, kShareNone, Disposition::kOpenExisting);
     EXPECT_TRUE(file.RelaxShare(ShareOf(mode)));
     for (int opener = 0; opener < kModes; ++opener) {
-      EXPECT_EQ(OpenMode(path_, opener).IsOpen(), GoTogether(16 + mode, opener))
+      EXPECT_EQ(OpenMode(path, opener).IsOpen(), GoTogether(16 + mode, opener))
           << Describe(mode) << ", " << Describe(opener);
     }
     EXPECT_EQ(file.RelaxShare(kShareNone), mode == 0);
   }
 }
 
-TEST_F(ShareModes, AnOwnNameCanGoWhileItIsHeld) {
+TEST(ShareModes, AnOwnNameCanGoWhileItIsHeld) {
+  const TemporaryDirectory root;
+  const std::string path = root / "0.MAI";
   for (int mode = 0; mode < kModes; ++mode) {
-    WriteBytes(path_, "x");
-    File file = OpenMode(path_, mode);
-    const File other =
-        File::Open(path_, Access::kRead, kShareReadWrite, Disposition::kOpenExisting);
-    EXPECT_EQ(file.RemoveName(path_), !other) << Describe(mode);
+    WriteBytes(path, "x");
+    File file = OpenMode(path, mode);
+    const File other = File::Open(path, Access::kRead, kShareReadWrite, Disposition::kOpenExisting);
+    EXPECT_EQ(file.RemoveName(path), !other) << Describe(mode);
     if (other) {
       EXPECT_EQ(LastError(), kErrorSharingViolation);
       // What the file was claimed for it is claimed for still.
-      EXPECT_EQ(DeleteFile(path_), false);
+      EXPECT_EQ(DeleteFile(path), false);
     } else {
-      EXPECT_FALSE(file.RemoveName(path_));
+      EXPECT_FALSE(file.RemoveName(path));
       EXPECT_EQ(LastError(), kErrorFileNotFound);
     }
   }

@@ -383,6 +383,9 @@ TEST(Disk, WhenReadOnlySaysSo) {
   WriteBytes(disk.Path() + "/0.MAI", "old");
   ASSERT_TRUE(disk.MakeReadOnly());
   ExpectRefused(disk.Path(), kErrorWriteProtect);
+  File reader =
+      File::Open(disk.Path() + "/0.MAI", Access::kRead, kShareNone, Disposition::kOpenExisting);
+  EXPECT_EQ(reader.ReadAll(), "old");
 }
 
 TEST(Disk, WhatMayNotBeWrittenIsDenied) {

@@ -135,9 +135,11 @@ void Rebuild(const Arguments& arguments) {
   }
   SetScanProgress(ShowScan);
   StoreIndex store(MessageIndexFiles());
-  const bool locked = LockFolderIndex(&store, arguments.folder);
-  const bool rebuilt = locked && ScanAndWrite(&store, arguments);
-  if (locked) UnlockFolderIndex(&store, arguments.folder);
+  bool rebuilt = false;
+  {
+    const FolderIndexLock lock(&store, arguments.folder, false);
+    rebuilt = lock.IsHeld() && ScanAndWrite(&store, arguments);
+  }
   scanBar.reset();
   if (!rebuilt) ThrowUnwritable(arguments);
   if (arguments.json) {

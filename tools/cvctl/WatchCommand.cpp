@@ -62,8 +62,11 @@ struct Watched {
   std::string moved;  // what those paths begin with when the postoffice has a root of its own
 };
 
+// In one spelling: roots may end in a separator, and paths are put together from them.
 std::string WithBackslashes(std::string path) {
   std::replace(path.begin(), path.end(), '/', '\\');
+  const auto both = [](char a, char b) { return a == '\\' && b == '\\'; };
+  path.erase(std::unique(path.begin(), path.end(), both), path.end());
   return path;
 }
 

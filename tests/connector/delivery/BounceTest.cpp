@@ -193,6 +193,10 @@ TEST_F(BounceTest, TheLogTellsItsStepsInTheirOrder) {
 }
 
 TEST_F(BounceTest, SettingsSuppressIt) {
+  Set("No NDR Generation", 2, "CONNECTORS\\SF");
+  Set("No NDR Generation", 1, "CONNECTORS\\SMTP");
+  EXPECT_EQ(Bounce(), 1);
+  EXPECT_EQ(Command(), "") << "2 asks the SMTP connector";
   Set("No NDR Generation", 3, "CONNECTORS\\SF");
   EXPECT_EQ(Bounce(), 1);
   EXPECT_EQ(Command(), "");

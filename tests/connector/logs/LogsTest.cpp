@@ -292,5 +292,23 @@ TEST_F(LogsTest, EventLogGetsTwoStringsAndKeepsTheLastError) {
   EXPECT_EQ(events_[1].id, 0x40000001U);
 }
 
+TEST_F(LogsTest, LinesAfterTheCloseAreDropped) {
+  Use(1, 1);
+  CreateLogMutexes();
+  OpenActivityLog();
+  OpenDebugLog();
+  CloseActivityLog();
+  CloseDebugLog();
+  ReleaseLogMutexes();
+  const std::string debug = DebugFile();
+  const std::string activity = ActivityFile();
+  LogDebug("late\n");
+  LogActivity("late\n");
+  LogActivityToFile("late\n");
+  CloseDebugLog();
+  EXPECT_EQ(DebugFile(), debug);
+  EXPECT_EQ(ActivityFile(), activity);
+}
+
 }  // namespace
 }  // namespace corvane

@@ -195,5 +195,14 @@ TEST_F(ConnectorSettingsTest, RawWritesMakeTheKey) {
   EXPECT_EQ(WriteSettingDword(key, "Service Start", 1), 0);
 }
 
+TEST_F(ConnectorSettingsTest, TheLibraryDirectoryHas64Appended) {
+  char buffer[64] = "untouched";
+  EXPECT_EQ(GetLibraryDirectory(buffer, sizeof buffer), 0);
+  EXPECT_STREQ(buffer, "");
+  Store(kApplicationDirectory, "C:\\Corvane\\bin");
+  EXPECT_EQ(GetLibraryDirectory(buffer, sizeof buffer), 1);
+  EXPECT_STREQ(buffer, "C:\\Corvane\\bin64");
+}
+
 }  // namespace
 }  // namespace corvane::settings

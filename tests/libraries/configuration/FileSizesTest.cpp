@@ -32,5 +32,11 @@ TEST(FileSizes, AgreesWithAMapOverRandomSteps) {
   EXPECT_EQ(sizes.Count(), 0u);
 }
 
+TEST(FileSizes, TakesLittleMemory) {
+  FileSizes sizes;
+  for (int i = 0; i < 20'000; ++i) sizes.Set(std::to_string(i), 1);
+  EXPECT_LE(sizes.MemoryBytes(), 32'768u * 16u);
+}
+
 }  // namespace
 }  // namespace corvane::configuration

@@ -64,7 +64,9 @@ class BlockFileWait {
       if (error == platform::kErrorPathNotFound) return kNotThere;
       CountAttempt();
       if (attempts_ > threshold_) {
-        const auto end = Force(file, error == platform::kErrorFileExists);
+        const bool stood =
+            error == platform::kErrorFileExists || error == platform::kErrorSharingViolation;
+        const auto end = Force(file, stood);
         if (end) return *end;
       }
       *file = MakeBlockFile(path_, platform::kShareNone);

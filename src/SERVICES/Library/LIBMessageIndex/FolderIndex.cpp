@@ -21,14 +21,9 @@ constexpr std::uint64_t kLookedAtEnd = 65'536;
 class FolderChange {
  public:
   explicit FolderChange(const std::string& folder)
-      : folder_(folder), store_(MessageIndexFiles()), locked_(LockFolderIndex(&store_, folder)) {}
-  ~FolderChange() {
-    if (locked_) UnlockFolderIndex(&store_, folder_);
-  }
-  FolderChange(const FolderChange&) = delete;
-  FolderChange& operator=(const FolderChange&) = delete;
+      : folder_(folder), store_(MessageIndexFiles()), lock_(&store_, folder, false) {}
 
-  [[nodiscard]] bool IsLocked() const { return locked_; }
+  [[nodiscard]] bool IsLocked() const { return lock_.IsHeld(); }
   [[nodiscard]] SORTEDSTOREINDEXTYPE& Index() { return store_.Index; }
 
   [[nodiscard]] bool Load(std::int32_t level, const std::string& keyFilter, bool useChangeFlag) {
@@ -49,7 +44,7 @@ class FolderChange {
  private:
   const std::string folder_;
   StoreIndex store_;
-  const bool locked_;
+  const FolderIndexLock lock_;
 };
 
 // A scan that ran since the file came has taken it in already. Each scan leaves _DIRSIZE.TMP.

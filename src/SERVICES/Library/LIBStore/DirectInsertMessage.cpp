@@ -55,22 +55,22 @@ void AskForCommit(const Insertion& insertion) {
   SignalFolder(insertion, kCommit, kCommitLength);
 }
 
-std::int32_t Insert(const Insertion& insertion) {
+bool Insert(const Insertion& insertion) {
   const long thread = platform::CurrentThreadId();
   const bool log = DebugLevelAbove(7);
   if (log) {
     LogDebugF("[%ld] Starting Direct Inserting [%s] into index (%s).\n", thread,
               insertion.item.c_str(), insertion.index.c_str());
   }
-  const std::int32_t result =
+  const bool inserted =
       Lib_Direct_StoreIndex_InsertItem(insertion.postoffice.c_str(), insertion.mailbox.c_str(),
-                                       insertion.folder.c_str(), insertion.item.c_str());
+                                       insertion.folder.c_str(), insertion.item.c_str()) == 1;
   if (log) {
-    LogDebugF(result != 0 ? "[%ld] Completed Direct Inserting [%s] into index (%s).\n"
-                          : "[%ld] Failed Direct Inserting [%s] into index (%s).\n",
+    LogDebugF(inserted ? "[%ld] Completed Direct Inserting [%s] into index (%s).\n"
+                       : "[%ld] Failed Direct Inserting [%s] into index (%s).\n",
               thread, insertion.item.c_str(), insertion.index.c_str());
   }
-  return result;
+  return inserted;
 }
 
 void TellClients(const Insertion& insertion) {
@@ -103,11 +103,13 @@ std::int32_t DirectInsertMessage(const std::string& postoffice, const std::strin
   }
   if (!platform::EqualsNoCase(action, kActionAdd)) return 1;
   if (notifyCommit) AskForCommit(insertion);
-  const std::int32_t result = Insert(insertion);
-  // The library marks the folder itself where it got as far as that.
-  if (result == 0) WriteFolderFlag(directory, FolderFlag::kChanged);
-  if (dispatchAdd && result == 1) TellClients(insertion);
-  return result;
+  if (!Insert(insertion)) {
+    // The library marks the folder itself where it got as far as that.
+    WriteFolderFlag(directory, FolderFlag::kChanged);
+    return 0;
+  }
+  if (dispatchAdd) TellClients(insertion);
+  return 1;
 }
 
 }  // namespace corvane

@@ -4,32 +4,10 @@
 #include "SERVICES/Library/LIBStoreIndexCore/StoreIndex.h"
 
 namespace corvane {
-namespace {
-
-// The folder's lock, given back whatever ends the work.
-class FolderLock {
- public:
-  FolderLock(StoreIndex* store, const std::string& folder)
-      : store_(store), folder_(folder), held_(LockFolderIndex(store, folder)) {}
-  ~FolderLock() {
-    if (held_) UnlockFolderIndex(store_, folder_);
-  }
-  FolderLock(const FolderLock&) = delete;
-  FolderLock& operator=(const FolderLock&) = delete;
-  [[nodiscard]] bool IsHeld() const { return held_; }
-
- private:
-  StoreIndex* store_;
-  const std::string& folder_;
-  const bool held_;
-};
-
-}  // namespace
-
 void ReindexFolder(const std::string& path) {
   StoreIndex store(MessageIndexFiles());
   store.FolderPath = path;
-  const FolderLock lock(&store, path);
+  const FolderIndexLock lock(&store, path, false);
   if (!lock.IsHeld()) return;
   IndexLoad load;
   load.store = &store;

@@ -18,26 +18,6 @@ std::vector<std::string> SplitList(std::string_view list) {
   return parts;
 }
 
-// The lock of a folder for as long as this lives; nothing where the caller has it.
-class FolderLock {
- public:
-  FolderLock(StoreIndex* store, const std::string& folder, bool alreadyLocked)
-      : store_(alreadyLocked ? nullptr : store),
-        folder_(folder),
-        held_(alreadyLocked || (store != nullptr && LockFolderIndex(store, folder))) {}
-  ~FolderLock() {
-    if (held_ && store_ != nullptr) UnlockFolderIndex(store_, folder_);
-  }
-  FolderLock(const FolderLock&) = delete;
-  FolderLock& operator=(const FolderLock&) = delete;
-  [[nodiscard]] bool IsHeld() const { return held_; }
-
- private:
-  StoreIndex* store_;
-  const std::string folder_;
-  const bool held_;
-};
-
 }  // namespace
 
 SORTEDSTOREINDEXTYPE::~SORTEDSTOREINDEXTYPE() { UnInit(); }
@@ -222,7 +202,7 @@ bool SORTEDSTOREINDEXTYPE::Load(const IndexLoad& load) {
 
 bool SORTEDSTOREINDEXTYPE::LoadOne(const IndexLoad& load, bool append) {
   if (load.store != nullptr) load.store->FolderPath = load.path;
-  const FolderLock lock(load.store, load.path, load.alreadyLocked);
+  const FolderIndexLock lock(load.store, load.path, load.alreadyLocked);
   if (!lock.IsHeld()) return false;
   KeyFilter = load.keyFilter;
   LoadState = files_->Read(this, {.path = load.path,
@@ -243,7 +223,7 @@ bool SORTEDSTOREINDEXTYPE::EnsureLoaded(std::int32_t level) {
   deeper.level = level;
   deeper.skipIfLoaded = false;
   if (!HasPendingChanges()) return Load(deeper);
-  const FolderLock lock(deeper.store, deeper.path, deeper.alreadyLocked);
+  const FolderIndexLock lock(deeper.store, deeper.path, deeper.alreadyLocked);
   return lock.IsHeld() && CompleteFromFile(deeper.path, deeper.messageClass) && LoadState >= level;
 }
 
@@ -259,7 +239,7 @@ bool SORTEDSTOREINDEXTYPE::WriteChanges(const std::string& path, std::int32_t me
 bool SORTEDSTOREINDEXTYPE::Save(const std::string& path, std::int32_t messageClass,
                                 bool alreadyLocked) {
   lastSaveWorked_ = false;
-  const FolderLock lock(Store, path, alreadyLocked);
+  const FolderIndexLock lock(Store, path, alreadyLocked);
   if (!lock.IsHeld()) return false;
   lastSaveWorked_ = WriteChanges(path, messageClass);
   return true;

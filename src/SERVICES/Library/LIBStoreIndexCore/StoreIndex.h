@@ -33,4 +33,25 @@ std::int32_t StoreIndex_Release(StoreIndex* index);
 [[nodiscard]] bool LockFolderIndex(StoreIndex* index, const std::string& folder);
 void UnlockFolderIndex(StoreIndex* index, const std::string& folder);
 
+// The same for a scope: the lock is given back whatever ends the work.
+class FolderIndexLock {
+ public:
+  // With `alreadyLocked` the caller has it. Not held without an index.
+  FolderIndexLock(StoreIndex* index, const std::string& folder, bool alreadyLocked)
+      : index_(alreadyLocked ? nullptr : index),
+        folder_(folder),
+        held_(alreadyLocked || (index != nullptr && LockFolderIndex(index, folder))) {}
+  ~FolderIndexLock() {
+    if (held_ && index_ != nullptr) UnlockFolderIndex(index_, folder_);
+  }
+  FolderIndexLock(const FolderIndexLock&) = delete;
+  FolderIndexLock& operator=(const FolderIndexLock&) = delete;
+  [[nodiscard]] bool IsHeld() const { return held_; }
+
+ private:
+  StoreIndex* index_;
+  const std::string folder_;
+  const bool held_;
+};
+
 }  // namespace corvane

@@ -164,6 +164,7 @@ TEST_F(BadMailTest, SetsAHeaderOfAnyFile) {
        "A: 1\r\nX-Why: new\r\n\r\nb"},
       {"before the blank line", "A: 1\n\nb", "A: 1\nX-Why: new\r\n\nb"},
       {"no blank line", "A: 1", "A: 1\r\nX-Why: new\r\n"},
+      {"body stays", "\r\nX-Why: old\r\n", "X-Why: new\r\n\r\nX-Why: old\r\n"},
   };
   const std::string path = Directory() / "file";
   for (const HeaderCase& row : cases) {

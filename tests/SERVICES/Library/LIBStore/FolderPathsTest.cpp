@@ -77,6 +77,10 @@ TEST_F(FolderPathsTest, EachKindOfFolderHasItsTree) {
   }
 }
 
+TEST_F(FolderPathsTest, PublicFoldersAreOnByThemselves) {
+  EXPECT_EQ(GetFolderPath("acme", "anna", "Public"), Root() + "\\PUBROOT");
+}
+
 TEST_F(FolderPathsTest, APathThatDoesNotFitIsCut) {
   const std::string path = GetFolderPath("acme", "anna", "Inbox");
   char buffer[1024];
