@@ -3,6 +3,7 @@
 #include "CLIENTS/CVMAPI/CVMSLIB/common/FileManagement.h"
 #include "SERVICES/Library/LIBStore/MarkFolderChanged.h"
 #include "SERVICES/Library/LIBStore/NewMessageMarkers.h"
+#include "SERVICES/Library/LIBStore/StorePaths.h"
 #include "connector/delivery/AutoResponder.h"
 #include "connector/delivery/ClassifyMessage.h"
 #include "connector/delivery/DeliveryEvent.h"
@@ -208,6 +209,8 @@ void RunStagesAfterCopy(MailboxDelivery& delivery) {
 
 std::int32_t RunStages(MailboxDelivery& delivery) {
   if (!RunStagesBeforeCopy(delivery)) return kDealtWith;
+  // A store that can't be reached from here on must not leave a copy that nobody is told of.
+  const HeldPostofficeRoot held(delivery.postoffice, delivery.root);
   switch (CopyToMailbox(delivery)) {
     case CopyOutcome::kFailed:
       return kCopyFailed;

@@ -8,6 +8,8 @@
 #include "CLIENTS/CVMAPI/CVMSLIB/common/FileManagement.h"
 #include "CLIENTS/CVMAPI/CVMSLIB/common/TimedWait.h"
 #include "connector/queue/Durability.h"
+#include "platform/FileSystem.h"
+#include "platform/Path.h"
 #include "platform/WholeFile.h"
 
 namespace corvane {
@@ -77,10 +79,16 @@ void AppendLine(std::string& text, std::string_view key, std::int32_t value) {
   AppendLine(text, key, std::to_string(value));
 }
 
+// Once the name stands a reader may take the file away: what is tried again then is the flush
+// alone.
 std::int32_t WriteCommandFile(const std::string& path, const std::string& text) {
-  const auto durability = DeliveryDurability(platform::Durability::kDataAndName);
+  const auto durability = DeliveryDurability(platform::Durability::kData);
+  bool stands = false;
   for (int attempt = 1;; ++attempt) {
-    if (platform::WriteWholeFile(path, text, true, durability)) return 1;
+    stands = stands || platform::WriteWholeFile(path, text, true, durability);
+    const bool flushed =
+        stands && (!DurabilityOn() || platform::FlushDirectory(platform::ParentPath(path)));
+    if (flushed) return 1;
     if (attempt == kRetries) return 0;
     TimedWait(kRetryWaitMilliseconds);
   }

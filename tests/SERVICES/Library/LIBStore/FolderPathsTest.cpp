@@ -114,6 +114,12 @@ TEST_F(FolderPathsTest, MarkersLieInAMailboxThatWasMoved) {
 TEST_F(FolderPathsTest, ARootThatCannotBeAskedForIsNotGuessed) {
   AnswerPostofficeRoot("-1000");
   EXPECT_THROW((void)GetPostofficeRoot("acme"), std::runtime_error);
+  {
+    const HeldPostofficeRoot outer("acme", "/known");
+    const HeldPostofficeRoot inner("other", "/else");
+    EXPECT_EQ(GetPostofficeRoot("acme"), "/known") << "what has begun goes on where it began";
+  }
+  EXPECT_THROW((void)GetPostofficeRoot("acme"), std::runtime_error);
 }
 
 TEST_F(FolderPathsTest, ItemPathsMakeTheirDirectories) {
