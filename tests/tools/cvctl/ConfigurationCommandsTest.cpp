@@ -1,6 +1,7 @@
 // The tool's commands on an installation of its own, run as programs: exit codes, what they print,
 // what the next command sees.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -252,6 +253,9 @@ TEST_F(Cvctl, AStoreThatMayOnlyBeReadIsReadAndNotChanged) {
   fs::permissions(std::string(directory_ / ""), fs::perms::group_exec | fs::perms::others_exec,
                   fs::perm_options::add);
   test::AsNobody nobody;
+  if (access(test::ProgramFile("cvctl").c_str(), X_OK) != 0) {
+    GTEST_SKIP() << "the programs lie where only the superuser gets";
+  }
   EXPECT_EQ(Run({"mailbox", "list"}).output, "acme/anna\tenabled\tquota 500 KB\n");
   ExpectRefused({{"mailbox", "add", "acme/new"}, 3, "rights"});
   EXPECT_FALSE(fs::exists(Home() + "/mail/acme/MAILROOT/new"));
