@@ -186,9 +186,11 @@ void CheckRemoval(Items items) {
   const auto report = corvane::InspectIndex(&whole, Places().Read(), corvane::kClassMail);
   // An element that stands twice comes up again when the first one goes.
   if (items.empty() || report.elements != items.size()) return;
-  SORTEDSTOREINDEXTYPE index(&files);
-  Require(Load(&index, Places().Read(), corvane::kKeys));
   const std::vector<std::string> first = {items.begin()->first};
+  const bool filters = first[0] != "*" && first[0].find(',') == std::string::npos;
+  SORTEDSTOREINDEXTYPE index(&files);
+  Require(Load(&index, Places().Read(), corvane::kKeys, filters ? first[0] : ""));
+  Require(index.Sequence.size() == (index.IsFiltered() ? 1 : items.size()));
   Require(index.RemoveItems(first) == 1);
   items.erase(items.begin());
   if (!Save(&index, Places().Read())) return;

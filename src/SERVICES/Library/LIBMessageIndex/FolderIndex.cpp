@@ -1,6 +1,7 @@
 #include "SERVICES/Library/LIBMessageIndex/FolderIndex.h"
 
 #include <algorithm>
+#include <functional>
 
 #include "SERVICES/Library/LIBMessageIndex/ChangeFlag.h"
 #include "SERVICES/Library/LIBMessageIndex/FolderBrand.h"
@@ -47,6 +48,17 @@ class FolderChange {
   const FolderIndexLock lock_;
 };
 
+// What a load is to hold for a change of these items: a filter is a list with commas, and empty it
+// stands for all.
+std::string FilterFor(const std::vector<std::string>& items) {
+  std::string filter;
+  for (const std::string& item : items) {
+    if (item.empty() || item == "*" || item.find(',') != item.npos) return {};
+    filter.append(filter.empty() ? "" : ",").append(item);
+  }
+  return filter;
+}
+
 // A scan that ran since the file came has taken it in already. Each scan leaves _DIRSIZE.TMP.
 bool MayHaveBeenScanned(const std::string& folder, const platform::FoundFile& file) {
   const auto scan = platform::GetFileInfo(folder + "\\_DIRSIZE.TMP");
@@ -57,8 +69,7 @@ bool MayHaveBeenScanned(const std::string& folder, const platform::FoundFile& fi
 bool LoadForInsertion(FolderChange* change, const std::string& folder,
                       const platform::FoundFile& file, bool* there) {
   if (MayHaveBeenScanned(folder, file)) {
-    const bool filters = file.name.find(',') == std::string::npos;
-    if (!change->Load(kKeys, filters ? file.name : "", true)) return false;
+    if (!change->Load(kKeys, FilterFor({file.name}), true)) return false;
     *there = change->Index().ItemExists(file.name);
     if (*there || !change->Index().IsFiltered()) return true;
   }
@@ -90,7 +101,9 @@ bool NeedsKeys(const std::string& folder, const std::string& item, std::uint32_t
   if (!file.Seek(info->size - end.size())) return false;
   const std::int64_t got = file.Read(end.data(), end.size());
   end.resize(static_cast<std::size_t>(std::max<std::int64_t>(got, 0)));
-  return end.find(indexformat::ElementHead(item, {})) != end.npos || LastUidOf(end) > lastUid;
+  const std::string head = indexformat::ElementHead(item, {});
+  const std::boyer_moore_horspool_searcher search(head.begin(), head.end());
+  return search(end.begin(), end.end()).first != end.end() || LastUidOf(end) > lastUid;
 }
 
 bool Insert(FolderChange* change, const std::string& folder, const platform::FoundFile& file) {
@@ -134,7 +147,9 @@ std::int32_t InsertIntoFolderIndex(const std::string& folder, const std::string&
 IndexChange RemoveFromFolderIndex(const std::string& folder, const std::vector<std::string>& items,
                                   std::size_t* removed) {
   FolderChange change(folder);
-  if (!change.IsLocked() || !change.Load(kKeys, {}, false)) return IndexChange::kFailed;
+  if (!change.IsLocked() || !change.Load(kKeys, FilterFor(items), false)) {
+    return IndexChange::kFailed;
+  }
   *removed = change.Index().RemoveItems(items);
   if (*removed == 0) return IndexChange::kNotThere;
   return change.Save() ? IndexChange::kDone : IndexChange::kFailed;
@@ -143,9 +158,7 @@ IndexChange RemoveFromFolderIndex(const std::string& folder, const std::vector<s
 IndexChange SetInFolderIndex(const std::string& folder, const std::string& item,
                              const std::string& name, const std::string& value) {
   FolderChange change(folder);
-  // A filter is a list with commas.
-  const bool filters = item.find(',') == std::string::npos;
-  if (!change.IsLocked() || !change.Load(kAllProperties, filters ? item : "", false)) {
+  if (!change.IsLocked() || !change.Load(kAllProperties, FilterFor({item}), false)) {
     return IndexChange::kFailed;
   }
   IndexItem handle;

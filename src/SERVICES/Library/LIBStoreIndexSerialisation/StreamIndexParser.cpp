@@ -1,7 +1,7 @@
 #include "SERVICES/Library/LIBStoreIndexSerialisation/StreamIndexParser.h"
 
 #include <algorithm>
-#include <functional>
+#include <cstring>
 
 #include "SERVICES/Library/LIBStoreIndexSerialisation/IndexFormat.h"
 #include "connector/settings/Settings.h"
@@ -15,6 +15,8 @@ constexpr std::size_t kNoName = SIZE_MAX;
 constexpr std::size_t kFirstBytes = 100;
 constexpr std::string_view kRoot = "BASEELEMENT";
 constexpr std::string_view kElement = "ELEMENT";
+constexpr std::string_view kIdStart = "<ELEMENT ID=\"";
+constexpr std::string_view kUidStart = "\" UID=\"";
 
 bool BeginsWith(std::string_view text, std::string_view start) {
   return text.substr(0, start.size()) == start;
@@ -40,6 +42,39 @@ int NextAttribute(std::string_view* rest, std::string_view* name, std::string_vi
   *value = rest->substr(open + 1, close - open - 1);
   rest->remove_prefix(close + 1);
   return 1;
+}
+
+// Where the word stands next; npos without one. Sixteen places at a time are looked at for its
+// first and its last letter: most of a large file is passed over here.
+std::size_t FindElementWord(std::string_view text, std::size_t from) {
+  using Block = char __attribute__((vector_size(16)));
+  constexpr std::size_t kToLast = kElement.size() - 1;
+  for (; from + sizeof(Block) + kToLast <= text.size(); from += sizeof(Block)) {
+    Block first;
+    Block last;
+    std::memcpy(&first, text.data() + from, sizeof first);
+    std::memcpy(&last, text.data() + from + kToLast, sizeof last);
+    const auto hits = (first == kElement.front()) & (last == kElement.back());
+    std::uint64_t halves[2];
+    std::memcpy(halves, &hits, sizeof halves);
+    if ((halves[0] | halves[1]) == 0) continue;
+    const std::size_t at = text.substr(from, sizeof(Block) + kToLast).find(kElement);
+    if (at != text.npos) return from + at;
+  }
+  return text.find(kElement, from);
+}
+
+// Where the element ends whose properties begin at `from`; npos if that isn't plain to see. Behind
+// a ">" a tag begins anew, whatever stood before; and where the word doesn't stand there is no tag
+// of an element or of the root.
+std::size_t EndOfElement(std::string_view text, std::size_t from) {
+  constexpr std::string_view kBefore = "></";
+  const std::size_t at = FindElementWord(text, from);
+  if (at == text.npos || at - from < kBefore.size()) return text.npos;
+  const std::size_t tag = at - kBefore.size();
+  return BeginsWith(text.substr(tag), kBefore) && text.substr(at + kElement.size(), 1) == ">"
+             ? at + kElement.size() + 1
+             : text.npos;
 }
 
 }  // namespace
@@ -86,7 +121,7 @@ ParseResult StreamIndexParser::Parse() {
   IndexReadStream::Piece piece;
   while (stream_.Next(&piece)) {
     HandleTag(piece);
-    while (level_ == kKeys ? SkipProperties() : TakeExpectedProperty()) {
+    while (level_ == kKeys ? SkipProperties() || SkipElement() : TakeExpectedProperty()) {
     }
     if (append_ || ReadsAll()) continue;
     if (tombstones_ >= garbageThreshold_ || NeedsAll()) break;
@@ -230,12 +265,14 @@ void StreamIndexParser::CheckUidOrder(std::string_view value) {
 
 bool StreamIndexParser::Admits(const Attribute& attribute) {
   if (!platform::EqualsNoCase(attribute.name, "ID")) return true;
-  if (!keys_->empty() && !index_->FullRewrite) {
-    return keys_->count("*") != 0 || keys_->count(std::string(attribute.value)) != 0;
-  }
+  if (Filters()) return IsWanted(attribute.value);
   if (verifyFiles_ < 1 || files_.Has(attribute.value)) return true;
   dropped_ = true;
   return false;
+}
+
+bool StreamIndexParser::IsWanted(std::string_view id) const {
+  return keys_->contains("*") || keys_->contains(id);
 }
 
 void StreamIndexParser::EndElement() {
@@ -335,19 +372,11 @@ bool StreamIndexParser::TakeExpectedProperty() {
   return true;
 }
 
-// Behind a ">" a tag begins anew, whatever stood before; and where the word doesn't stand there is
-// no tag of an element or of the root.
 bool StreamIndexParser::SkipProperties() {
-  static const std::boyer_moore_horspool_searcher search(kElement.begin(), kElement.end());
-  constexpr std::string_view kBefore = "></";
   const std::string_view there = stream_.Buffered();
-  const auto at =
-      static_cast<std::size_t>(search(there.begin(), there.end()).first - there.begin());
-  if (!inElement_ || at == there.size() || at < kBefore.size() ||
-      there.substr(at - kBefore.size(), kBefore.size()) != kBefore) {
-    return SkipPropertyTag();
-  }
-  stream_.Skip(at - kBefore.size() + 1);
+  const std::size_t end = inElement_ ? EndOfElement(there, 0) : there.npos;
+  if (end == there.npos) return SkipPropertyTag();
+  stream_.Skip(end - indexformat::kElementEnd.size());
   return false;
 }
 
@@ -360,6 +389,27 @@ bool StreamIndexParser::SkipPropertyTag() {
   const std::size_t close = there.find('>', open);
   if (close == std::string_view::npos || close - open > indexformat::kLongestTag) return false;
   stream_.Skip(close + 1);
+  return true;
+}
+
+// Tombstones, entities and all else that isn't plain go the long way.
+bool StreamIndexParser::SkipElement() {
+  const std::string_view there = stream_.Buffered();
+  const bool fits = Filters() && newForm_ && valid_ && !rootEnded_ && !inElement_;
+  if (!fits || !BeginsWith(there, kIdStart)) return false;
+  const std::size_t close = there.find('>');
+  if (close == there.npos || close > indexformat::kLongestTag) return false;
+  const std::string_view head = there.substr(kIdStart.size(), close - kIdStart.size());
+  const std::string_view id = head.substr(0, head.find('"'));
+  std::string_view uid = head.substr(id.size());
+  if (!BeginsWith(uid, kUidStart) || uid.back() != '"') return false;
+  uid = uid.substr(kUidStart.size(), uid.size() - kUidStart.size() - 1);
+  const bool plain = !indexformat::IsTombstone(id) && id.find('&') == id.npos && !uid.empty() &&
+                     uid.find_first_not_of("0123456789") == uid.npos;
+  const std::size_t end = plain && !IsWanted(id) ? EndOfElement(there, close) : there.npos;
+  if (end == there.npos) return false;
+  CheckUidOrder(uid);
+  stream_.Skip(end);
   return true;
 }
 

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -21,8 +22,12 @@
 
 namespace corvane {
 
+struct KeyHash {
+  using is_transparent = void;
+  std::size_t operator()(std::string_view key) const { return std::hash<std::string_view>()(key); }
+};
 // The IDs of a filter; empty admits all.
-using IndexKeySet = std::unordered_set<std::string>;
+using IndexKeySet = std::unordered_set<std::string, KeyHash, std::equal_to<>>;
 [[nodiscard]] IndexKeySet MakeKeySet(std::string_view keyFilter);
 
 enum class ParseResult : std::int32_t {
@@ -61,6 +66,8 @@ class StreamIndexParser {
   // Goes through the attributes; false when the element is to be skipped.
   bool TakeAttributes(std::string_view tag);
   [[nodiscard]] bool Admits(const Attribute& attribute);
+  [[nodiscard]] bool Filters() const { return !keys_->empty() && !index_->FullRewrite; }
+  [[nodiscard]] bool IsWanted(std::string_view id) const;
   void CheckUidOrder(std::string_view value);
   void TakeUid(std::string_view value);
   void EndElement();
@@ -73,6 +80,8 @@ class StreamIndexParser {
   // tag. False when it isn't in the buffer.
   bool SkipProperties();
   bool SkipPropertyTag();
+  // Passes over a whole element of the plain form that the filter leaves out.
+  bool SkipElement();
   void StoreProperty(PropertyId id, std::string_view text);
   [[nodiscard]] PropertyId Lookup(std::string_view name);
   [[nodiscard]] std::size_t PlaceOfName(std::string_view name);
