@@ -43,8 +43,8 @@ struct FileInfo {
   std::uint64_t size = 0;
   std::int64_t lastWriteTime = 0;  // seconds since 1970
   std::int32_t lastWriteNanoseconds = 0;
-  std::int64_t creationTime =
-      0;  // seconds since 1970; what the file system knows, else the last change
+  std::int64_t creationTime = 0;   // seconds since 1970; the last change if that isn't known
+  bool creationTimeKnown = false;  // by the file system
   bool directory = false;
   bool readOnly = false;  // no write bit at all
 };

@@ -60,7 +60,8 @@ bool RemoveTree(std::string_view path);
                                     std::int32_t nanoseconds = 0);
 // Creation times that somebody sets are kept in an attribute of the file, which a copy doesn't
 // take along, and only GetCreationTime looks there: FileInfo tells what the file system knows.
-// SetCreationTime is false where the file system has no attributes.
+// SetCreationTime is false where the file system has no attributes; without one, a file system that
+// keeps no creation times has nothing to get.
 [[nodiscard]] bool SetCreationTime(std::string_view path, std::int64_t seconds);
 [[nodiscard]] std::optional<std::int64_t> GetCreationTime(std::string_view path);
 

@@ -46,7 +46,7 @@ std::optional<std::int64_t> GetCreationTime(std::string_view path) {
     FileInfo info;
     if (sys::Look(AT_FDCWD, at.c_str(), &info) != 0) return ErrorFromErrno(errno);
     seconds = info.creationTime;
-    return 0;
+    return info.creationTimeKnown ? 0 : ErrorFromErrno(ENOTSUP);
   });
   if (!Succeeded(error)) return std::nullopt;
   return seconds;

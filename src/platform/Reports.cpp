@@ -63,6 +63,8 @@ void WriteRecords(EventType type, std::uint32_t eventId, std::string_view text) 
   }
 }
 
+std::FILE* console = stdout;
+
 // Null until the lines of the stream are gathered; never destroyed then.
 std::atomic<LineWriter*> consoleWriter{nullptr};
 std::atomic<LineWriter*> debugWriter{nullptr};
@@ -113,7 +115,9 @@ void WriteDebugChannel(std::string_view text) {
 
 bool IsTerminal(std::FILE* stream) { return isatty(fileno(stream)) == 1; }
 
-void PrintConsole(std::string_view text) { Print(stdout, consoleWriter, text); }
+void SetConsole(std::FILE* stream) { console = stream; }
+
+void PrintConsole(std::string_view text) { Print(console, consoleWriter, text); }
 
 void PrintConsoleF(const char* format, ...) {
   std::va_list arguments;
@@ -124,7 +128,7 @@ void PrintConsoleF(const char* format, ...) {
 }
 
 void GatherConsole() {
-  Gather(STDOUT_FILENO, consoleWriter);
+  Gather(fileno(console), consoleWriter);
   if (DebugChannelWanted()) Gather(STDERR_FILENO, debugWriter);
 }
 

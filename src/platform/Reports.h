@@ -26,7 +26,9 @@ void WriteDebugChannel(std::string_view text);
 // Whether a stream goes to a terminal.
 [[nodiscard]] bool IsTerminal(std::FILE* stream);
 
-// Text as it stands, at once, to standard output.
+// Text as it stands, at once, to standard output; or to another stream, for a program whose
+// standard output is its answer and which says so before it starts threads.
+void SetConsole(std::FILE* stream);
 void PrintConsole(std::string_view text);
 void PrintConsoleF(const char* format, ...) __attribute__((format(printf, 1, 2)));
 

@@ -40,8 +40,8 @@ FileInfo InfoFrom(const struct statx& state) {
   info.size = state.stx_size;
   info.lastWriteTime = state.stx_mtime.tv_sec;
   info.lastWriteNanoseconds = static_cast<std::int32_t>(state.stx_mtime.tv_nsec);
-  const bool born = (state.stx_mask & STATX_BTIME) != 0;
-  info.creationTime = born ? state.stx_btime.tv_sec : state.stx_ctime.tv_sec;
+  info.creationTimeKnown = (state.stx_mask & STATX_BTIME) != 0;
+  info.creationTime = info.creationTimeKnown ? state.stx_btime.tv_sec : state.stx_ctime.tv_sec;
   info.directory = S_ISDIR(state.stx_mode);
   info.readOnly = (state.stx_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0;
   return info;

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <optional>
 #include <utility>
@@ -37,6 +38,7 @@ struct WholeFile::State {
   bool Put(std::string_view bytes);
   bool PutGathered();
   bool Copy(int source, std::uint64_t offset, std::uint64_t size);
+  bool CopyStream(int source);
   std::int32_t Finish(Durability durability);
   std::int32_t FinishName(Durability durability) const;
 };
@@ -59,6 +61,7 @@ bool WholeFile::State::PutGathered() {
 bool WholeFile::State::Copy(int source, std::uint64_t offset, std::uint64_t size) {
   struct stat state = {};
   if (fstat(source, &state) != 0) return Fail();
+  if (!S_ISREG(state.st_mode)) return CopyStream(source);
   std::uint64_t end = static_cast<std::uint64_t>(state.st_size);
   if (offset < end) end = offset + std::min(size, end - offset);
   // The system copies at most a little less than 2 GB a call.
@@ -75,6 +78,17 @@ bool WholeFile::State::Copy(int source, std::uint64_t offset, std::uint64_t size
     offset += static_cast<std::uint64_t>(copied);
   }
   return true;
+}
+
+// Pipes and devices have no size to go by.
+bool WholeFile::State::CopyStream(int source) {
+  std::array<char, 65536> buffer;
+  for (;;) {
+    const std::int64_t got = sys::Read(source, buffer.data(), buffer.size());
+    if (got < 0) return Fail();
+    if (got == 0) return true;
+    if (!Put({buffer.data(), static_cast<std::size_t>(got)})) return false;
+  }
 }
 
 // Everything that has to be so before the name appears.

@@ -13,6 +13,7 @@
 #include "SERVICES/Library/LIBStoreIndexCore/StoreIndex.h"
 #include "SERVICES/Library/LIBStoreIndexSerialisation/IndexFileNames.h"
 #include "SERVICES/Library/LIBStoreIndexSerialisation/IndexInspection.h"
+#include "cvctl/BracketGuard.h"
 #include "cvctl/Command.h"
 #include "cvctl/CommandTree.h"
 #include "cvctl/Printing.h"
@@ -169,8 +170,10 @@ void Insert(const Arguments& arguments) {
 
 void Remove(const Arguments& arguments) {
   RequireFolder(arguments);
+  std::vector<std::string> items = arguments.items;
+  std::transform(items.begin(), items.end(), items.begin(), Unguarded);
   std::size_t removed = 0;
-  switch (RemoveFromFolderIndex(arguments.folder, arguments.items, &removed)) {
+  switch (RemoveFromFolderIndex(arguments.folder, items, &removed)) {
     case IndexChange::kFailed:
       ThrowUnwritable(arguments);
     case IndexChange::kNotThere:
@@ -179,13 +182,12 @@ void Remove(const Arguments& arguments) {
     case IndexChange::kDone:
       break;
   }
-  if (removed < arguments.items.size()) {
+  if (removed < items.size()) {
     throw Failure(kNotFound,
-                  "removed " + std::to_string(removed) + " of " +
-                      std::to_string(arguments.items.size()) +
+                  "removed " + std::to_string(removed) + " of " + std::to_string(items.size()) +
                       " items; the others are not in the index, as 'cvctl index dump' shows");
   }
-  if (arguments.json) PrintJson({{"items", arguments.items}, {"done", "removed"}});
+  if (arguments.json) PrintJson({{"items", items}, {"done", "removed"}});
 }
 
 void Set(const Arguments& arguments) {

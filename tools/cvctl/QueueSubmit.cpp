@@ -7,6 +7,7 @@
 #include "connector/queue/OutgoingCommandFile.h"
 #include "connector/queue/QueuePaths.h"
 #include "cvctl/Advice.h"
+#include "cvctl/BracketGuard.h"
 #include "cvctl/Command.h"
 #include "cvctl/Names.h"
 #include "cvctl/QueueCommands.h"
@@ -24,11 +25,6 @@ constexpr std::size_t kPieceBytes = 65536;
 [[noreturn]] void FailToWrite(const std::string& path) {
   const std::int32_t error = platform::LastError();
   throw Failure(kTrouble, platform::SystemPath(path) + ": " + WithAdvice(error));
-}
-
-std::string Unguarded(std::string word) {
-  if (word.ends_with(kBracketGuard)) word.pop_back();
-  return word;
 }
 
 // The "postoffice/name" of an item that this queue can serve; other connectors' items have none.
@@ -108,14 +104,6 @@ ConnectorMessage NewMessage(const QueueOptions& options) {
   return message;
 }
 
-// "--option=" gives an empty value, as "--option ''" does; the library would miss one.
-void AddWord(std::string word, std::vector<std::string>& words) {
-  const bool empty = word.starts_with("--") && word.find('=') == word.size() - 1;
-  if (empty) word.pop_back();
-  words.push_back(std::move(word));
-  if (empty) words.emplace_back();
-}
-
 }  // namespace
 
 void SubmitMessage(const QueueOptions& options) {
@@ -131,25 +119,6 @@ void SubmitMessage(const QueueOptions& options) {
   }
   if (options.json) return PrintJson({{"messageId", message.MessageID}});
   std::printf("%s\n", message.MessageID);
-}
-
-std::vector<std::string> GuardedWords(int argc, const char* const* argv) {
-  std::vector<std::string> words;
-  bool behindMark = false;
-  for (int i = 1; i < argc; ++i) {
-    if (behindMark) {
-      words.emplace_back(argv[i]);
-    } else {
-      AddWord(argv[i], words);
-    }
-    behindMark = behindMark || std::string_view(argv[i]) == "--";
-  }
-  if (words.size() < 2 || words[0] != "queue" || words[1] != "submit") return words;
-  for (std::string& word : words) {
-    const bool item = word.starts_with('[') || word.find("=[") != std::string::npos;
-    if (item && word.ends_with(']')) word += kBracketGuard;
-  }
-  return words;
 }
 
 }  // namespace corvane::cvctl

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
+#include <filesystem>
+#include <fstream>
 #include <memory>
 #include <optional>
 
@@ -14,6 +16,7 @@
 #include "cvctl/Printing.h"
 #include "cvctl/SettingsList.h"
 #include "platform/Error.h"
+#include "platform/Path.h"
 #include "platform/SettingsStore.h"
 #include "platform/WholeFile.h"
 
@@ -249,6 +252,20 @@ void PrintEntries(const std::vector<platform::SettingEntry>& entries) {
   PrintJson({{"values", values}});
 }
 
+// A link's target is written, not the link replaced; and a device or a pipe is written to.
+bool WriteExport(const std::string& file, const std::string& text) {
+  namespace fs = std::filesystem;
+  std::error_code none;
+  const fs::path path = fs::canonical(platform::SystemPath(file), none);
+  if (path.empty()) return platform::WriteWholeFile(file, text);
+  if (fs::is_regular_file(path, none) || fs::is_directory(path, none)) {
+    return platform::WriteWholeFile(path.string(), text);
+  }
+  std::ofstream stream(path, std::ios::binary);
+  return static_cast<bool>(stream.write(text.data(), static_cast<std::streamsize>(text.size())) &&
+                           stream.flush());
+}
+
 void Export(const Arguments& arguments) {
   SettingsStore store(SettingsStore::DefaultPath());
   RequireThere(store);
@@ -262,7 +279,7 @@ void Export(const Arguments& arguments) {
   std::string text = settings::FormatRegistryFile(entries);
   if (arguments.file.empty()) {
     std::fwrite(text.data(), 1, text.size(), stdout);
-  } else if (!platform::WriteWholeFile(arguments.file, text)) {
+  } else if (!WriteExport(arguments.file, text)) {
     throw Failure(kTrouble, FileTrouble(arguments.file));
   }
   if (!arguments.file.empty()) ConfirmJson(arguments.json, "file", arguments.file, "written");

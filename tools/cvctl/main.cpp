@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "cvctl/BracketGuard.h"
 #include "cvctl/Command.h"
 #include "cvctl/ConfigurationCommands.h"
 #include "cvctl/IndexCommands.h"
@@ -16,6 +17,7 @@
 #include "cvctl/SettingsCommands.h"
 #include "cvctl/UnknownCommand.h"
 #include "cvctl/WatchCommand.h"
+#include "platform/Reports.h"
 
 namespace corvane::cvctl {
 
@@ -87,6 +89,8 @@ int Run(int argc, char** argv) {
 }  // namespace corvane::cvctl
 
 int main(int argc, char** argv) {
+  // What the connector's own parts say on the way is no part of an answer.
+  corvane::platform::SetConsole(stderr);
   try {
     return corvane::cvctl::Run(argc, argv);
   } catch (const std::exception& error) {

@@ -17,6 +17,20 @@ namespace {
 constexpr std::size_t kFlushAllFrom = 8;
 constexpr std::size_t kMostPending = 512;
 
+bool IsGone(std::int32_t error) {
+  return error == platform::kErrorFileNotFound || error == platform::kErrorPathNotFound;
+}
+
+// A client may have removed a folder that was delivered to: that is a change of its parent.
+std::string ThereOrParent(std::string_view directory) {
+  while (!platform::DirectoryExists(directory)) {
+    const std::string_view parent = platform::ParentPath(directory);
+    if (parent.empty() || parent == directory) break;
+    directory = parent;
+  }
+  return std::string(directory);
+}
+
 bool FlushData(const std::string& path) {
   auto file = platform::File::Open(path, platform::Access::kRead, platform::kShareAll,
                                    platform::Disposition::kOpenExisting);
@@ -24,9 +38,13 @@ bool FlushData(const std::string& path) {
   // A client has moved or removed the message already, or holds it: its bytes are still on this
   // file system.
   const std::int32_t error = platform::LastError();
-  const bool elsewhere =
-      error == platform::kErrorFileNotFound || error == platform::kErrorSharingViolation;
-  return elsewhere && platform::FlushFileSystems({std::string(platform::ParentPath(path))});
+  const bool elsewhere = IsGone(error) || error == platform::kErrorSharingViolation;
+  return elsewhere && platform::FlushFileSystems({ThereOrParent(platform::ParentPath(path))});
+}
+
+bool FlushDirectoryOrParent(std::string_view directory) {
+  if (platform::FlushDirectory(directory)) return true;
+  return IsGone(platform::LastError()) && platform::FlushDirectory(ThereOrParent(directory));
 }
 
 bool FlushEach(const std::vector<PendingFlush>& files) {
@@ -35,19 +53,20 @@ bool FlushEach(const std::vector<PendingFlush>& files) {
     if (file.data && !FlushData(file.path)) return false;
     directories.insert(platform::ParentPath(file.path));
   }
-  for (std::string_view directory : directories) {
-    if (!platform::FlushDirectory(directory)) return false;
-  }
-  return true;
+  return std::all_of(directories.begin(), directories.end(), FlushDirectoryOrParent);
 }
 
 bool FlushAll(const std::vector<PendingFlush>& files) {
   std::vector<std::string> directories;
   for (const PendingFlush& file : files) directories.emplace_back(platform::ParentPath(file.path));
+  if (platform::FlushFileSystems(directories)) return true;
+  if (!IsGone(platform::LastError())) return false;
+  for (std::string& directory : directories) directory = ThereOrParent(directory);
   return platform::FlushFileSystems(directories);
 }
 
-// Keeps the list of a very long walk short.
+// Keeps the list of a very long walk short. Before a copy, so that what its folder is marked with
+// is flushed with it.
 bool FlushSome(ConnectorMessage& message) {
   return message.Delivered.size() < kMostPending || FlushDelivered(message);
 }
@@ -56,21 +75,25 @@ bool FlushSome(ConnectorMessage& message) {
 
 bool TransferToFolder(ConnectorMessage& message, const std::string& source,
                       const std::string& target) {
-  if (message.LastRecipient && platform::LinkFile(source, target, false)) {
+  if (!FlushSome(message)) return false;
+  // A stage of the last recipient can still decide that the message stays.
+  const bool links = message.LastRecipient && !message.KeepInQueue;
+  if (links && platform::LinkFile(source, target, false)) {
     message.Delivered.push_back({target, !message.MessageFileFlushed});
-    return FlushSome(message);
+    return true;
   }
-  if (message.LastRecipient && platform::LastError() != platform::kErrorNotSameDevice) return false;
+  if (links && platform::LastError() != platform::kErrorNotSameDevice) return false;
   if (!platform::CopyFile(source, target, true, false)) return false;
   message.Delivered.push_back({target, true});
-  return FlushSome(message);
+  return true;
 }
 
 bool TransferWithHeader(ConnectorMessage& message, const std::string& source,
                         const std::string& target, std::string_view name, std::string_view value) {
-  if (!message.LastRecipient || CopyWithHeader(source, target, name, value) != 1) return false;
+  if (!message.LastRecipient || !FlushSome(message)) return false;
+  if (CopyWithHeader(source, target, name, value) != 1) return false;
   message.Delivered.push_back({target, false});
-  return FlushSome(message);
+  return true;
 }
 
 void ForgetDelivered(ConnectorMessage& message, const std::string& target) {

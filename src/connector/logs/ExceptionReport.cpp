@@ -29,9 +29,9 @@ ExceptionDetails DescribeCurrentException() {
   try {
     throw;
   } catch (const ComError& error) {
-    return {Kind::kComError, {}, CodeLines(error)};
+    return {Kind::kComError, {}, CodeLines(error), error.Code};
   } catch (const std::exception& exception) {
-    return {Kind::kText, exception.what(), {}};
+    return {Kind::kText, exception.what(), {}, 0};
   } catch (...) {
     return {};
   }

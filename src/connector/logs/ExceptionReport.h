@@ -44,7 +44,8 @@ struct ExceptionDetails {
   Kind kind = Kind::kUnknown;
   std::string text;  // kText
   std::string
-      comCodeLines;  // kComError: the four lines "Code = 0x..." to "Error Description = ..."
+      comCodeLines;        // kComError: the four lines "Code = 0x..." to "Error Description = ..."
+  std::uint32_t code = 0;  // kComError
 };
 
 // Of the exception being handled; to be called inside a handler only.

@@ -129,6 +129,10 @@ bool ForceOutgoingReset(const char* directory, const char* fileName) {
                                    platform::Disposition::kOpenExisting);
   if (!held) return false;
   const auto reset = ReadReset(held, "", 0);
+  if (reset && !reset->hasStatus) {
+    platform::SetLastError(platform::kErrorFileCorrupt);  // no worker will ever take it
+    return false;
+  }
   return reset && ReplaceCommandFile(held, path, reset->text);
 }
 

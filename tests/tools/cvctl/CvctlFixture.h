@@ -43,8 +43,8 @@ class Cvctl : public ::testing::Test {
     words.insert(words.begin(), ProgramFile("cvctl"));
     return RunProgram(words, {{"CORVANE_SETTINGS", Home() + "/settings.db"}}, input);
   }
-  void Do(const Words& words) const {
-    const auto result = Run(words);
+  void Do(const Words& words, const std::string& input = {}) const {
+    const auto result = Run(words, input);
     ASSERT_EQ(result.exitCode, 0) << result.errors;
     EXPECT_EQ(result.errors, "");
   }

@@ -203,6 +203,15 @@ TEST_F(IndexCommands, ARebuildInsertionsChangesAndRemovalsLeaveASoundIndex) {
   }
 }
 
+TEST_F(IndexCommands, JsonIsAllThatComesOut) {
+  UseStreams(false);
+  Deliver("a.MAI");
+  Write("_index.xml", "torn");
+  const auto rebuilt = Run({"index", "rebuild", folder_, "--json"});
+  EXPECT_EQ(json::parse(rebuilt.output, nullptr, false), (json{{"items", 1}, {"lastUid", 1}}));
+  EXPECT_NE(rebuilt.errors.find("Error Description = "), std::string::npos);
+}
+
 TEST_F(IndexCommands, FailuresAreToldInOneLineAndChangeNothing) {
   Deliver("a.MAI");
   Deliver("_x.MAI");
@@ -233,6 +242,9 @@ TEST_F(IndexCommands, FailuresAreToldInOneLineAndChangeNothing) {
   Do({"index", "insert", folder_, "d.MAI"});
   EXPECT_EQ(Json({"index", "remove", folder_, "d.MAI"}),
             (json{{"items", {"d.MAI"}}, {"done", "removed"}}));
+  Deliver("[a]");
+  Do({"index", "insert", folder_, "[a]"});
+  Do({"index", "remove", folder_, "[a]"});
   const auto partly = Run({"index", "remove", folder_, "b.MAI", "c.MAI"});
   EXPECT_EQ(partly.exitCode, 1);
   EXPECT_NE(partly.errors.find("removed 1 of 2 items"), std::string::npos) << partly.errors;

@@ -60,6 +60,12 @@ TEST_F(QueueCommands, AMessageGoesInIsShownResetAndRemoved) {
   EXPECT_TRUE(Json({"queue", "list"}).empty());
 }
 
+TEST_F(QueueCommands, AMessageCanComeOutOfAPipe) {
+  Do({"queue", "submit", "/dev/stdin", "--from", "a@b.example", "--to", "acme/anna"},
+     "Subject: x\r\n\r\ntext\r\n");
+  EXPECT_EQ(Json({"queue", "list"})[0]["messageBytes"], 20);
+}
+
 TEST_F(QueueCommands, TheInboundQueueIsShownWithoutWhatSteersATerminal) {
   FillInbound();
   EXPECT_EQ(Json({"queue", "list", "--inbound"}).size(), 2U);
@@ -117,6 +123,9 @@ TEST_F(QueueCommands, FailuresAreToldInOneLineAndStopNothing) {
       {{"queue", "submit", "none.eml", "--from", "a", "--to", "acme/anna"}, 2, "check the name"},
   };
   for (const test::Refusal& row : cases) ExpectRefused(row);
+  test::WriteBytes(Outgoing(kSecond), "Recipients=[SF:acme/anna]\r\n");
+  ExpectRefused({{"queue", "reset", kSecond}, 3, kSecond});
+  EXPECT_EQ(test::ReadBytes(Outgoing(kSecond)), "Recipients=[SF:acme/anna]\r\n");
   const auto mixed = Run({"queue", "remove", "--inbound", kNone, kSecond});
   EXPECT_EQ(mixed.exitCode, 1);
   EXPECT_EQ(mixed.output, std::string(kSecond) + " removed\n");

@@ -159,6 +159,11 @@ TEST_F(SettingsCommandsTest, AWideExportOfAnInstallationIsImportedAndExportedAga
   EXPECT_EQ(Run({"get", ".", "Mail Root"}).exitCode, 1);
   ASSERT_EQ(Run({"import", directory_ / "all.reg"}).exitCode, 0);
   EXPECT_EQ(Run({"export"}).output, all);
+  std::filesystem::create_symlink("all.reg", directory_ / "link.reg");
+  ASSERT_EQ(Run({"export", ".", directory_ / "link.reg"}).exitCode, 0);
+  EXPECT_EQ(test::ReadBytes(directory_ / "all.reg"), test::ReadBytes(directory_ / "out.reg"));
+  EXPECT_TRUE(std::filesystem::is_symlink(std::string(directory_ / "link.reg")));
+  EXPECT_EQ(Run({"export", "", "/dev/stdout"}).output.find(all), 0U);
 }
 
 TEST_F(SettingsCommandsTest, TheListShowsWhatIsSetWhatIsUsualAndWhatIsUnknown) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "connector/logs/ExceptionReport.h"
 #include "connector/logs/Logs.h"
 #include "connector/settings/Settings.h"
 #include "platform/Clock.h"
@@ -103,8 +104,10 @@ std::int32_t WaitForAccessToIndexFile(const std::string& fileName) {
   return WaitForAccessToIndexFileEx(fileName, 0, nullptr);
 }
 
-std::int32_t UnBlockIndexFileAccessEx(const std::string& fileName, std::int32_t closeHandle,
-                                      platform::File* handle) {
+namespace {
+
+std::int32_t UnBlock(const std::string& fileName, std::int32_t closeHandle,
+                     platform::File* handle) {
   // The name goes while the file is still held, so that nobody takes the lock in between and loses
   // it again; a name that is another's by now stays.
   const bool held = closeHandle == 1 && handle != nullptr && handle->IsOpen();
@@ -117,6 +120,14 @@ std::int32_t UnBlockIndexFileAccessEx(const std::string& fileName, std::int32_t 
     if (IsGone(platform::LastError()) || repeats == kMostDeleteRepeats) return 0;
     platform::SleepFor(kWaitMilliseconds);
   }
+}
+
+}  // namespace
+
+std::int32_t UnBlockIndexFileAccessEx(const std::string& fileName, std::int32_t closeHandle,
+                                      platform::File* handle) {
+  return ReportAndRethrow("UnBlockIndexFileAccessEx", CV_HERE,
+                          [&] { return UnBlock(fileName, closeHandle, handle); });
 }
 
 std::int32_t UnBlockIndexFileAccess(const std::string& fileName) {

@@ -109,19 +109,20 @@ bool NeedsKeys(const std::string& folder, const std::string& item, std::uint32_t
 bool Insert(FolderChange* change, const std::string& folder, const platform::FoundFile& file) {
   bool there = false;
   if (!change->IsLocked() || !LoadForInsertion(change, folder, file, &there)) return false;
-  if (there) return true;
   SORTEDSTOREINDEXTYPE& index = change->Index();
   if (index.LoadState == kHeaderOnly && NeedsKeys(folder, file.name, index.GetLastUID()) &&
       !change->Load(kKeys, {}, true)) {
     return false;
   }
-  // Where all items are in memory, a second insertion of one is no change.
-  const bool knowsItems = index.LoadState >= kKeys;
-  std::uint32_t uidCounter = index.GetLastUID();
-  const std::uint32_t brand =
-      settings::Get(settings::kUidBrandingEnabled) == 0 ? 0 : FolderBrand(folder);
-  if (IndexNewFile(&index, folder, file, !knowsItems, brand, &uidCounter) != 1) return false;
-  // A load that scanned the folder has taken it in and written it.
+  if (!there) {
+    // Where all items are in memory, a second insertion of one is no change.
+    const bool knowsItems = index.LoadState >= kKeys;
+    std::uint32_t uidCounter = index.GetLastUID();
+    const std::uint32_t brand =
+        settings::Get(settings::kUidBrandingEnabled) == 0 ? 0 : FolderBrand(folder);
+    if (IndexNewFile(&index, folder, file, !knowsItems, brand, &uidCounter) != 1) return false;
+  }
+  // A load that scanned the folder has taken it in, and mostly written it.
   return !index.NeedsSave() || change->Save();
 }
 

@@ -93,12 +93,17 @@ class HeaderScan {
 
   void Look(const Piece& piece) {
     if (!piece.startsLine) {
-      if (row_ != nullptr) value_ += piece.text;
-    } else if (IsBlankOrTab(piece.text.front())) {
-      if (row_ != nullptr && row_->fold != Fold::kNone) Continue(piece.text);
-    } else {
+      if (row_ != nullptr && !inPassedLine_) value_ += piece.text;
+      return;
+    }
+    inPassedLine_ = false;
+    if (!IsBlankOrTab(piece.text.front())) {
       Finish();
       Begin(piece.text);
+    } else if (row_ != nullptr && row_->fold != Fold::kNone) {
+      Continue(piece.text);
+    } else {
+      inPassedLine_ = true;
     }
   }
 
@@ -183,8 +188,9 @@ class HeaderScan {
   const bool ignoreRead_;
   bool hasAttachLine_ = false;
   bool foundAttachment_ = false;
-  const Row* row_ = nullptr;  // the header in hand
-  std::string value_;         // and what was read of it
+  bool inPassedLine_ = false;  // one that continues a header which has no continuation
+  const Row* row_ = nullptr;   // the header in hand
+  std::string value_;          // and what was read of it
 };
 
 const HeaderScan::Row HeaderScan::kRows[] = {

@@ -55,22 +55,22 @@ void AskForCommit(const Insertion& insertion) {
   SignalFolder(insertion, kCommit, kCommitLength);
 }
 
-bool Insert(const Insertion& insertion) {
+std::int32_t Insert(const Insertion& insertion) {
   const long thread = platform::CurrentThreadId();
   const bool log = DebugLevelAbove(7);
   if (log) {
     LogDebugF("[%ld] Starting Direct Inserting [%s] into index (%s).\n", thread,
               insertion.item.c_str(), insertion.index.c_str());
   }
-  const bool inserted =
+  const std::int32_t result =
       Lib_Direct_StoreIndex_InsertItem(insertion.postoffice.c_str(), insertion.mailbox.c_str(),
-                                       insertion.folder.c_str(), insertion.item.c_str()) == 1;
+                                       insertion.folder.c_str(), insertion.item.c_str());
   if (log) {
-    LogDebugF(inserted ? "[%ld] Completed Direct Inserting [%s] into index (%s).\n"
-                       : "[%ld] Failed Direct Inserting [%s] into index (%s).\n",
+    LogDebugF(result == 1 ? "[%ld] Completed Direct Inserting [%s] into index (%s).\n"
+                          : "[%ld] Failed Direct Inserting [%s] into index (%s).\n",
               thread, insertion.item.c_str(), insertion.index.c_str());
   }
-  return inserted;
+  return result;
 }
 
 void TellClients(const Insertion& insertion) {
@@ -103,13 +103,14 @@ std::int32_t DirectInsertMessage(const std::string& postoffice, const std::strin
   }
   if (!platform::EqualsNoCase(action, kActionAdd)) return 1;
   if (notifyCommit) AskForCommit(insertion);
-  if (!Insert(insertion)) {
+  const std::int32_t result = Insert(insertion);
+  if (result == 1) {
+    if (dispatchAdd) TellClients(insertion);
+  } else {
     // The library marks the folder itself where it got as far as that.
     WriteFolderFlag(directory, FolderFlag::kChanged);
-    return 0;
   }
-  if (dispatchAdd) TellClients(insertion);
-  return 1;
+  return result;
 }
 
 }  // namespace corvane

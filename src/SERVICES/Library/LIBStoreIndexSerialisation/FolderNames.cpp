@@ -12,8 +12,11 @@ void FolderNames::List() {
 }
 
 bool FolderNames::Has(std::string_view name) {
-  // A name that isn't one leads out of the folder, or nowhere.
-  if (!platform::IsSafeName(name)) return false;
+  // What isn't a name leads out of the folder, or nowhere.
+  if (name.empty() || name == "." || name == ".." ||
+      name.find_first_of(std::string_view("/\\\0", 3)) != name.npos) {
+    return false;
+  }
   if (!few_ && !listed_) List();
   if (listed_ && names_.find(std::string(name)) != names_.end()) return true;
   return platform::FileExists(platform::JoinPath(folder_, name));

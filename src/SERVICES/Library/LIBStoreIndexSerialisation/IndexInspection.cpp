@@ -40,10 +40,10 @@ class IndexCheck {
 
   std::vector<std::string> Run() {
     report_ = InspectIndex(&index_, folder_, messageClass_);
-    if (report_.form == "absent") {
-      faults_.push_back("there is no index file");
-    } else if (!report_.error.empty()) {
+    if (!report_.error.empty()) {
       faults_.push_back("the file can't be read: " + report_.error);
+    } else if (report_.form == "absent") {
+      faults_.push_back("there is no index file");
     } else {
       CheckIdentifiers();
       if (report_.form == "stream") CheckPlaces();

@@ -1,6 +1,7 @@
 #include "SERVICES/Library/LIBStoreIndexSerialisation/MSXMLStoreIndexSerialiser.h"
 
 #include <memory>
+#include <new>
 
 #include "SERVICES/Library/LIBStoreIndexSerialisation/FolderNames.h"
 #include "SERVICES/Library/LIBStoreIndexSerialisation/IndexDocument.h"
@@ -121,31 +122,39 @@ class DocumentReader {
   bool mends_ = false;
 };
 
+// The library says no when memory runs out.
+void Require(bool done) {
+  if (!done) throw std::bad_alloc();
+}
+
 void AppendItem(pugi::xml_node root, const IndexItemPropertyContainer& item) {
   pugi::xml_node element = root.append_child("ELEMENT");
   PropertyTexts texts;
   item.Export(&texts, nullptr);
+  Require(texts.contains("ID") || !item.Has(kPropertyID));
   for (const char* name : {"ID", "UID"}) {
     const auto found = texts.find(name);
     if (found == texts.end()) continue;
-    element.append_attribute(name).set_value(found->second.c_str());
+    Require(element.append_attribute(name).set_value(found->second.c_str()));
     texts.erase(found);
   }
   for (const auto& [name, text] : texts) {
     if (IsKeyOrPlace(name) || !IsPropertyName(name)) continue;
-    element.append_child(name.c_str()).text().set(indexformat::PlainText(text).c_str());
+    Require(element.append_child(name.c_str()).text().set(indexformat::PlainText(text).c_str()));
   }
 }
 
-// An item that fails is told of and left as far as it came.
-void TryAppendItem(pugi::xml_node root, const IndexItemPropertyContainer& item) {
-  static_cast<void>(EndException(
+void TellException(const char* routine, const ExceptionDetails& details) {
+  platform::PrintConsole(std::string("MSXMLStoreIndexSerialiser::") + routine +
+                         "::An exception occurred. Exception Nr. " + std::to_string(details.code) +
+                         "\n");
+}
+
+// False for an item that failed: a file without it must not take the good one's place.
+bool TryAppendItem(pugi::xml_node root, const IndexItemPropertyContainer& item) {
+  return EndException(
       [&] { AppendItem(root, item); },
-      [](const ExceptionDetails&) {
-        platform::PrintConsole(
-            "MSXMLStoreIndexSerialiser::SerialiseItemProps::An exception occurred. Exception Nr. "
-            "0\n");
-      }));
+      [](const ExceptionDetails& details) { TellException("SerialiseItemProps", details); });
 }
 
 }  // namespace
@@ -185,23 +194,21 @@ std::int32_t MSXMLStoreIndexSerialiser::SerialiseHook(SORTEDSTOREINDEXTYPE* inde
         pugi::xml_document document;
         pugi::xml_node root = document.append_child("BASEELEMENT");
         const std::uint32_t lastUid = index->GetLastUID();
-        root.append_attribute("LASTUID").set_value(
+        Require(root.append_attribute("LASTUID").set_value(
             OldFormat ? std::to_string(lastUid).c_str()
-                      : ("x" + indexformat::LastUidDigits(lastUid)).c_str());
+                      : ("x" + indexformat::LastUidDigits(lastUid)).c_str()));
+        bool whole = true;
         if (OldFormat) {
           for (const IndexItemPropertyContainer* item : index->ByID.InOrder()) {
-            TryAppendItem(root, *item);
+            whole = TryAppendItem(root, *item) && whole;
           }
         } else {
-          for (const auto& [uid, item] : index->ByUID) TryAppendItem(root, *item);
+          for (const auto& [uid, item] : index->ByUID) whole = TryAppendItem(root, *item) && whole;
         }
         index->FileInSync = false;
-        written = SaveDocument(IndexFilePath(folder, messageClass), document) ? 1 : 0;
+        written = whole && SaveDocument(IndexFilePath(folder, messageClass), document) ? 1 : 0;
       },
-      [](const ExceptionDetails&) {
-        platform::PrintConsole(
-            "MSXMLStoreIndexSerialiser::SerialiseHook::An exception occurred. Exception Nr. 0\n");
-      }));
+      [](const ExceptionDetails& details) { TellException("SerialiseHook", details); }));
   return written;
 }
 

@@ -444,12 +444,13 @@ void StreamIndexParser::MarkWhatIsToBeMended() {
 }
 
 ParseResult StreamIndexParser::Finish() {
-  if (stream_.Failed()) {
-    Fail(platform::ErrorText(platform::LastError()));
-    return ParseResult::kUnreadable;
-  }
+  const std::int32_t error = platform::LastError();  // of a read that failed
   // Items of an old form, and those before the root, have no position yet.
   if (!append_ && index_->Sequence.size() != index_->ByUID.size()) index_->SequenceFromUIDs();
+  if (stream_.Failed()) {
+    Fail(platform::ErrorText(error));
+    return ParseResult::kUnreadable;
+  }
   if (NeedsAll() && !append_) {
     index_->UnInit();
     return ParseResult::kStartAgain;

@@ -5,6 +5,7 @@
 #include "connector/logs/ExceptionReport.h"
 #include "connector/logs/Logs.h"
 #include "connector/settings/Settings.h"
+#include "platform/Error.h"
 #include "platform/FileSystem.h"
 
 namespace corvane {
@@ -16,11 +17,12 @@ bool CanScan(const IndexRead& read, const FolderScans& scans) {
 }
 
 std::int32_t ReadOnly(StoreIndexSerialiser* inner, SORTEDSTOREINDEXTYPE* index,
-                      const IndexRead& read, const FolderScans& scans) {
+                      const IndexRead& read, const FolderScans& scans, bool restored) {
   LogDebugF("This build can't scan the contacts in %s; the index is taken as it stands.\n",
             read.path.c_str());
   IndexRead plain = read;
   plain.useChangeFlag = plain.forceRescan = false;
+  plain.quiet = read.quiet || restored;  // a backup is put in place once
   if (inner != nullptr) return StoreIndexSerialiser::Deserialise(inner, index, plain, scans);
   if (!read.append) index->ResetToEmpty();
   return kAllProperties;
@@ -30,6 +32,14 @@ std::int32_t ReadOnly(StoreIndexSerialiser* inner, SORTEDSTOREINDEXTYPE* index,
 bool HasBackup(StoreIndexSerialiser* inner, const IndexRead& read) {
   return !read.quiet && settings::Get(settings::kBackupIndex) == 1 && inner->SupportsBackup() &&
          inner->IndexXMLBackupExists(read.path);
+}
+
+// False, with a word, when the backup can't be put in place.
+bool Restores(StoreIndexSerialiser* inner, const IndexRead& read) {
+  if (inner->RestoreSerialisationBackup(read.path)) return true;
+  LogDebugF("The backup of the index in %s can't be put in place (error %d).\n", read.path.c_str(),
+            platform::LastError());
+  return false;
 }
 
 // What breaks the format goes away. A backup that does was no good; .bad keeps what stood before.
@@ -43,7 +53,7 @@ void PutAside(StoreIndexSerialiser* inner, const IndexRead& read, bool restored)
 }
 
 // What the index file has, or an empty index that counts as complete. The state is the index's.
-// False when the file, which may be good, couldn't be read or its backup couldn't be put in place.
+// False when the file, which may be good, couldn't be read.
 bool ReadWhatIsThere(StoreIndexSerialiser* inner, SORTEDSTOREINDEXTYPE* index,
                      const IndexRead& read, const FolderScans& scans, bool restored) {
   IndexRead whole = read;
@@ -58,11 +68,10 @@ bool ReadWhatIsThere(StoreIndexSerialiser* inner, SORTEDSTOREINDEXTYPE* index,
     if (StoreIndexSerialiser::Deserialise(inner, index, whole, scans) != kNotLoaded) return true;
     if (!index->FileIsMalformed) return false;
     if (!ownsBackup) break;
-    if (restored || !HasBackup(inner, read)) {
+    if (restored || !HasBackup(inner, read) || !Restores(inner, read)) {
       PutAside(inner, read, restored);
       break;
     }
-    if (!inner->RestoreSerialisationBackup(read.path)) return false;
     restored = true;
   }
   if (!read.append) index->ResetToEmpty();
@@ -118,7 +127,7 @@ std::int32_t RescanFolder(StoreIndexSerialiser* inner, SORTEDSTOREINDEXTYPE* ind
       [&] {
         index->KeyFilter.clear();
         if (!CanScan(read, scans)) {
-          state = ReadOnly(inner, index, read, scans);
+          state = ReadOnly(inner, index, read, scans, restored);
           return;
         }
         if (!ReadWhatIsThere(inner, index, read, scans, restored)) return;

@@ -50,6 +50,15 @@ TEST_F(Scan, FilesThatGoAndComeChangeNoOtherUid) {
   EXPECT_EQ(Items("FLAGSTATUS"), "a.MAI:1= b.MAI:2=\\SEEN $Work aa.MAI:4=\\RECENT ");
 }
 
+TEST_F(Scan, ANameOfAnyBytesKeepsItsUid) {
+  const std::string name = "a\x01\x7F,&b.MAI";
+  Deliver(name, "x");
+  ASSERT_EQ(Run(), 1);
+  ASSERT_EQ(SetInFolderIndex(folder_, name, "FLAGSTATUS", "\\SEEN"), IndexChange::kDone);
+  ASSERT_EQ(Run(), 1);
+  EXPECT_EQ(Items("FLAGSTATUS"), name + ":1=\\SEEN ");
+}
+
 TEST_F(Scan, AChangedFileIsReadAgainAndKeepsItsFlags) {
   Deliver("a.MAI", "before");
   ASSERT_EQ(Run(), 1);
@@ -126,6 +135,8 @@ TEST_F(Scan, WhatCouldNotBeWrittenStaysMarked) {
   auto held = platform::File::Open(PathOf("_index.xml"), platform::Access::kRead,
                                    platform::kShareAll, platform::Disposition::kOpenExisting);
   EXPECT_EQ(Items(), "a.MAI:1=x b.MAI:2=y ");
+  ASSERT_TRUE(platform::SetLastWriteTime(PathOf("_DIRSIZE.TMP"), 4'000'000'000));
+  EXPECT_EQ(InsertIntoFolderIndex(folder_, "b.MAI"), 0);
   EXPECT_TRUE(IsThere("_CHANGE.DTY"));
   EXPECT_EQ(IndexText().find("b.MAI"), std::string::npos);
   held.Close();
@@ -146,6 +157,19 @@ TEST_F(Scan, AnIndexThatIsTornIsPutAsideAndBuiltAnew) {
     EXPECT_FALSE(IsThere("_CHANGE.DTY"));
   }
   EXPECT_NE(test::ReadBytes(PathOf("_index.xml.bak")), "torn too");
+}
+
+TEST_F(Scan, ABackupThatCantBePutInPlaceHoldsNothingUp) {
+  Set("Backup Index", 1U);
+  Deliver("a.MAI", "x");
+  test::WriteBytes(PathOf("_index.xml.bak"), "somebody's");
+  test::WriteBytes(PathOf("_index.xml"), "torn");
+  test::WriteBytes(PathOf("_CHANGE.DTY"), "x");
+  const auto held =
+      platform::File::Open(PathOf("_index.xml.bak"), platform::Access::kRead, platform::kShareNone,
+                           platform::Disposition::kOpenExisting);
+  EXPECT_EQ(Items(), "a.MAI:1=x ");
+  EXPECT_EQ(test::ReadBytes(PathOf("_index.xml.bad")), "torn");
 }
 
 // Whoever holds the file keeps it from being read, though not from being deleted; its flags are

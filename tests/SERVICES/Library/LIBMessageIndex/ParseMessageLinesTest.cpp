@@ -150,6 +150,9 @@ TEST_F(ParseMessageLinesTest, ALongLineIsOneLine) {
   ASSERT_EQ(Parse(headers), 1);
   EXPECT_EQ(headers.To, list + "Subject: forgedand more");
   EXPECT_EQ(headers.Subject.View(), "true");
+  Write("Message-ID: <a@b>\r\n " + std::string(3000, 'x') + "\r\n\r\n");
+  ASSERT_EQ(Parse(headers), 1);
+  EXPECT_EQ(headers.MessageId.View(), "<a@b>") << "it has no continuation";
 }
 
 TEST_F(ParseMessageLinesTest, LooksAtThreeHundredAndOneLines) {

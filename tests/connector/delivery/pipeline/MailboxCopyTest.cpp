@@ -194,6 +194,38 @@ INSTANTIATE_TEST_SUITE_P(Table, MailboxCopyTest,
                                   (std::get<1>(info.param) ? "Linked" : "Copied");
                          });
 
+using FolderTransferTest = MailboxCopyFixture;
+
+TEST_F(FolderTransferTest, AFolderThatHasGoneHoldsNothingUp) {
+  for (const int copies : {1, 20}) {
+    std::filesystem::create_directories(InMailRoot("anna/Sub"));
+    for (int i = 0; i < copies; ++i) {
+      ASSERT_TRUE(
+          TransferToFolder(Message(), Queued(), InMailRoot("anna/Sub/") + std::to_string(i)));
+    }
+    std::filesystem::remove_all(InMailRoot("anna"));
+    EXPECT_TRUE(FlushDelivered(Message())) << copies;
+    EXPECT_TRUE(Message().Delivered.empty());
+  }
+}
+
+TEST_F(FolderTransferTest, AMessageThatStaysSharesItsFileWithNoMailbox) {
+  Message().LastRecipient = Message().KeepInQueue = true;
+  ASSERT_TRUE(TransferToFolder(Message(), Queued(), InMailRoot("anna/Inbox/a")));
+  EXPECT_EQ(std::filesystem::hard_link_count(Queued()), 1U);
+}
+
+// What a folder is marked with comes behind its copy and is flushed with it.
+TEST_F(FolderTransferTest, TheLastCopyIsAlwaysLeftToTheEnd) {
+  constexpr int kCopies = 1'100;
+  for (int i = 0; i < kCopies; ++i) {
+    ASSERT_TRUE(
+        TransferToFolder(Message(), Queued(), InMailRoot("anna/Inbox/") + std::to_string(i)));
+    ASSERT_EQ(Message().Delivered.back().path, InMailRoot("anna/Inbox/") + std::to_string(i));
+  }
+  EXPECT_LT(Message().Delivered.size(), 600U);
+}
+
 // Break every file call of a delivery in turn: a mailbox never holds a part of a message, and the
 // queue keeps it whole.
 class BrokenDeliveryTest : public MailboxCopyFixture, public ::testing::WithParamInterface<bool> {
