@@ -54,7 +54,7 @@ std::int32_t GetMailbox(MailboxRecord& record) {
     return root == Answer::kUnreachable ? root : mailbox;
   });
   if (answer == Answer::kUnreachable) {
-    record.Status = kMailboxStoreUnreachable;
+    record.Status = kProviderUnreachable;
     return -1;
   }
   if (answer != Answer::kFound) return 0;
@@ -118,7 +118,7 @@ extern "C" {
   const std::int32_t answer =
       GuardExport("MailboxGet", -1, [&] { return corvane::configuration::GetMailbox(*record); });
   // Not 0 for an exception either: that would bounce good mail.
-  if (answer == -1) record->Status = corvane::kMailboxStoreUnreachable;
+  if (answer == -1) record->Status = corvane::kProviderUnreachable;
   return answer;
 }
 

@@ -14,7 +14,7 @@ constexpr std::uint32_t kSizeUnknown = UINT32_MAX - 1;
 
 // Whether the answer says nothing of the mailbox: the shipped library lost its store.
 bool IsStoreOutOfReach(const MailboxRecord& record, std::int32_t result) {
-  return result == -1 && record.Status == kMailboxStoreUnreachable;
+  return result == -1 && record.Status == kProviderUnreachable;
 }
 
 }  // namespace

@@ -307,7 +307,7 @@ void ExpectUnreachable(const char* why) {
   std::int32_t result = 7;
   EXPECT_EQ(AskPostoffice("acme"), -2) << why;
   EXPECT_EQ(AskGroup("acme", "anna"), -1) << why;
-  EXPECT_EQ(AskMailbox("acme", "anna", &result).Status, kMailboxStoreUnreachable) << why;
+  EXPECT_EQ(AskMailbox("acme", "anna", &result).Status, kProviderUnreachable) << why;
   EXPECT_EQ(result, -1) << why;
   EXPECT_THROW(Members("acme", "sales"), StoreUnreachable) << why;
   EXPECT_EQ(AskDomain("acme.test"), 0) << why;

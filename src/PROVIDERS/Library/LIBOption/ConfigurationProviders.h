@@ -32,7 +32,7 @@ void UnloadConfigurationProvider(const char* libraryName);
 // dropped; any other number says nothing of it. Exceptions of the library are reported and thrown
 // on.
 [[nodiscard]] std::int32_t PostofficeGet(PostofficeRecord& record);
-// Not 0: found and filled, but for the shipped library's kMailboxStoreUnreachable.
+// Not 0: found and filled, but for the shipped library's kProviderUnreachable.
 [[nodiscard]] std::int32_t MailboxGet(MailboxRecord& record);
 // 1 a group, 0 no group, -1 the store can't be reached.
 [[nodiscard]] std::int32_t GroupGet(GroupRecord& record);

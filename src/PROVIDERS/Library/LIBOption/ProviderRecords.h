@@ -28,12 +28,10 @@ struct MailboxRecord {
   std::uint32_t Size;           // preset -2; what the mailbox holds now, in KB
 };
 
-// What the shipped library puts into MailboxRecord::Status, with the answer -1, when its store
-// can't be reached: nothing is known of the mailbox then. To a caller who doesn't know it, it is a
-// mailbox that is not enabled.
-inline constexpr std::int32_t kMailboxStoreUnreachable = -1000;
-// What the shipped libraries answer for an option, with an empty text, or for a group member when
-// their store can't be reached. A number of their own: another library's -1 stays an answer.
+// How the shipped libraries say that their store can't be reached: the answer for an option, with
+// an empty text, or for a group member; and MailboxRecord::Status beside the answer -1, which to a
+// caller who doesn't know it is a mailbox that is not enabled. A number of their own: another
+// library's -1 stays an answer.
 inline constexpr std::int32_t kProviderUnreachable = -1000;
 
 struct GroupRecord {
