@@ -83,6 +83,7 @@ class IndexCompletion {
 
   void TakeOver() {
     index_->ForgetRemoved();
+    index_->Memory.TakeOver(&whole_->Memory);
     index_->Sequence.swap(whole_->Sequence);
     index_->ByUID.swap(whole_->ByUID);
     std::swap(index_->ByID, whole_->ByID);

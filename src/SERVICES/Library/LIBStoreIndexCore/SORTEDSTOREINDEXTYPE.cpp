@@ -30,6 +30,7 @@ void SORTEDSTOREINDEXTYPE::UnInit() {
         Sequence = {};
         ByUID.clear();
         ByID.Clear();
+        Memory.Clear();
         LoadState = kNotLoaded;
         FileInSync = false;
         LastUID = FirstModifiedUID = LastModifiedUID = FileLastUID = 0;

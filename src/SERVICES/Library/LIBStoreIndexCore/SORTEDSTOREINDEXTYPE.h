@@ -111,6 +111,7 @@ class SORTEDSTOREINDEXTYPE final : public IndexItemOwner {
   bool CompleteFromFile(const std::string& path, std::int32_t messageClass);
 
   // State. The readers and writers of the file work on it.
+  ItemMemory Memory;  // of the items that were read
   std::vector<IndexItemPropertyContainer*> Sequence;
   std::map<std::uint32_t, IndexItemPropertyContainer*> ByUID;
   ItemsByID ByID;

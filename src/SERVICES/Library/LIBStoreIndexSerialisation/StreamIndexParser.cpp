@@ -22,6 +22,19 @@ bool BeginsWith(std::string_view text, std::string_view start) {
   return text.substr(0, start.size()) == start;
 }
 
+// BeginsWith for a tag: a call for each of some dozen tags an item is what a load would wait for.
+bool TagIsNext(std::string_view text, std::string_view tag) {
+  constexpr std::size_t kWord = 8;
+  if (tag.size() < kWord) return BeginsWith(text, tag);
+  if (text.size() < tag.size()) return false;
+  std::size_t at = 0;
+  for (; at + kWord < tag.size(); at += kWord) {
+    if (std::memcmp(text.data() + at, tag.data() + at, kWord) != 0) return false;
+  }
+  at = tag.size() - kWord;
+  return std::memcmp(text.data() + at, tag.data() + at, kWord) == 0;
+}
+
 std::string Quoted(const char* before, std::string_view inside, const char* behind) {
   return std::string(before).append(inside).append(behind);
 }
@@ -288,7 +301,7 @@ void StreamIndexParser::EndElement() {
     batch_.AddNumber(PropertySEQ(), static_cast<std::uint32_t>(index_->Sequence.size() + 1));
   }
   auto item = std::make_unique<IndexItemPropertyContainer>();
-  item->Take(batch_);
+  item->Take(batch_, &index_->Memory);
   item->SetOffset(itemOffset_);
   item->SetLength(static_cast<std::uint32_t>(itemEnd_ - itemOffset_));
   mistaken_ = mistaken_ || !hasUid_;
@@ -362,10 +375,10 @@ bool StreamIndexParser::TakeExpectedProperty() {
   if (!inElement_ || !valid_ || current_ != kNoName) return false;
   const KnownName& known = names_[names_[previousName_].next];
   const std::string_view there = stream_.Buffered();
-  if (&known == &names_.front() || !BeginsWith(there, known.startTag)) return false;
+  if (&known == &names_.front() || !TagIsNext(there, known.startTag)) return false;
   const std::size_t begin = known.startTag.size();
   const std::size_t end = there.find('<', begin);
-  if (end == std::string_view::npos || !BeginsWith(there.substr(end), known.endTag)) return false;
+  if (end == std::string_view::npos || !TagIsNext(there.substr(end), known.endTag)) return false;
   StoreProperty(known.id, there.substr(begin, end - begin));
   stream_.Skip(end + known.endTag.size());
   previousName_ = names_[previousName_].next;

@@ -67,7 +67,7 @@ class IndexItemPropertyContainer {
   void Remove(std::string_view name);
   void Clear();
   // All of `batch` in place of what the item holds, without a word to the owner.
-  void Take(const PropertyBatch& batch) { values_.Take(batch); }
+  void Take(const PropertyBatch& batch, ItemMemory* memory) { values_.Take(batch, memory); }
 
   // Every property of the dictionary that is there; or exactly the names given, absent ones empty.
   void Export(PropertyTexts* texts, const std::vector<std::string>* fields) const;

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <iterator>
 #include <limits>
+#include <utility>
 
 #include "SERVICES/Library/xMutexLock/Exception.h"
 
@@ -11,6 +13,9 @@ namespace {
 
 constexpr std::uint16_t kTextMark = 0x8000;
 constexpr std::size_t kGrowth = 5;
+constexpr std::size_t kAlignment = alignof(std::uint32_t);
+constexpr std::size_t kFirstChunk = 4'096;
+constexpr std::size_t kMostDoublings = 8;
 constexpr std::size_t kLargestTexts = 0xFFFFFFF0;
 static_assert(kMaximumPropertyNames <= kTextMark);
 
@@ -67,7 +72,32 @@ void PropertyBatch::AddNumber(PropertyId id, std::uint32_t value) {
   if (id.Index >= 0) EntryOf(id).value = value;
 }
 
-void ItemValues::FreeBlock::operator()(char* block) const { std::free(block); }
+char* ItemMemory::Take(std::size_t bytes) {
+  bytes = (bytes + kAlignment - 1) / kAlignment * kAlignment;
+  if (bytes > left_) {
+    const std::size_t wanted = kFirstChunk << std::min(chunks_.size(), kMostDoublings);
+    left_ = std::max(bytes, wanted);
+    chunks_.emplace_back(new char[left_]);
+    free_ = chunks_.back().get();
+  }
+  left_ -= bytes;
+  return std::exchange(free_, free_ + bytes);
+}
+
+void ItemMemory::Clear() {
+  chunks_.clear();
+  left_ = 0;
+}
+
+void ItemMemory::TakeOver(ItemMemory* other) {
+  std::move(other->chunks_.begin(), other->chunks_.end(), std::back_inserter(chunks_));
+  other->Clear();
+  left_ = 0;
+}
+
+void ItemValues::FreeBlock::operator()(char* block) const {
+  if (owned) std::free(block);
+}
 
 void ItemValues::Clear() {
   block_.reset();
@@ -161,10 +191,13 @@ void ItemValues::SetNumber(PropertyId id, std::uint32_t value) {
   Values()[at] = value;
 }
 
-void ItemValues::Take(const PropertyBatch& batch) {
+void ItemValues::Take(const PropertyBatch& batch, ItemMemory* memory) {
   Clear();
   if (batch.entries_.empty()) return;
-  Reserve(batch.entries_.size(), batch.textSize_);
+  const std::size_t size = batch.entries_.size() * kEntrySize + batch.textSize_;
+  block_ = Block(memory->Take(size), FreeBlock{false});
+  capacity_ = static_cast<std::uint16_t>(batch.entries_.size());
+  textCapacity_ = static_cast<std::uint32_t>(batch.textSize_);
   if (batch.textSize_ > 0) std::memcpy(Texts(), batch.texts_.data(), batch.textSize_);
   textSize_ = textCapacity_;
   std::uint32_t* values = Values();

@@ -51,6 +51,20 @@ class PropertyBatch {
   std::uint32_t round_ = 1;
 };
 
+// Memory for the values of the items of one index, given back all at once.
+class ItemMemory {
+ public:
+  [[nodiscard]] char* Take(std::size_t bytes);
+  void Clear();
+  // What the other one gave out lives on here.
+  void TakeOver(ItemMemory* other);
+
+ private:
+  std::vector<std::unique_ptr<char[]>> chunks_;
+  char* free_ = nullptr;
+  std::size_t left_ = 0;
+};
+
 class ItemValues {
  public:
   ItemValues() = default;
@@ -70,13 +84,17 @@ class ItemValues {
   void SetNumber(PropertyId id, std::uint32_t value);
   void Clear();
 
-  // Takes over everything in `batch`. For an empty object.
-  void Take(const PropertyBatch& batch);
+  // Takes over everything in `batch`. For an empty object. The values lie in `memory`, which then
+  // outlives them, until they need more room than they have there.
+  void Take(const PropertyBatch& batch, ItemMemory* memory);
 
  private:
   static constexpr std::uint32_t kNoText = 0xFFFFFFFF;
   struct FreeBlock {
+    FreeBlock() : owned(true) {}
+    explicit FreeBlock(bool isOwned) : owned(isOwned) {}
     void operator()(char* block) const;
+    bool owned;
   };
   using Block = std::unique_ptr<char, FreeBlock>;
 

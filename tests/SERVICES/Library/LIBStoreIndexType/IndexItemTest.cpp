@@ -113,6 +113,7 @@ TEST(IndexItem, CopiesHaveTheirOwnTextsAndNoOwner) {
 }
 
 TEST(IndexItem, ABatchReplacesAllAndItsLastValueCounts) {
+  ItemMemory memory;
   IndexItemPropertyContainer item;
   item.SetText("CC", "gone", false);
   PropertyBatch batch;
@@ -121,7 +122,7 @@ TEST(IndexItem, ABatchReplacesAllAndItsLastValueCounts) {
   batch.AddText(subject, "a longer second");
   batch.AddText(subject, "");
   batch.AddNumber(kPropertyUID, 8);
-  item.Take(batch);
+  item.Take(batch, &memory);
   EXPECT_FALSE(item.Has("CC"));
   EXPECT_EQ(item.GetText("SUBJECT"), "a longer second");
   item.SetText("SUBJECT", "its own", false);

@@ -37,6 +37,7 @@ void ExpectEqual(const ItemValues& values, const std::map<std::int32_t, std::str
 TEST(ItemValues, HoldWhatWasSetLast) {
   std::mt19937 random(4711);
   for (int round = 0; round < 50; ++round) {
+    ItemMemory memory;
     ItemValues values;
     std::map<std::int32_t, std::string> expected;
     if (round % 2 == 0) {
@@ -50,7 +51,7 @@ TEST(ItemValues, HoldWhatWasSetLast) {
           batch.AddNumber(Slot(index), static_cast<std::uint32_t>(index * 1000));
         }
       }
-      values.Take(batch);
+      values.Take(batch, &memory);
     }
     for (int step = 0; step < 200; ++step) {
       const auto index = static_cast<std::int32_t>(random() % kSlots);
