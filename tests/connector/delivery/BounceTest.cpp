@@ -269,6 +269,21 @@ TEST_F(BounceTest, FaultsLeaveNoHalfBounce) {
   }
 }
 
+// One failure is tried again; here the message file gets its name and the command file never does.
+TEST_F(BounceTest, ACommandThatCannotBeWrittenTakesItsMessageFileAlong) {
+  platform::ArmFault({.number = 2,
+                      .error = platform::kErrorDiskFull,
+                      .calls = platform::FileCallBit(platform::FileCall::kLink) |
+                               platform::FileCallBit(platform::FileCall::kRename),
+                      .lasting = true});
+  Bounce();
+  EXPECT_GE(platform::CountedFileCalls(), 2U);
+  platform::DisarmFault();
+  EXPECT_TRUE(message_.KeepInQueue);
+  EXPECT_EQ(Command(), "");
+  EXPECT_EQ(Text(), "");
+}
+
 // A notice that can't be queued leaves nothing, and the message takes its way all the same.
 TEST_F(BounceTest, FaultsLeaveNoHalfNotice) {
   Set("DSN Status", 1, "CONNECTORS\\SMTP");
