@@ -1,4 +1,6 @@
 // Directories.cpp -- directories made and removed.
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -9,12 +11,18 @@
 #include "platform/Error.h"
 #include "platform/FileSystem.h"
 #include "platform/PathSearch.h"
+#include "platform/SystemCalls.h"
 
 namespace corvane::platform {
 namespace {
 
+// The spelling is looked up again under a lock of the parent, as long as the file system has such:
+// two who make one name in two spellings at once would make two directories.
 std::int32_t Make(const std::string& path) {
-  if (mkdir(path.c_str(), 0777) == 0) return 0;
+  const sys::Descriptor parent(sys::Open(DirectoryOf(path), O_RDONLY | O_DIRECTORY));
+  const bool locked = parent.IsOpen() && flock(parent.Get(), LOCK_EX) == 0;
+  const std::string target = locked ? CreationPath(path) : path;
+  if (mkdir(target.c_str(), 0777) == 0) return 0;
   return errno == EEXIST ? kErrorAlreadyExists : ErrorFromErrno(errno);
 }
 

@@ -41,6 +41,10 @@ namespace corvane::platform {
 // systems or the file system has no links. `durable` makes the new name durable.
 [[nodiscard]] bool LinkFile(std::string_view from, std::string_view to, bool durable);
 
+// Whether the file has the owner, the group and the mode that one would get which this process
+// makes in `directory`. False also where that can't be told.
+[[nodiscard]] bool HasRightsOfNewFile(std::string_view path, std::string_view directory);
+
 // One level; 183 when the name is there, 3 when the parent is not.
 [[nodiscard]] bool CreateDirectory(std::string_view path);
 // With all parents that are missing; true also when it is there already.
@@ -55,6 +59,9 @@ bool RemoveTree(std::string_view path);
 // Makes everything of the file systems that hold `directories` durable, each one once. Cheaper than
 // many flushes, and as dear as what others have written there.
 [[nodiscard]] bool FlushFileSystems(const std::vector<std::string>& directories);
+// Whether the data of a file came to the disk, of which a flush of its file system tells only one
+// of those who ask. Waits for what is on its way and starts nothing.
+[[nodiscard]] bool DataIsWritten(std::string_view path);
 
 [[nodiscard]] bool SetLastWriteTime(std::string_view path, std::int64_t seconds,
                                     std::int32_t nanoseconds = 0);

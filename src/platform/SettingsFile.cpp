@@ -38,18 +38,29 @@ constexpr const char* kDeleteValue =
 constexpr const char* kDeleteKey =
     "DELETE FROM setting WHERE key = ?1 OR key >= ?1 || '\\' AND key < ?1 || ']'";
 
-bool HasTable(Database& database) { return database.Prepare(kTableIsThere).Step(); }
+// What is in the file. A file that can't be read is none without a table.
+struct Contents {
+  std::int64_t version = 0;
+  bool hasTable = false;
+};
 
-std::int64_t Version(Database& database) {
-  Statement statement = database.Prepare("PRAGMA user_version");
-  return statement.Step() ? statement.Number(0) : 0;
-}
-
-bool IsTooNew(Database& database, std::string* why) {
-  if (Version(database) <= kVersion) return false;
-  *why = "the settings store was made by a newer version; update this program";
-  SetLastError(kErrorInvalidParameter);
-  return true;
+// Nothing, with the reason, for a file that can't be read or is too new.
+std::optional<Contents> LookInto(Database& database, std::string* why) {
+  Contents contents;
+  Statement version = database.Prepare("PRAGMA user_version");
+  if (version.Step()) contents.version = version.Number(0);
+  Statement table = database.Prepare(kTableIsThere);
+  contents.hasTable = table.Step();
+  if (version.Failed() || table.Failed()) {
+    *why = database.ErrorText();
+    return std::nullopt;
+  }
+  if (contents.version > kVersion) {
+    *why = "the settings store was made by a newer version; update this program";
+    SetLastError(kErrorInvalidParameter);
+    return std::nullopt;
+  }
+  return contents;
 }
 
 SettingsSnapshot::Item ItemOf(const Statement& row) {
@@ -116,8 +127,9 @@ class Changer {
 
 std::optional<SettingsSnapshot> LoadSettings(Database& database, std::string* why) {
   SettingsSnapshot::Builder builder;
-  if (IsTooNew(database, why)) return std::nullopt;
-  if (HasTable(database)) {
+  const auto contents = LookInto(database, why);
+  if (!contents) return std::nullopt;
+  if (contents->hasTable) {
     Statement row = database.Prepare(kReadAll);
     while (row.Step()) builder.Add(ItemOf(row));
     if (row.Failed()) {
@@ -130,8 +142,9 @@ std::optional<SettingsSnapshot> LoadSettings(Database& database, std::string* wh
 
 bool ChangeSettings(Database& database, const std::vector<SettingChange>& changes,
                     std::string* why) {
-  if (IsTooNew(database, why)) return false;
-  bool done = HasTable(database) || database.Execute(kMakeTable);
+  const auto contents = LookInto(database, why);
+  if (!contents) return false;
+  bool done = contents->hasTable || database.Execute(kMakeTable);
   Changer changer(database);
   for (const SettingChange& change : changes) done = done && changer.Apply(change);
   if (!done) *why = database.ErrorText();

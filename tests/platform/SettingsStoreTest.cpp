@@ -4,6 +4,7 @@
 #include <atomic>
 #include <chrono>
 #include <filesystem>
+#include <functional>
 #include <thread>
 
 #include "platform/Clock.h"
@@ -223,11 +224,20 @@ TEST_F(SettingsStoreTest, UnusableStoresSayWhy) {
 }
 
 TEST_F(SettingsStoreTest, ADamagedStoreKeepsItsLastAnswers) {
-  ASSERT_TRUE(store_.SetDword(kKey, "Value", 1));
-  ChangeFromOutside(path_, "DROP TABLE setting; CREATE TABLE setting(other)");
-  EXPECT_EQ(store_.GetDword(kKey, "Value"), 1U);
-  EXPECT_FALSE(store_.Readable());
-  EXPECT_NE(store_.ErrorText(), "");
+  const std::function<void()> damages[] = {
+      [&] { ChangeFromOutside(path_, "DROP TABLE setting; CREATE TABLE setting(other)"); },
+      [&] { test::WriteBytes(path_, std::string(8192, 'x')); },
+  };
+  for (const auto& damage : damages) {
+    for (const char* end : {"", "-wal", "-shm"}) std::filesystem::remove(path_ + end);
+    SettingsStore store(path_);
+    ASSERT_TRUE(store.SetDword(kKey, "Value", 1)) << store.ErrorText();
+    ChangeFromOutside(path_, "PRAGMA wal_checkpoint(TRUNCATE)");
+    damage();
+    EXPECT_EQ(store.GetDword(kKey, "Value"), 1U);
+    EXPECT_FALSE(store.Readable());
+    EXPECT_NE(store.ErrorText(), "");
+  }
 }
 
 TEST_F(SettingsStoreTest, AFullDiskRefusesAndKeepsWhatItHad) {

@@ -31,6 +31,7 @@ void UseFolder(MailboxDelivery& delivery, const char* folder) {
   if (!platform::DirectoryExists(path)) {
     static_cast<void>(platform::CreateDirectories(GetParentPath(path)));
     static_cast<void>(CreateStoreDirectory(path));
+    delivery.message.Delivered.push_back({path, false});  // its name is as new as the message's
   }
   delivery.folder = folder;
 }

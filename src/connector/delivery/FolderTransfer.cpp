@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <set>
+#include <utility>
 
 #include "connector/queue/Durability.h"
 #include "connector/queue/SetMessageHeader.h"
@@ -56,13 +57,21 @@ bool FlushEach(const std::vector<PendingFlush>& files) {
   return std::all_of(directories.begin(), directories.end(), FlushDirectoryOrParent);
 }
 
-bool FlushAll(const std::vector<PendingFlush>& files) {
-  std::vector<std::string> directories;
-  for (const PendingFlush& file : files) directories.emplace_back(platform::ParentPath(file.path));
+bool FlushFileSystemsOrParents(std::vector<std::string> directories) {
   if (platform::FlushFileSystems(directories)) return true;
   if (!IsGone(platform::LastError())) return false;
   for (std::string& directory : directories) directory = ThereOrParent(directory);
   return platform::FlushFileSystems(directories);
+}
+
+bool FlushAll(const std::vector<PendingFlush>& files) {
+  std::vector<std::string> directories;
+  for (const PendingFlush& file : files) directories.emplace_back(platform::ParentPath(file.path));
+  if (!FlushFileSystemsOrParents(std::move(directories))) return false;
+  // Another worker may have been told in our place of a write that failed.
+  return std::all_of(files.begin(), files.end(), [](const PendingFlush& file) {
+    return !file.data || platform::DataIsWritten(file.path) || IsGone(platform::LastError());
+  });
 }
 
 // Keeps the list of a very long walk short. Before a copy, so that what its folder is marked with
@@ -77,7 +86,8 @@ bool TransferToFolder(ConnectorMessage& message, const std::string& source,
                       const std::string& target) {
   if (!FlushSome(message)) return false;
   // A stage of the last recipient can still decide that the message stays.
-  const bool links = message.LastRecipient && !message.KeepInQueue;
+  const bool links = message.LastRecipient && !message.KeepInQueue &&
+                     platform::HasRightsOfNewFile(source, platform::ParentPath(target));
   if (links && platform::LinkFile(source, target, false)) {
     message.Delivered.push_back({target, !message.MessageFileFlushed});
     return true;

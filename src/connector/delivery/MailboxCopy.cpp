@@ -57,8 +57,9 @@ void LogFirstFailure(const MailboxDelivery& delivery, std::int32_t error) {
 // The mailbox may lack its Inbox, or the network was away for a moment.
 bool CopyToInbox(MailboxDelivery& delivery) {
   ConnectorMessage& message = delivery.message;
-  static_cast<void>(platform::CreateDirectory(delivery.MailboxPath()));
-  static_cast<void>(platform::CreateDirectory(delivery.MailboxPath() + kInboxFolder));
+  for (const std::string& path : {delivery.MailboxPath(), delivery.MailboxPath() + kInboxFolder}) {
+    if (platform::CreateDirectory(path)) message.Delivered.push_back({path, false});
+  }
   if (!TransferToFolder(message, delivery.source, delivery.PathIn(kInboxName, message.MessageID))) {
     return false;
   }

@@ -91,15 +91,17 @@ std::string ClaimedText(std::string text, std::string_view statusWord,
 }
 
 // Whether a claim may be written over the old text: one disk sector holds either text, the new one
-// is not shorter, and the state is the last line. Whatever a power cut leaves is then the old text,
-// or the new one with a state that may lack its end, which every reader and the reset take for a
-// message in delivery.
+// is not shorter, and the state is the last line and begins where the old text still reached. A
+// power cut leaves the old text, or the new one cut at the old one's length: its state may lack its
+// end, which every reader and the reset take for a message in delivery.
 bool FitsInPlace(std::string_view before, std::string_view after, std::string_view statusWord) {
   constexpr std::size_t kSectorBytes = 512;
   const std::string lastLine = std::string(kStatusKey).append(statusWord);
   std::string_view text = after;
   if (text.ends_with("\r\n")) text.remove_suffix(2);
-  return after.size() >= before.size() && after.size() <= kSectorBytes && text.ends_with(lastLine);
+  if (after.size() < before.size() || after.size() > kSectorBytes) return false;
+  return text.ends_with(lastLine) &&
+         text.size() - lastLine.size() + kStatusKey.size() <= before.size();
 }
 
 bool WriteInPlace(platform::File& file, std::string_view text) {
@@ -148,7 +150,7 @@ bool OutgoingClaim::Commit(std::string_view statusWord, std::string_view serverN
   auto next = platform::WholeFile::Create(path_);
   if (!next || !next.Write(claimed)) return false;
   auto held = next.CommitOver(file_, platform::kShareReadRemove,
-                              DeliveryDurability(platform::Durability::kDataAndName));
+                              DeliveryDurability(platform::Durability::kData));
   if (!held) return false;
   file_ = std::move(held);
   text_ = std::move(claimed);

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <filesystem>
 #include <string>
 #include <thread>
 #include <vector>
@@ -29,6 +30,28 @@ class OutgoingClaimTest : public test::SettingsFixture {
     return LockOutgoingCommandFile(Directory().Path().c_str(), kName, "Delivering", "NODE1");
   }
 };
+
+// A power cut can leave the new text cut at the old length.
+TEST_F(OutgoingClaimTest, WhatIsWrittenInPlaceKeepsItsStateWhenItIsCut) {
+  const std::string before = "Recipients=[SF:a/b]\r\nServer=\r\nStatus=Unsent\r\n";
+  std::size_t inPlace = 0;
+  for (std::size_t length = 1; length <= 30; ++length) {
+    Put(before);
+    std::filesystem::create_hard_link(Path(), Path() + "-old");
+    ASSERT_EQ(LockOutgoingCommandFile(Directory().Path().c_str(), kName, "Delivering",
+                                      std::string(length, 'N').c_str()),
+              1);
+    const std::string after = ReadBytes(Path());
+    EXPECT_EQ(after, "Recipients=[SF:a/b]\r\nServer=" + std::string(length, 'N') +
+                         "\r\nStatus=Delivering\r\n");
+    if (std::filesystem::equivalent(Path(), Path() + "-old")) {
+      ++inPlace;
+      EXPECT_NE(after.substr(0, before.size()).find("\r\nStatus="), std::string::npos) << length;
+    }
+    std::filesystem::remove(Path() + "-old");
+  }
+  EXPECT_GE(inPlace, 6U);
+}
 
 struct ClaimCase {
   const char* name;

@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <functional>
 
-#include "SERVICES/Library/LIBMessageIndex/ChangeFlag.h"
 #include "SERVICES/Library/LIBMessageIndex/FolderBrand.h"
 #include "SERVICES/Library/LIBMessageIndex/IndexFile.h"
 #include "SERVICES/Library/LIBMessageIndex/MessageIndexFiles.h"
+#include "SERVICES/Library/LIBStoreIndexCore/ChangeFlag.h"
 #include "SERVICES/Library/LIBStoreIndexCore/StoreIndex.h"
 #include "SERVICES/Library/LIBStoreIndexSerialisation/IndexFileNames.h"
 #include "SERVICES/Library/LIBStoreIndexSerialisation/IndexFormat.h"

@@ -4,13 +4,13 @@
 #include <atomic>
 
 #include "SERVICES/Library/LIBFileLock/IndexBlockFile.h"
-#include "SERVICES/Library/LIBMessageIndex/ChangeFlag.h"
 #include "SERVICES/Library/LIBMessageIndex/FolderBrand.h"
 #include "SERVICES/Library/LIBMessageIndex/FolderDetailsFile.h"
 #include "SERVICES/Library/LIBMessageIndex/IndexFile.h"
 #include "SERVICES/Library/LIBMessageIndex/IndexHeaders.h"
 #include "SERVICES/Library/LIBMessageIndex/ItemFiller.h"
 #include "SERVICES/Library/LIBMessageIndex/MessageHeaders.h"
+#include "SERVICES/Library/LIBStoreIndexCore/ChangeFlag.h"
 #include "SERVICES/Library/LIBStoreIndexSerialisation/IndexBackup.h"
 #include "SERVICES/Library/LIBStoreIndexSerialisation/IndexFileNames.h"
 #include "connector/logs/ExceptionReport.h"

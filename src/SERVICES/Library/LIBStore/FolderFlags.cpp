@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "SERVICES/Library/LIBMessageIndex/ChangeFlag.h"
+#include "SERVICES/Library/LIBStoreIndexCore/ChangeFlag.h"
 #include "connector/logs/Logs.h"
 #include "connector/settings/Settings.h"
 #include "platform/Clock.h"

@@ -1,6 +1,7 @@
 #include "SERVICES/Library/LIBStoreIndexSerialisation/IndexBackup.h"
 
 #include "CLIENTS/CVMAPI/CVMSLIB/common/FileManagement.h"
+#include "SERVICES/Library/LIBStoreIndexCore/ChangeFlag.h"
 #include "connector/logs/ExceptionReport.h"
 #include "platform/Clock.h"
 #include "platform/Error.h"
@@ -58,8 +59,9 @@ void CreateIndexBackup(const std::string& folder) {
   if (CopyOver(IndexOf(folder), BackupOf(folder))) TouchFile(BackupOf(folder));
 }
 
-bool RestoreIndexBackup(const std::string& folder) {
-  if (!IndexBackupExists(folder)) return false;
+namespace {
+
+bool PutBackupInPlace(const std::string& folder) {
   DeleteWithRetry(BadOf(folder), 1, kDeleteTries);
   if (platform::FileExists(IndexOf(folder)) && !CopyOver(IndexOf(folder), BadOf(folder))) {
     return false;  // LastError() says why
@@ -73,6 +75,20 @@ bool RestoreIndexBackup(const std::string& folder) {
   }
   TouchFile(IndexOf(folder));
   return true;
+}
+
+}  // namespace
+
+bool RestoreIndexBackup(const std::string& folder) {
+  if (!IndexBackupExists(folder)) return false;
+  // Until the folder has been scanned nothing else tells that the index lags behind its messages.
+  const bool marked = IsMarkedForScan(folder);
+  if (!marked) MarkFolderForScan(folder);
+  const bool restored = PutBackupInPlace(folder);
+  const std::int32_t error = platform::LastError();
+  if (!restored && !marked) static_cast<void>(platform::DeleteFile(ChangeFlagOf(folder)));
+  platform::SetLastError(error);
+  return restored;
 }
 
 bool DiscardIndex(const std::string& folder) {

@@ -33,8 +33,9 @@ class LoadFrame {
            serialiser_->SupportsBackup();
   }
 
+  // A filtered load hasn't looked at all of the file.
   void RefreshBackup() {
-    if (!UsesBackup()) return;
+    if (!UsesBackup() || index_->IsFiltered()) return;
     const auto interval = static_cast<std::int64_t>(settings::Get(settings::kBackupIndexInterval));
     if (!serialiser_->IndexXMLBackupExists(read_.path) ||
         serialiser_->IndexXMLBackupAge(read_.path) > interval) {

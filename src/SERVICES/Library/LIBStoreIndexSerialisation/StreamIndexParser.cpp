@@ -16,7 +16,6 @@ constexpr std::size_t kFirstBytes = 100;
 constexpr std::string_view kRoot = "BASEELEMENT";
 constexpr std::string_view kElement = "ELEMENT";
 constexpr std::string_view kIdStart = "<ELEMENT ID=\"";
-constexpr std::string_view kUidStart = "\" UID=\"";
 
 bool BeginsWith(std::string_view text, std::string_view start) {
   return text.substr(0, start.size()) == start;
@@ -405,23 +404,22 @@ bool StreamIndexParser::SkipPropertyTag() {
   return true;
 }
 
-// Tombstones, entities and all else that isn't plain go the long way.
+// The ID comes first, and what follows in the tag of an element that isn't wanted is never looked
+// at. Tombstones, entities and all else that isn't plain go the long way.
 bool StreamIndexParser::SkipElement() {
   const std::string_view there = stream_.Buffered();
   const bool fits = Filters() && newForm_ && valid_ && !rootEnded_ && !inElement_;
   if (!fits || !BeginsWith(there, kIdStart)) return false;
   const std::size_t close = there.find('>');
-  if (close == there.npos || close > indexformat::kLongestTag) return false;
+  if (close == there.npos || close > indexformat::kLongestTag || there[close - 1] == '/') {
+    return false;
+  }
   const std::string_view head = there.substr(kIdStart.size(), close - kIdStart.size());
   const std::string_view id = head.substr(0, head.find('"'));
-  std::string_view uid = head.substr(id.size());
-  if (!BeginsWith(uid, kUidStart) || uid.back() != '"') return false;
-  uid = uid.substr(kUidStart.size(), uid.size() - kUidStart.size() - 1);
-  const bool plain = !indexformat::IsTombstone(id) && id.find('&') == id.npos && !uid.empty() &&
-                     uid.find_first_not_of("0123456789") == uid.npos;
-  const std::size_t end = plain && !IsWanted(id) ? EndOfElement(there, close) : there.npos;
+  const bool plain = id.size() < head.size() && !indexformat::IsTombstone(id) &&
+                     id.find('&') == id.npos && !IsWanted(id);
+  const std::size_t end = plain ? EndOfElement(there, close) : there.npos;
   if (end == there.npos) return false;
-  CheckUidOrder(uid);
   stream_.Skip(end);
   return true;
 }

@@ -10,6 +10,8 @@ namespace corvane {
 inline constexpr std::string_view kFolderChangedText =
     "This file is a flag file that denotes that this folder has been changed";
 
+[[nodiscard]] std::string ChangeFlagOf(const std::string& folder);
+[[nodiscard]] bool IsMarkedForScan(const std::string& folder);
 // Leaves _CHANGE.DTY in the folder. A flag that can't be written is passed over in silence.
 void MarkFolderForScan(const std::string& folder);
 
