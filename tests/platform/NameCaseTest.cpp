@@ -8,16 +8,17 @@
 #include <filesystem>
 #include <thread>
 
-#include "platform/Error.h"
 #include "platform/FileSystem.h"
 #include "platform/NameCache.h"
 #include "platform/Path.h"
 #include "platform/WholeFile.h"
+#include "tests/support/ErrorOf.h"
 #include "tests/support/InDirectory.h"
 
 namespace corvane::platform {
 namespace {
 
+using test::ErrorOf;
 using test::TemporaryDirectory;
 using test::WriteBytes;
 
@@ -35,11 +36,8 @@ TEST_F(NameCase, ExistingNamesAreFoundAndMessagesAreNot) {
         "Inbox/_folder.dty", "notes.Txt", "Two.txt", "tWo.txt", "_7.NEW", "_8.new"}) {
     WriteBytes(root_ / "acme/MAILROOT/Anna/" + name, "x");
   }
-  struct Case {
-    std::string_view asked;
-    std::string_view found;  // empty: not there
-  };
-  const Case cases[] = {
+  // What is asked for and where it is found; empty: not there.
+  const std::pair<std::string_view, std::string_view> cases[] = {
       {"ACME\\mailroot\\ANNA\\INBOX\\0A.MAI", "acme/MAILROOT/Anna/Inbox/0A.MAI"},
       {"acme\\MAILROOT\\Anna\\Inbox\\0a.mai", ""},
       {"ACME\\MAILROOT\\Anna\\Inbox\\0a.mai", ""},
@@ -57,31 +55,26 @@ TEST_F(NameCase, ExistingNamesAreFoundAndMessagesAreNot) {
       {"acme\\MAILROOT\\Anna\\notes", ""},
       {"acme\\MAILROOT\\Bob\\notes.txt", ""},
   };
-  for (const Case& c : cases) {
-    const std::string path = root_ / c.asked;
-    EXPECT_EQ(FileExists(path), !c.found.empty()) << c.asked;
-    if (c.found.empty()) continue;
-    EXPECT_EQ(ResolvePath(path), root_ / c.found);
+  for (const auto& [asked, found] : cases) {
+    EXPECT_EQ(FileExists(root_ / asked), !found.empty()) << asked;
+    if (found.empty()) continue;
+    EXPECT_EQ(ResolvePath(root_ / asked), root_ / found);
   }
 }
 
 TEST_F(NameCase, MissingNamesTellWhatIsMissing) {
   MakeDirectory(root_ / "There");
   WriteBytes(root_ / "File", "x");
-  struct Case {
-    std::string_view path;
-    std::int32_t error;
-  };
-  const Case cases[] = {
+  const std::pair<std::string_view, std::int32_t> cases[] = {
       {"there\\0.MAI", kErrorFileNotFound},      {"There\\x", kErrorFileNotFound},
       {"There\\_index.xml", kErrorFileNotFound}, {"gone\\0.MAI", kErrorPathNotFound},
       {"gone\\x\\y", kErrorPathNotFound},        {"file\\x", kErrorPathNotFound},
   };
-  for (const Case& c : cases) {
-    EXPECT_FALSE(File::Open(root_ / c.path, Access::kRead, kShareAll, Disposition::kOpenExisting));
-    EXPECT_EQ(LastError(), c.error) << c.path;
-    EXPECT_FALSE(DeleteFile(root_ / c.path));
-    EXPECT_EQ(LastError(), c.error) << c.path;
+  for (const auto& [path, error] : cases) {
+    const File file =
+        File::Open(root_ / path, Access::kRead, kShareAll, Disposition::kOpenExisting);
+    EXPECT_EQ(ErrorOf(file), error) << path;
+    EXPECT_EQ(ErrorOf(DeleteFile(root_ / path)), error) << path;
   }
 }
 
@@ -90,11 +83,10 @@ TEST_F(NameCase, NewNamesMeetTheOldOnes) {
   WriteBytes(root_ / "Notes.txt", "old");
   WriteBytes(root_ / "_cache.dty", "old");
 
-  EXPECT_FALSE(CreateDirectory(root_ / "junk e-mail"));
-  EXPECT_EQ(LastError(), kErrorAlreadyExists);
-  EXPECT_FALSE(
-      File::Open(root_ / "NOTES.TXT", Access::kWrite, kShareNone, Disposition::kCreateNew));
-  EXPECT_EQ(LastError(), kErrorFileExists);
+  EXPECT_EQ(ErrorOf(CreateDirectory(root_ / "junk e-mail")), kErrorAlreadyExists);
+  EXPECT_EQ(
+      ErrorOf(File::Open(root_ / "NOTES.TXT", Access::kWrite, kShareNone, Disposition::kCreateNew)),
+      kErrorFileExists);
   EXPECT_TRUE(WriteWholeFile(root_ / "notes.TXT", "new"));
   EXPECT_EQ(test::ReadBytes(root_ / "Notes.txt"), "new");
   // A name of the table is made as the table spells it, unless it is there in either case.

@@ -11,19 +11,20 @@
 #include <thread>
 #include <utility>
 
-#include "platform/Error.h"
 #include "platform/FaultInjection.h"
 #include "platform/FileSystem.h"
 #include "platform/NewFile.h"
 #include "platform/WholeFile.h"
 #include "tests/support/AsNobody.h"
 #include "tests/support/ChildProcess.h"
+#include "tests/support/ErrorOf.h"
+#include "tests/support/InDirectory.h"
 #include "tests/support/SmallDisk.h"
-#include "tests/support/TemporaryDirectory.h"
 
 namespace corvane::platform {
 namespace {
 
+using test::ErrorOf;
 using test::ReadBytes;
 using test::SmallDisk;
 using test::TemporaryDirectory;
@@ -51,8 +52,7 @@ class WholeFiles : public testing::TestWithParam<bool> {
 
 // So that what the superuser's tool rewrites stays the service's.
 TEST_P(WholeFiles, KeepTheOwnerAndThePermissionsOfWhatTheyReplace) {
-  const bool held[] = {false, true};
-  for (const bool over : held) {
+  for (const bool over : {false, true}) {
     WriteBytes(path_, "old");
     const ::uid_t owner = geteuid() == 0 ? 65534 : geteuid();
     ASSERT_EQ(chmod(path_.c_str(), 0660), 0);
@@ -94,8 +94,7 @@ TEST_P(WholeFiles, AppearAtCommitOnly) {
   EXPECT_EQ(ReadBytes(path_), expected);
   EXPECT_EQ(GetFileInfo(path_)->lastWriteTime, 1'000'000'000);
   EXPECT_EQ(GetFileInfo(path_)->lastWriteNanoseconds, 5);
-  EXPECT_FALSE(WriteWholeFile(path_, "new", false));
-  EXPECT_EQ(LastError(), kErrorFileExists);
+  EXPECT_EQ(ErrorOf(WriteWholeFile(path_, "new", false)), kErrorFileExists);
   EXPECT_TRUE(WriteWholeFile(path_, "new"));
   EXPECT_EQ(ReadBytes(path_), "new");
   EXPECT_EQ(NamesIn(root_.Path()), std::set<std::string>{"0.MAI"});
@@ -184,8 +183,7 @@ TEST_P(WholeFiles, StateChangesHandsUnderItsClaim) {
     ASSERT_TRUE(held);
     EXPECT_EQ(ReadBytes(path_), std::to_string(i));
     EXPECT_EQ(held.ReadAll(), std::to_string(i));
-    EXPECT_FALSE(ReadWholeFile(path_));
-    EXPECT_EQ(LastError(), kErrorSharingViolation);
+    EXPECT_EQ(ErrorOf(ReadWholeFile(path_)), kErrorSharingViolation);
   }
   WholeFile whole = WholeFile::Create(path_);
   const File shared = whole.CommitOver(held, kShareRead, Durability::kNone);
@@ -233,25 +231,18 @@ bool Rewrite(const TemporaryDirectory& root) {
          whole.CommitOver(held, kShareNone, Durability::kDataAndName).IsOpen();
 }
 
+bool Write(const TemporaryDirectory& root) { return WriteWholeFile(root / "0.MAI", "new"); }
+bool Copy(const TemporaryDirectory& root) {
+  return CopyFile(root / "source", root / "0.MAI", true, true);
+}
+bool Link(const TemporaryDirectory& root) {
+  return LinkFile(root / "source", root / "0.MAI", true);
+}
+
 const Operation kOperations[] = {
-    {"Write",
-     [](const auto& root) { return WriteWholeFile(root / "0.MAI", "new"); },
-     {"old", "new"}},
-    {"WriteNew",
-     [](const auto& root) { return WriteWholeFile(root / "0.MAI", "new"); },
-     {"new"},
-     false},
-    {"Copy",
-     [](const auto& root) { return CopyFile(root / "source", root / "0.MAI", true, true); },
-     {"old", "new"}},
-    {"CopyNew",
-     [](const auto& root) { return CopyFile(root / "source", root / "0.MAI", true, true); },
-     {"new"},
-     false},
-    {"Link",
-     [](const auto& root) { return LinkFile(root / "source", root / "0.MAI", true); },
-     {"old", "new"}},
-    {"CommitOver", Rewrite, {"old", "new"}},
+    {"Write", Write, {"old", "new"}}, {"WriteNew", Write, {"new"}, false},
+    {"Copy", Copy, {"old", "new"}},   {"CopyNew", Copy, {"new"}, false},
+    {"Link", Link, {"old", "new"}},   {"CommitOver", Rewrite, {"old", "new"}},
 };
 
 void Prepare(const TemporaryDirectory& root, const Operation& operation) {
@@ -295,8 +286,7 @@ void BreakEverywhere(const TemporaryDirectory& root, Break breakAt) {
 TEST_P(WholeFiles, AFailedCallLeavesOldOrNew) {
   BreakEverywhere(root_, [&](const Operation& operation, std::uint64_t number) {
     ArmFault({.number = number, .error = kErrorDiskFull});
-    EXPECT_FALSE(operation.apply(root_));
-    EXPECT_EQ(LastError(), kErrorDiskFull);
+    EXPECT_EQ(ErrorOf(operation.apply(root_)), kErrorDiskFull);
     EXPECT_FALSE(FileExists(root_ / "_0.MAI.tmp"));
   });
 }
@@ -321,40 +311,38 @@ TEST_P(WholeFiles, AKilledProcessLeavesOldOrNew) {
 INSTANTIATE_TEST_SUITE_P(Both, WholeFiles, testing::Bool(),
                          [](const auto& info) { return info.param ? "Nameless" : "Named"; });
 
-TEST(Disk, WhenFullLeavesTheOldFile) {
-  const SmallDisk disk(65536);
-  if (!disk.IsMounted()) GTEST_SKIP() << "may not mount a small disk";
-  ASSERT_TRUE(WriteWholeFile(disk.Path() + "/0.MAI", "old"));
+class Disk : public test::InDirectory {
+ protected:
+  void SetUp() override {
+    if (!disk_.IsMounted()) GTEST_SKIP() << "may not mount a small disk";
+  }
+  const SmallDisk disk_{65536};
+  const std::string onDisk_ = disk_.Path() + "/0.MAI";
+};
+
+TEST_F(Disk, WhenFullLeavesTheOldFile) {
+  ASSERT_TRUE(WriteWholeFile(onDisk_, "old"));
   const std::string big(100'000, 'x');
-  EXPECT_FALSE(WriteWholeFile(disk.Path() + "/0.MAI", big));
-  EXPECT_EQ(LastError(), kErrorDiskFull);
-  const TemporaryDirectory other;
-  WriteBytes(other / "big", big);
-  EXPECT_FALSE(CopyFile(other / "big", disk.Path() + "/0.MAI", true, true));
-  EXPECT_EQ(LastError(), kErrorDiskFull);
-  EXPECT_FALSE(MoveFile(other / "big", disk.Path() + "/0.MAI", true));
-  EXPECT_EQ(LastError(), kErrorDiskFull);
-  EXPECT_EQ(ReadBytes(other / "big"), big);
-  EXPECT_EQ(ReadBytes(disk.Path() + "/0.MAI"), "old");
-  EXPECT_EQ(NamesIn(disk.Path()), std::set<std::string>{"0.MAI"});
-  EXPECT_TRUE(WriteWholeFile(disk.Path() + "/1.MAI", std::string(20'000, 'y')));
+  EXPECT_EQ(ErrorOf(WriteWholeFile(onDisk_, big)), kErrorDiskFull);
+  WriteBytes(root_ / "big", big);
+  EXPECT_EQ(ErrorOf(CopyFile(root_ / "big", onDisk_, true, true)), kErrorDiskFull);
+  EXPECT_EQ(ErrorOf(MoveFile(root_ / "big", onDisk_, true)), kErrorDiskFull);
+  EXPECT_EQ(ReadBytes(root_ / "big"), big);
+  EXPECT_EQ(ReadBytes(onDisk_), "old");
+  EXPECT_EQ(NamesIn(disk_.Path()), std::set<std::string>{"0.MAI"});
+  EXPECT_TRUE(WriteWholeFile(disk_.Path() + "/1.MAI", std::string(20'000, 'y')));
 }
 
-TEST(Disk, FilesMoveBetweenTwo) {
-  const SmallDisk disk(65536);
-  if (!disk.IsMounted()) GTEST_SKIP() << "may not mount a small disk";
-  const TemporaryDirectory other;
-  WriteBytes(other / "a", "a");
-  ASSERT_TRUE(SetLastWriteTime(other / "a", 1'000'000));
-  EXPECT_FALSE(LinkFile(other / "a", disk.Path() + "/a", false));
-  EXPECT_EQ(LastError(), kErrorNotSameDevice);
-  EXPECT_TRUE(MoveFile(other / "a", disk.Path() + "/a"));
-  EXPECT_FALSE(FileExists(other / "a"));
-  EXPECT_EQ(ReadBytes(disk.Path() + "/a"), "a");
-  EXPECT_EQ(GetFileInfo(disk.Path() + "/a")->lastWriteTime, 1'000'000);
-  WriteBytes(other / "b", "b");
-  EXPECT_FALSE(MoveFile(other / "b", disk.Path() + "/a"));
-  EXPECT_EQ(LastError(), kErrorAlreadyExists);
+TEST_F(Disk, FilesMoveBetweenTwo) {
+  WriteBytes(root_ / "a", "a");
+  ASSERT_TRUE(SetLastWriteTime(root_ / "a", 1'000'000));
+  EXPECT_EQ(ErrorOf(LinkFile(root_ / "a", onDisk_, false)), kErrorNotSameDevice);
+  EXPECT_TRUE(MoveFile(root_ / "a", onDisk_));
+  EXPECT_FALSE(FileExists(root_ / "a"));
+  EXPECT_EQ(ReadBytes(onDisk_), "a");
+  EXPECT_EQ(GetFileInfo(onDisk_)->lastWriteTime, 1'000'000);
+  WriteBytes(root_ / "b", "b");
+  EXPECT_EQ(ErrorOf(MoveFile(root_ / "b", onDisk_)), kErrorAlreadyExists);
 }
 
 // Every way to change something in a place where nothing may be changed; 0.MAI is there.
@@ -371,24 +359,20 @@ void ExpectRefused(const std::string& place, std::int32_t error) {
       {"create", [&] { return open("/1.MAI", Disposition::kCreateNew); }},
   };
   for (const auto& [name, change] : changes) {
-    EXPECT_FALSE(change()) << name;
-    EXPECT_EQ(LastError(), error) << name;
+    EXPECT_EQ(ErrorOf(change()), error) << name;
   }
   EXPECT_EQ(ReadWholeFile(place + "/0.MAI"), "old");
 }
 
-TEST(Disk, WhenReadOnlySaysSo) {
-  const SmallDisk disk(65536);
-  if (!disk.IsMounted()) GTEST_SKIP() << "may not mount a small disk";
-  WriteBytes(disk.Path() + "/0.MAI", "old");
-  ASSERT_TRUE(disk.MakeReadOnly());
-  ExpectRefused(disk.Path(), kErrorWriteProtect);
-  File reader =
-      File::Open(disk.Path() + "/0.MAI", Access::kRead, kShareNone, Disposition::kOpenExisting);
+TEST_F(Disk, WhenReadOnlySaysSo) {
+  WriteBytes(onDisk_, "old");
+  ASSERT_TRUE(disk_.MakeReadOnly());
+  ExpectRefused(disk_.Path(), kErrorWriteProtect);
+  File reader = File::Open(onDisk_, Access::kRead, kShareNone, Disposition::kOpenExisting);
   EXPECT_EQ(reader.ReadAll(), "old");
 }
 
-TEST(Disk, WhatMayNotBeWrittenIsDenied) {
+TEST(ReadOnlyDirectory, WhatMayNotBeWrittenIsDenied) {
   const TemporaryDirectory root;
   WriteBytes(root / "0.MAI", "old");
   ASSERT_EQ(chmod((root / "0.MAI").c_str(), 0444), 0);
