@@ -23,15 +23,11 @@ void Reload() {
 }  // namespace
 
 SettingsFixture::SettingsFixture() {
-  platform::SetClock(&clock_);
   platform::SettingsStore::UsePath(directory_ / "settings.db");
   Set("Connector Root Directory", directory_.Path(), "CONNECTORS");
 }
 
-SettingsFixture::~SettingsFixture() {
-  platform::SetClock(nullptr);
-  settings::ForgetSettings();
-}
+SettingsFixture::~SettingsFixture() { settings::ForgetSettings(); }
 
 void SettingsFixture::Set(std::string_view name, std::uint32_t value, std::string_view key) {
   EXPECT_TRUE(platform::SettingsStore::Default().SetDword(WholeKey(key), name, value));

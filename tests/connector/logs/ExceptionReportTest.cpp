@@ -9,7 +9,7 @@
 namespace corvane {
 namespace {
 
-class ExceptionReportTest : public LogFixture {};
+using ExceptionReportTest = LogFixture;
 
 constexpr SourcePlace kPlace{"/some/where/SFDeliver.cpp", 42};
 
@@ -42,29 +42,26 @@ const ReportCase kReports[] = {
 TEST_F(ExceptionReportTest, EachFormGoesToBothLogsAndTheExceptionGoesOn) {
   Use(2, 0);
   for (const ReportCase& row : kReports) {
-    events_.clear();
+    events_.all.clear();
     const std::string printed =
         Printed([&] { EXPECT_ANY_THROW(ReportAndRethrow(row.name, kPlace, row.body)); });
     EXPECT_EQ(printed, Dated("DATE 12:00:00 ") + row.report);
-    ASSERT_EQ(events_.size(), 1U);
-    EXPECT_EQ(events_[0].source, "Corvane");
-    EXPECT_EQ(events_[0].type, 4);
-    EXPECT_EQ(events_[0].id, 0x40000001U);
-    EXPECT_EQ(events_[0].second, row.report);
+    EXPECT_EQ(events_.all, (std::vector<test::HeardEvents::Event>{
+                               {"Corvane", platform::EventType{4}, 0x40000001, row.report}}));
   }
 }
 
 TEST_F(ExceptionReportTest, ResultsAndExceptionsPassUnchanged) {
   EXPECT_EQ(ReportAndRethrow("Unit", CV_HERE, [] { return 7; }), 7);
-  EXPECT_TRUE(events_.empty());
+  EXPECT_TRUE(events_.all.empty());
   try {
     ReportAndRethrow("Unit", CV_HERE, [] { throw 5; });
     ADD_FAILURE();
   } catch (int value) {
     EXPECT_EQ(value, 5);
   }
-  ASSERT_EQ(events_.size(), 1U);
-  EXPECT_NE(events_[0].second.find(" : ExceptionReportTest, line "), std::string::npos);
+  ASSERT_EQ(events_.all.size(), 1U);
+  EXPECT_NE(events_.all[0].text.find(" : ExceptionReportTest, line "), std::string::npos);
 }
 
 TEST_F(ExceptionReportTest, EndExceptionHandsOverWhatIsKnown) {
@@ -77,7 +74,7 @@ TEST_F(ExceptionReportTest, EndExceptionHandsOverWhatIsKnown) {
             "Code = 0x00000001\nCode meaning = m\nSource = s\nError Description = d\n");
   EXPECT_FALSE(EndException([] { throw 1; }, keep));
   EXPECT_EQ(seen.kind, ExceptionDetails::Kind::kUnknown);
-  EXPECT_TRUE(events_.empty());
+  EXPECT_TRUE(events_.all.empty());
 }
 
 }  // namespace

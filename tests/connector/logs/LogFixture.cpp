@@ -27,26 +27,23 @@ std::string LocalNow(const char* format) {
 LogFixture::LogFixture() : clock_(NextNoon()) {
   setenv("TZ", "XYZ-1", 1);
   tzset();
-  platform::SetClock(&clock_);
   setenv("CORVANE_SETTINGS", (directory_ / "settings.db").c_str(), 1);
   std::filesystem::create_directory(directory_ / "debug");
   std::filesystem::create_directory(directory_ / "activity");
-  platform::SetEventListener(
-      [](void* context, std::string_view source, platform::EventType type, std::uint32_t id,
-         std::string_view first, std::string_view second) {
-        static_cast<LogFixture*>(context)->events_.push_back(
-            {std::string(source), static_cast<std::int32_t>(type), id, std::string(first),
-             std::string(second)});
-      },
-      this);
 }
 
-LogFixture::~LogFixture() {
-  CloseDebugLog();
+LogFixture::~LogFixture() { CloseBoth(); }
+
+void LogFixture::OpenBoth() {
+  Use(1, 1);
+  OpenActivityLog();
+  OpenDebugLog();
+}
+
+void LogFixture::CloseBoth() {
   CloseActivityLog();
+  CloseDebugLog();
   ReleaseLogMutexes();
-  platform::SetEventListener(nullptr, nullptr);
-  platform::SetClock(nullptr);
 }
 
 void LogFixture::Use(std::uint32_t debugEnabled, std::uint32_t activityLogEnabled,

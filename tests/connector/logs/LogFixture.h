@@ -5,23 +5,12 @@
 
 #include <cstdint>
 #include <string>
-#include <string_view>
-#include <vector>
 
-#include "platform/Clock.h"
-#include "platform/Reports.h"
+#include "tests/support/HeardEvents.h"
 #include "tests/support/TemporaryDirectory.h"
+#include "tests/support/TestClock.h"
 
 namespace corvane {
-
-struct Event {
-  std::string source;
-  std::int32_t type;
-  std::uint32_t id;
-  std::string first;
-  std::string second;
-  bool operator==(const Event&) const = default;
-};
 
 // Each test has a day of its own, at 12:00:00 local time (an hour ahead of UTC), since the logs
 // remember their file's name as long as the process runs.
@@ -32,6 +21,9 @@ class LogFixture : public testing::Test {
 
   // The settings, as the start of the connector loads them.
   void Use(std::uint32_t debugEnabled, std::uint32_t activityLogEnabled, std::uint32_t level = 5);
+  // Both logs into files; and their end, as at the service's stop.
+  void OpenBoth();
+  static void CloseBoth();
   // To the first second after the next local midnight.
   void PassMidnight() { clock_.Advance((12 * 3600 + 1) * 1000LL); }
 
@@ -43,8 +35,8 @@ class LogFixture : public testing::Test {
   [[nodiscard]] std::string Dated(std::string text) const;
 
   test::TemporaryDirectory directory_;
-  platform::VirtualClock clock_;
-  std::vector<Event> events_;
+  test::TestClock clock_;
+  test::HeardEvents events_;
 
  private:
   [[nodiscard]] std::string File(const std::string& pattern) const;

@@ -39,7 +39,6 @@ void PollerFixture::TellingClock::Sleep(std::int64_t milliseconds) {
 }
 
 PollerFixture::PollerFixture() {
-  platform::SetClock(&clock_);
   fs::create_directories(QueueDirectory() + "/Messages");
   setenv("CORVANE_STUB_ANSWERS", (Directory() / "answers").c_str(), 1);
   setenv("CORVANE_STUB_LOG", (Directory() / "calls").c_str(), 1);
@@ -49,18 +48,9 @@ PollerFixture::PollerFixture() {
   Set("Debug Logging Level", 10, kSf);
   Set("Update Statistics", 1);
   EXPECT_TRUE(LoadConfigurationProvider(kPostofficeProvider));
-  platform::SetEventListener(
-      [](void* context, std::string_view, platform::EventType, std::uint32_t, std::string_view,
-         std::string_view text) {
-        auto* self = static_cast<PollerFixture*>(context);
-        const std::lock_guard lock(self->eventMutex_);
-        self->events_.emplace_back(text);
-      },
-      this);
 }
 
 PollerFixture::~PollerFixture() {
-  platform::SetEventListener(nullptr, nullptr);
   UnloadConfigurationProvider(kPostofficeProvider);
   settings::StopFlag() = 0;
   settings::ActiveDeliveryThreads() = 0;

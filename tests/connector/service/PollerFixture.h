@@ -2,13 +2,12 @@
 #pragma once
 
 #include <functional>
-#include <mutex>
 #include <string>
 #include <string_view>
 #include <thread>
 #include <vector>
 
-#include "platform/Clock.h"
+#include "tests/support/HeardEvents.h"
 #include "tests/support/SettingsFixture.h"
 
 namespace corvane {
@@ -49,18 +48,17 @@ class PollerFixture : public test::SettingsFixture {
   // before each wait the workers that were started have ended.
   std::vector<std::string> Poll(int waits, const std::function<void(int)>& onWait = nullptr);
 
-  std::vector<std::string> events_;  // second strings of the event log
-  int busyPlaces_ = 0;               // of ActiveDeliveryThreads, taken by the test
+  test::HeardEvents events_;
+  int busyPlaces_ = 0;  // of ActiveDeliveryThreads, taken by the test
 
  private:
-  class TellingClock : public platform::VirtualClock {
+  class TellingClock : public test::TestClock {
    public:
     void Sleep(std::int64_t milliseconds) override;
     std::thread::id poller;
     std::function<void(std::int64_t)> onSleep;
   };
 
-  std::mutex eventMutex_;
   TellingClock clock_;
 };
 

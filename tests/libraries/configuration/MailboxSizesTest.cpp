@@ -11,10 +11,11 @@
 #include <vector>
 
 #include "configuration/MailboxSizes.h"
-#include "platform/Clock.h"
 #include "tests/support/AsNobody.h"
+#include "tests/support/InDirectory.h"
 #include "tests/support/RunProgram.h"
-#include "tests/support/TemporaryDirectory.h"
+#include "tests/support/TestClock.h"
+#include "tests/support/Threads.h"
 
 namespace corvane::configuration {
 namespace {
@@ -217,8 +218,7 @@ TEST(MailboxSizes, ManyChangesBetweenTwoMeasurementsAreAllSeen) {
 }
 
 TEST(MailboxSizes, IsListedAnewAfterAnHour) {
-  platform::VirtualClock clock;
-  platform::Clock* before = platform::SetClock(&clock);
+  test::TestClock clock;
   const TemporaryDirectory directory;
   WriteBytes(directory / "a.MAI", "12345");
   MailboxSizes sizes;
@@ -229,14 +229,12 @@ TEST(MailboxSizes, IsListedAnewAfterAnHour) {
   clock.Advance(1);
   ASSERT_EQ(sizes.BytesOf(directory.Path()), 5u);
   EXPECT_EQ(sizes.Listings(), 2u);
-  platform::SetClock(before);
 }
 
 // A folder that can't be watched is listed at each change, but only new names are looked at; a file
 // that was written anew shows after five minutes.
 TEST(MailboxSizes, UnwatchedFoldersKeepTheSizesOfTheirFiles) {
-  platform::VirtualClock clock;
-  platform::Clock* before = platform::SetClock(&clock);
+  test::TestClock clock;
   const TemporaryDirectory directory;
   Spread(directory.Path(), "m", 100, "12345");
   MailboxSizes sizes(false);
@@ -247,7 +245,6 @@ TEST(MailboxSizes, UnwatchedFoldersKeepTheSizesOfTheirFiles) {
   fs::remove(directory / "new");
   clock.Advance(300'000);
   EXPECT_EQ(sizes.BytesOf(directory.Path()), 700u) << "all are one file";
-  platform::SetClock(before);
 }
 
 // A folder that can't be looked at keeps its size: an empty mailbox would have room for anything.
