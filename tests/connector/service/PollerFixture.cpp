@@ -8,7 +8,6 @@
 #include "connector/service/Poller.h"
 #include "connector/settings/ProcessState.h"
 #include "platform/Reports.h"
-#include "platform/SettingsStore.h"
 #include "tests/support/BuildPlaces.h"
 
 namespace corvane {
@@ -80,11 +79,6 @@ bool PollerFixture::IsQueued(const std::string& name) const {
 
 bool PollerFixture::HasMessageFile(const std::string& name) const {
   return fs::exists(QueueDirectory() + "/Messages/" + name);
-}
-
-void PollerFixture::Store(std::string_view name, std::uint32_t value) {
-  EXPECT_TRUE(platform::SettingsStore::Default().SetDword(
-      "SOFTWARE\\Wow6432Node\\Corvane\\Corvane\\CONNECTORS\\SF", name, value));
 }
 
 void PollerFixture::Answer(const std::string& lines) {

@@ -37,8 +37,6 @@ class PollerFixture : public test::SettingsFixture {
   [[nodiscard]] bool HasMessageFile(const std::string& name) const;
   [[nodiscard]] std::string QueueDirectory() const { return Directory() / "SF/Outgoing"; }
 
-  // A change that somebody else makes while the poller runs.
-  static void Store(std::string_view name, std::uint32_t value);
   // What the stub libraries answer, and the calls that they got.
   void Answer(const std::string& lines);
   [[nodiscard]] std::string Calls() const;

@@ -14,6 +14,7 @@
 #include "platform/SettingsStore.h"
 #include "tests/connector/service/PollerFixture.h"
 #include "tests/support/AsNobody.h"
+#include "tests/support/StoredSettings.h"
 
 namespace corvane {
 namespace {
@@ -98,8 +99,8 @@ TEST_F(PollerTest, AtTheThreadLimitTheSweepStaysOnItsFile) {
   settings::ActiveDeliveryThreads() = 3;
   std::optional<std::uint32_t> length;
   const auto change = [&](int wait) {
-    if (wait == 2) Store("Outbound Poll Delay", 900);
-    if (wait == 3) Store("Maximum Pickup Threads", 4);
+    if (wait == 2) test::StoreSetting("Outbound Poll Delay", 900, kSf);
+    if (wait == 3) test::StoreSetting("Maximum Pickup Threads", 4, kSf);
     if (wait == 5) length = settings::Find(settings::kOutboundQueueLength);
   };
   EXPECT_EQ(Sweeps(Poll(5, change)), (Trace{"wait 1000", "wait 700", "wait 900", Locked(kOne),
