@@ -1,8 +1,5 @@
 // DatabaseTest.cpp -- what callers of the SQLite layer rely on: values come back as they were
 // given, a transaction is all or nothing, and each kind of failure has its number.
-#include <gtest/gtest.h>
-
-#include <filesystem>
 
 #include "platform/Database.h"
 #include "tests/support/ErrorOf.h"

@@ -1,5 +1,4 @@
 // Files and directories by their paths.
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <cstdlib>

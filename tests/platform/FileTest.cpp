@@ -1,5 +1,4 @@
 // Open files: dispositions, reading, writing, whole reads.
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <filesystem>

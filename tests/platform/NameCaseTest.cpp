@@ -1,6 +1,5 @@
 // Names in any case on a disk that tells cases apart, and what looking them up costs.
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 

@@ -1,5 +1,4 @@
 // ServiceControlTest.cpp -- words to the service manager, stop signals, its tools.
-#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <atomic>

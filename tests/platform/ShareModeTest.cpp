@@ -1,5 +1,4 @@
 // Opens against opens: between threads, processes, and against deletes, renames and replacements.
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 

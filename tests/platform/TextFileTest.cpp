@@ -1,5 +1,4 @@
 // Text files: CR LF on disk, "\n" in the program.
-#include <gtest/gtest.h>
 
 #include <vector>
 

@@ -1,6 +1,5 @@
 // Files that appear at once: what readers see, what stops leave, full and read-only disks.
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 

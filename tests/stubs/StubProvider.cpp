@@ -18,7 +18,6 @@
 // "throw" in place of the result throws an exception. A field Remove=PATH removes that file. A
 // value "<full>" fills a text to its last byte without a NUL. "%20" stands for a blank. Each call
 // adds a line, its name and what it was asked, to the file that CORVANE_STUB_LOG names.
-#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>

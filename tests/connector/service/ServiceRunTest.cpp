@@ -1,5 +1,4 @@
 // ServiceRunTest.cpp -- the order of start and stop, state reports, command line, installation.
-#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <csignal>

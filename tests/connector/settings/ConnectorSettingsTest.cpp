@@ -2,12 +2,14 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "connector/settings/ConnectorSettings.h"
 #include "connector/settings/ProcessState.h"
 #include "connector/settings/Settings.h"
 #include "connector/settings/SettingsSource.h"
+#include "tests/support/StoredSettings.h"
 #include "tests/support/TemporarySettings.h"
 
 namespace corvane::settings {
@@ -20,11 +22,9 @@ class ConnectorSettingsTest : public testing::Test {
   ConnectorSettingsTest() { ForgetSettings(); }
   ~ConnectorSettingsTest() override { ForgetSettings(); }
 
-  void Store(const DwordSetting& setting, std::uint32_t value) {
-    ASSERT_TRUE(settings_.Store().SetDword(WholeKey(setting.key), setting.name, value));
-  }
-  void Store(const TextSetting& setting, std::string_view value) {
-    ASSERT_TRUE(settings_.Store().SetString(WholeKey(setting.key), setting.name, value));
+  template <typename Value>
+  static void Store(const Setting& setting, Value value) {
+    test::StoreSetting(setting.name, value, WholeKey(setting.key));
   }
 
   // Loads and returns what the console showed.
@@ -123,13 +123,8 @@ TEST_F(ConnectorSettingsTest, FlagsAndTheIntervalFollowTheirRules) {
 
 TEST_F(ConnectorSettingsTest, RawNumbersAreReadAsFourBytes) {
   using platform::SettingValue;
-  struct Case {
-    const char* name;
-    SettingValue stored;
-    std::int32_t result;
-    std::uint32_t value;
-  };
-  const Case cases[] = {
+  // What is stored, the result, and what is read.
+  const std::tuple<const char*, SettingValue, std::int32_t, std::uint32_t> cases[] = {
       {"a number", SettingValue::Dword(0xFFFFFFFF), 1, 0xFFFFFFFF},
       {"four bytes", SettingValue::Binary(std::string_view("\x01\x02\x00\x80", 4)), 1, 0x80000201},
       {"three bytes", SettingValue::Binary("abc"), 0, 77},
@@ -137,12 +132,12 @@ TEST_F(ConnectorSettingsTest, RawNumbersAreReadAsFourBytes) {
       {"no bytes", SettingValue::Binary(""), 0, 77},
       {"a text", SettingValue::String("10"), 0, 77},
   };
-  for (const Case& row : cases) {
+  for (const auto& [name, stored, result, expected] : cases) {
     ASSERT_TRUE(
-        settings_.Store().Apply({{platform::SettingChange::Kind::kSet, kSf, "Value", row.stored}}));
+        settings_.Store().Apply({{platform::SettingChange::Kind::kSet, kSf, "Value", stored}}));
     std::uint32_t value = 77;
-    EXPECT_EQ(ReadSettingDword(kSf, "value", &value), row.result) << row.name;
-    EXPECT_EQ(value, row.value) << row.name;
+    EXPECT_EQ(ReadSettingDword(kSf, "value", &value), result) << name;
+    EXPECT_EQ(value, expected) << name;
   }
   std::uint32_t value = 77;
   for (const char* key : {"", "SOFTWARE\\Nothing", static_cast<const char*>(nullptr)}) {
@@ -156,14 +151,8 @@ TEST_F(ConnectorSettingsTest, RawNumbersAreReadAsFourBytes) {
 TEST_F(ConnectorSettingsTest, RawTextsFillTheirBuffer) {
   ASSERT_TRUE(settings_.Store().SetString(kSf, "Text", "0123456789"));
   ASSERT_TRUE(settings_.Store().SetDword(kSf, "Number", 7));
-  struct Case {
-    const char* key;
-    const char* name;
-    std::size_t size;
-    std::int32_t result;
-    const char* text;
-  };
-  const Case cases[] = {
+  // A key and a name, the size of the buffer, the result, and what is in the buffer.
+  const std::tuple<const char*, const char*, std::size_t, std::int32_t, const char*> cases[] = {
       {kSf, "Text", 32, 1, "0123456789"},
       {kSf, "Text", 11, 1, "0123456789"},
       {kSf, "Text", 5, 1, "0123"},
@@ -175,10 +164,10 @@ TEST_F(ConnectorSettingsTest, RawTextsFillTheirBuffer) {
       {"", "Text", 32, 0, ""},
       {"SOFTWARE\\Elsewhere", "Text", 32, 0, ""},
   };
-  for (const Case& row : cases) {
+  for (const auto& [key, name, size, result, text] : cases) {
     char buffer[33] = "untouched";
-    EXPECT_EQ(ReadSettingString(row.key, row.name, buffer, row.size), row.result) << row.key;
-    EXPECT_STREQ(buffer, row.text) << row.key;
+    EXPECT_EQ(ReadSettingString(key, name, buffer, size), result) << key;
+    EXPECT_STREQ(buffer, text) << key;
   }
 }
 

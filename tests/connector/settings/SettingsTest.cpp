@@ -2,12 +2,13 @@
 #include <gtest/gtest.h>
 
 #include <set>
-#include <thread>
-#include <vector>
+#include <tuple>
 
 #include "connector/settings/KnownSettings.h"
 #include "connector/settings/Settings.h"
+#include "tests/support/StoredSettings.h"
 #include "tests/support/TemporarySettings.h"
+#include "tests/support/Threads.h"
 
 namespace corvane::settings {
 namespace {
@@ -17,11 +18,9 @@ class SettingsTest : public testing::Test {
   SettingsTest() { ForgetSettings(); }
   ~SettingsTest() override { ForgetSettings(); }
 
-  void Store(const DwordSetting& setting, std::uint32_t value) {
-    ASSERT_TRUE(settings_.Store().SetDword(WholeKey(setting.key), setting.name, value));
-  }
-  void Store(const TextSetting& setting, std::string_view value) {
-    ASSERT_TRUE(settings_.Store().SetString(WholeKey(setting.key), setting.name, value));
+  template <typename Value>
+  static void Store(const Setting& setting, Value value) {
+    test::StoreSetting(setting.name, value, WholeKey(setting.key));
   }
 
   // These values and no others, with nothing held; -1 is an absent one.
@@ -85,13 +84,8 @@ TEST_F(SettingsTest, StartValuesWaitForTheLoad) {
 }
 
 TEST_F(SettingsTest, CachedValuesHoldUnlessTheyEqualTheirMark) {
-  struct Case {
-    const char* name;
-    const DwordSetting& setting;
-    std::uint32_t first;
-    bool held;
-  };
-  const Case cases[] = {
+  // What is stored first, and whether it holds beside another.
+  const std::tuple<const char*, const DwordSetting&, std::uint32_t, bool> cases[] = {
       {"a plain one", kQueuePrioritization, 1, true},
       {"a stored 0", kQueuedDeliveryExpiryThreshold, 0, true},
       {"-1 is the usual mark", kQueuePrioritization, 0xFFFFFFFF, false},
@@ -103,12 +97,12 @@ TEST_F(SettingsTest, CachedValuesHoldUnlessTheyEqualTheirMark) {
       {"Notify Clients TimeOut at 0", kNotifyClientsTimeOut, 0, false},
       {"Notify Clients TimeOut holds -1", kNotifyClientsTimeOut, 0xFFFFFFFF, true},
   };
-  for (const Case& row : cases) {
+  for (const auto& [name, setting, first, held] : cases) {
     ForgetSettings();
-    Store(row.setting, row.first);
-    EXPECT_EQ(Get(row.setting), row.first) << row.name;
-    Store(row.setting, 17);
-    EXPECT_EQ(Get(row.setting), row.held ? row.first : 17) << row.name;
+    Store(setting, first);
+    EXPECT_EQ(Get(setting), first) << name;
+    Store(setting, 17);
+    EXPECT_EQ(Get(setting), held ? first : 17) << name;
   }
 }
 
@@ -126,60 +120,44 @@ TEST_F(SettingsTest, AnAbsentCachedValueHoldsItsDefault) {
 
 TEST_F(SettingsTest, ThreadsThatMeetAtTheFirstUseAgree) {
   Store(kBackupIndexInterval, 11);
-  std::vector<std::thread> threads;
-  std::atomic<int> wrong{0};
-  for (int i = 0; i < 8; ++i) {
-    threads.emplace_back([&] {
-      for (int turn = 0; turn < 1000; ++turn) wrong += Get(kBackupIndexInterval) == 11 ? 0 : 1;
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(wrong, 0);
+  const test::Threads threads(8, [](int) {
+    for (int turn = 0; turn < 1000; ++turn) ASSERT_EQ(Get(kBackupIndexInterval), 11U);
+  });
 }
 
 constexpr int kAbsent = -1;
 
 TEST_F(SettingsTest, NdrGenerationGoesThroughItsRule) {
-  struct Case {
-    int connector;
-    int smtp;
-    std::int32_t flag;
-    std::uint32_t mode;
-  };
-  const Case cases[] = {{kAbsent, kAbsent, 0, 0},
-                        {kAbsent, 1, 0, 0},
-                        {1, 0, 0, 1},
-                        {7, 0, 0, 7},
-                        {2, kAbsent, 1, 0},
-                        {2, 1, 0, 1},
-                        {2, 2, 0, 2},
-                        {2, 3, 0, 1},
-                        {2, 3, 1, 3},
-                        {3, 0, 0, 1},
-                        {3, 0, 1, 3}};
-  for (const Case& row : cases) {
-    StoreAnew({{kNoNdrGeneration, row.connector}, {kNoNdrGenerationSmtp, row.smtp}});
-    EXPECT_EQ(NdrGenerationMode(row.flag), row.mode) << row.connector << row.smtp << row.flag;
+  // The connector's value, that of SMTP, the caller's flag, and the mode.
+  const std::tuple<int, int, std::int32_t, std::uint32_t> cases[] = {{kAbsent, kAbsent, 0, 0},
+                                                                     {kAbsent, 1, 0, 0},
+                                                                     {1, 0, 0, 1},
+                                                                     {7, 0, 0, 7},
+                                                                     {2, kAbsent, 1, 0},
+                                                                     {2, 1, 0, 1},
+                                                                     {2, 2, 0, 2},
+                                                                     {2, 3, 0, 1},
+                                                                     {2, 3, 1, 3},
+                                                                     {3, 0, 0, 1},
+                                                                     {3, 0, 1, 3}};
+  for (const auto& [connector, smtp, flag, mode] : cases) {
+    StoreAnew({{kNoNdrGeneration, connector}, {kNoNdrGenerationSmtp, smtp}});
+    EXPECT_EQ(NdrGenerationMode(flag), mode) << connector << smtp << flag;
   }
 }
 
 TEST_F(SettingsTest, RealtimeTrainingNeedsAllThree) {
-  struct Case {
-    int status;
-    int mode;
-    int training;
-    bool on;
-  };
-  const Case cases[] = {{0, 1, 1, true},  {5, 1, 2, true},       {kAbsent, 1, 1, false},
-                        {1, 0, 1, false}, {1, 2, 1, false},      {1, kAbsent, 1, false},
-                        {1, 1, 0, false}, {1, 1, kAbsent, false}};
-  for (const Case& row : cases) {
-    StoreAnew({{kBayesianFilteringStatus, row.status},
-               {kBayesianTrainingMode, row.mode},
-               {kBayesianRealtimeTraining, row.training}});
-    EXPECT_EQ(RealtimeTrainingEnabled(), row.on) << row.status << row.mode << row.training;
+  // Filtering status, training mode, realtime training, and whether it is on.
+  const std::tuple<int, int, int, bool> cases[] = {
+      {0, 1, 1, true},  {5, 1, 2, true},        {kAbsent, 1, 1, false}, {1, 0, 1, false},
+      {1, 2, 1, false}, {1, kAbsent, 1, false}, {1, 1, 0, false},       {1, 1, kAbsent, false}};
+  for (const auto& [status, mode, training, on] : cases) {
+    StoreAnew({{kBayesianFilteringStatus, status},
+               {kBayesianTrainingMode, mode},
+               {kBayesianRealtimeTraining, training}});
+    EXPECT_EQ(RealtimeTrainingEnabled(), on) << status << mode << training;
     ASSERT_TRUE(settings_.Clear());
-    EXPECT_EQ(RealtimeTrainingEnabled(), row.on) << "held";
+    EXPECT_EQ(RealtimeTrainingEnabled(), on) << "held";
   }
 }
 

@@ -1,13 +1,10 @@
 // The size that is kept by what changes must at all times be the size that a plain walk finds, and
 // must not cost a listing for a change.
-#include <gtest/gtest.h>
 
 #include <atomic>
 #include <filesystem>
-#include <functional>
 #include <random>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "configuration/MailboxSizes.h"

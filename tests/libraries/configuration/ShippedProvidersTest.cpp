@@ -1,6 +1,5 @@
 // The shipped configuration providers, asked through the connector's bindings while the store is
 // changed beside them.
-#include <gtest/gtest.h>
 #include <sqlite3.h>
 
 #include <atomic>

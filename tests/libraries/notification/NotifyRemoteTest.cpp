@@ -1,5 +1,4 @@
 // The shipped notification library against a real socket of a service.
-#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <csignal>

@@ -1,4 +1,3 @@
-#include <gtest/gtest.h>
 
 #include "SERVICES/Library/LIBStoreIndexSerialisation/IndexInspection.h"
 #include "SERVICES/Library/LIBStoreLibrary/StoreLibrary.h"

@@ -1,6 +1,5 @@
 // SettingsCommandsTest.cpp -- cvctl settings as administrators and scripts use it: output, exit
 // codes, and one line on standard error that says what to do.
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <filesystem>
