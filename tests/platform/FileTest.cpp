@@ -2,6 +2,7 @@
 #include <sys/stat.h>
 
 #include <filesystem>
+#include <tuple>
 
 #include "platform/File.h"
 #include "platform/FileSystem.h"
@@ -18,13 +19,8 @@ using test::TemporaryDirectory;
 using test::WriteBytes;
 
 TEST(File, DispositionsMakeEmptyOrLeave) {
-  struct Case {
-    Disposition disposition;
-    bool there;
-    std::int32_t error;
-    std::string_view after;
-  };
-  const Case cases[] = {
+  // A disposition, whether the file is there, the error, and what is in the file afterwards.
+  const std::tuple<Disposition, bool, std::int32_t, std::string_view> cases[] = {
       {Disposition::kOpenExisting, true, 0, "old"},
       {Disposition::kOpenExisting, false, kErrorFileNotFound, ""},
       {Disposition::kCreateNew, true, kErrorFileExists, "old"},
@@ -36,16 +32,16 @@ TEST(File, DispositionsMakeEmptyOrLeave) {
       {Disposition::kTruncateExisting, true, 0, ""},
       {Disposition::kTruncateExisting, false, kErrorFileNotFound, ""},
   };
-  for (const Case& c : cases) {
+  for (const auto& [disposition, there, error, after] : cases) {
     const TemporaryDirectory root;
     const std::string path = root / "f";
-    if (c.there) WriteBytes(path, "old");
+    if (there) WriteBytes(path, "old");
     SetLastError(0);
-    const File file = File::Open(path, Access::kReadWrite, kShareNone, c.disposition);
-    EXPECT_EQ(file.IsOpen(), c.error == 0);
-    EXPECT_EQ(LastError(), c.error);
-    EXPECT_EQ(ReadBytes(path), c.after);
-    EXPECT_EQ(std::filesystem::exists(path), c.there || c.error == 0);
+    const File file = File::Open(path, Access::kReadWrite, kShareNone, disposition);
+    EXPECT_EQ(file.IsOpen(), error == 0);
+    EXPECT_EQ(LastError(), error);
+    EXPECT_EQ(ReadBytes(path), after);
+    EXPECT_EQ(std::filesystem::exists(path), there || error == 0);
   }
 }
 

@@ -13,7 +13,7 @@
 #include "platform/NamedMutex.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/ErrorOf.h"
-#include "tests/support/TemporaryDirectory.h"
+#include "tests/support/InDirectory.h"
 
 namespace corvane::platform {
 namespace {
@@ -34,13 +34,10 @@ LockOutcome LockOnAnotherThread(NamedMutex& mutex, std::int64_t timeout) {
   return outcome;
 }
 
-class NamedMutexTest : public testing::Test {
+class NamedMutexTest : public test::InDirectory {
  protected:
-  NamedMutexTest() { setenv("CORVANE_SETTINGS", (directory_ / "settings.db").c_str(), 1); }
-
+  NamedMutexTest() { setenv("CORVANE_SETTINGS", (root_ / "settings.db").c_str(), 1); }
   ~NamedMutexTest() override { unsetenv("CORVANE_SETTINGS"); }
-
-  test::TemporaryDirectory directory_;
 };
 
 TEST_F(NamedMutexTest, ThreadsOfProcessesThatStartTogetherExcludeEachOther) {
@@ -130,7 +127,7 @@ TEST_F(NamedMutexTest, OpenFindsWhatSomebodyHasOnly) {
 TEST_F(NamedMutexTest, InstallationsDoNotMeet) {
   const auto here = NamedMutex::Create("POCDebugLog");
   ASSERT_EQ(here->Lock(0), LockOutcome::kLocked);
-  setenv("CORVANE_SETTINGS", (directory_ / "another.db").c_str(), 1);
+  setenv("CORVANE_SETTINGS", (root_ / "another.db").c_str(), 1);
   const auto there = NamedMutex::Create("POCDebugLog");
   EXPECT_EQ(LockOnAnotherThread(*there, 0), LockOutcome::kLocked);
   EXPECT_TRUE(here->Unlock());

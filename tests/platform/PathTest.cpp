@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <tuple>
 #include <vector>
 
 #include "platform/NameTable.h"
@@ -94,12 +95,8 @@ TEST(NameTable, IsInOrderAndFolded) {
 }
 
 TEST(NameTable, TellsHowANameIsLookedFor) {
-  struct Case {
-    std::string_view name;
-    names::Kind kind;
-    std::string_view spelling;
-  };
-  const Case cases[] = {
+  // A name, how it is looked for, and how the table spells it.
+  const std::tuple<std::string_view, names::Kind, std::string_view> cases[] = {
       {"0A.MAI", names::Kind::kExact, ""},
       {"_0a.mai", names::Kind::kExact, ""},
       {"anna@acme.upd", names::Kind::kExact, ""},
@@ -112,10 +109,10 @@ TEST(NameTable, TellsHowANameIsLookedFor) {
       {"_SRCHIDX.UPD", names::Kind::kTable, "_srchidx.upd"},
       {"anna", names::Kind::kSearched, ""},
   };
-  for (const Case& c : cases) {
-    const names::Rule rule = names::RuleFor(c.name);
-    EXPECT_EQ(rule.kind, c.kind) << c.name;
-    EXPECT_EQ(rule.spelling.value_or(""), c.spelling) << c.name;
+  for (const auto& [name, kind, spelling] : cases) {
+    const names::Rule rule = names::RuleFor(name);
+    EXPECT_EQ(rule.kind, kind) << name;
+    EXPECT_EQ(rule.spelling.value_or(""), spelling) << name;
   }
 }
 

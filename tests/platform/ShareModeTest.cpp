@@ -48,6 +48,15 @@ bool Allows(int holder, int opener) {
 }
 bool GoTogether(int a, int b) { return Allows(a, b) && Allows(b, a); }
 
+// While somebody holds `path` in the mode `holder`, those get it whom the rule lets in.
+void ExpectRule(const std::string& path, int holder, int openers = kModes) {
+  for (int opener = 0; opener < openers; ++opener) {
+    const bool opened = OpenMode(path, opener).IsOpen();
+    EXPECT_EQ(opened, GoTogether(holder, opener)) << Describe(holder) << ", " << Describe(opener);
+    EXPECT_EQ(opened ? kErrorSharingViolation : LastError(), kErrorSharingViolation);
+  }
+}
+
 class ShareModes : public test::InDirectory {
  protected:
   ShareModes() { WriteBytes(path_, "x"); }
@@ -59,14 +68,7 @@ TEST_F(ShareModes, HoldBetweenThreads) {
   for (int holder = 0; holder < kModes; ++holder) {
     const File held = OpenMode(path_, holder);
     ASSERT_TRUE(held) << Describe(holder);
-    std::thread([&] {
-      for (int opener = 0; opener < kModes; ++opener) {
-        const bool opened = OpenMode(path_, opener).IsOpen();
-        EXPECT_EQ(opened, GoTogether(holder, opener))
-            << Describe(holder) << ", " << Describe(opener);
-        EXPECT_EQ(opened ? kErrorSharingViolation : LastError(), kErrorSharingViolation);
-      }
-    }).join();
+    std::thread([&] { ExpectRule(path_, holder); }).join();
   }
 }
 
@@ -79,10 +81,7 @@ TEST_F(ShareModes, HoldBetweenProcesses) {
   });
   for (int holder = 0; holder < kModes; ++holder) {
     ASSERT_EQ(child.Ask(holder), 1);
-    for (int opener = 0; opener < kModes; ++opener) {
-      EXPECT_EQ(OpenMode(path_, opener).IsOpen(), GoTogether(holder, opener))
-          << Describe(holder) << ", " << Describe(opener);
-    }
+    ExpectRule(path_, holder);
   }
 }
 
@@ -94,10 +93,7 @@ TEST_F(ShareModes, HoldOnReadOnlyFiles) {
   for (int holder = 0; holder < 8; ++holder) {
     const File held = OpenMode(path_, holder);
     ASSERT_TRUE(held) << Describe(holder);
-    for (int opener = 0; opener < 8; ++opener) {
-      EXPECT_EQ(OpenMode(path_, opener).IsOpen(), GoTogether(holder, opener))
-          << Describe(holder) << ", " << Describe(opener);
-    }
+    ExpectRule(path_, holder, 8);
   }
   EXPECT_EQ(test::ErrorOf(File::Open(path_, Access::kWrite, kShareAll, Disposition::kOpenExisting)),
             kErrorAccessDenied);
@@ -291,10 +287,7 @@ TEST_F(ShareModes, RelaxingLetsOthersIn) {
   for (int mode = 0; mode < 8; ++mode) {
     File file = File::Open(path_, Access::kReadWrite, kShareNone, Disposition::kOpenExisting);
     EXPECT_TRUE(file.RelaxShare(ShareOf(mode)));
-    for (int opener = 0; opener < kModes; ++opener) {
-      EXPECT_EQ(OpenMode(path_, opener).IsOpen(), GoTogether(16 + mode, opener))
-          << Describe(mode) << ", " << Describe(opener);
-    }
+    ExpectRule(path_, 16 + mode);
     EXPECT_EQ(file.RelaxShare(kShareNone), mode == 0);
   }
 }
