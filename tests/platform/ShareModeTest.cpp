@@ -214,12 +214,9 @@ TEST_F(ShareModes, OneOfSeveralDeletersDeletes) {
       work, [&] { EXPECT_EQ(deleted, 1); });
 }
 
-struct Change {
-  const char* name;
-  bool (*apply)(const std::string& held, const std::string& other);
-};
 constexpr Durability kUnflushed = Durability::kNone;
-const Change kChanges[] = {
+using Change = bool (*)(const std::string& held, const std::string& other);
+const std::pair<const char*, Change> kChanges[] = {
     {"Delete", [](auto& held, auto&) { return DeleteFile(held); }},
     {"RenameAway", [](auto& held, auto&) { return MoveFile(held, held + "2", true); }},
     {"RenameOver", [](auto& held, auto& other) { return MoveFile(other, held, true); }},
@@ -232,17 +229,17 @@ const Change kChanges[] = {
 TEST_F(ShareModes, HoldersKeepTheName) {
   const std::string held = root_ / "held.MAI";
   const std::string other = root_ / "other.MAI";
-  for (const Change& change : kChanges) {
+  for (const auto& [name, change] : kChanges) {
     for (int mode = 0; mode < kModes; ++mode) {
       unlink(held.c_str());
       WriteBytes(held, "old");
       WriteBytes(other, "other");
       const File file = OpenMode(held, mode);
       ASSERT_TRUE(file);
-      const bool changed = change.apply(held, other);
-      EXPECT_EQ(changed, ShareOf(mode).remove) << change.name << ", " << Describe(mode);
+      const bool changed = change(held, other);
+      EXPECT_EQ(changed, ShareOf(mode).remove) << name << ", " << Describe(mode);
       if (changed) continue;
-      EXPECT_EQ(LastError(), kErrorSharingViolation) << change.name << ", " << Describe(mode);
+      EXPECT_EQ(LastError(), kErrorSharingViolation) << name << ", " << Describe(mode);
       EXPECT_EQ(test::ReadBytes(held), "old");
       EXPECT_EQ(test::ReadBytes(other), "other");
     }

@@ -29,6 +29,13 @@ using test::SmallDisk;
 using test::TemporaryDirectory;
 using test::WriteBytes;
 
+// Puts a new file of that text in the place of `held`, which is given up; holds the new one.
+File Replace(const std::string& path, File& held, std::string_view text, Share share,
+             Durability durability) {
+  WholeFile whole = WholeFile::Create(path);
+  return whole && whole.Write(text) ? whole.CommitOver(held, share, durability) : File();
+}
+
 std::set<std::string> NamesIn(const std::string& path) {
   std::set<std::string> names;
   for (const auto& entry : std::filesystem::directory_iterator(path)) {
@@ -145,8 +152,7 @@ TEST_P(WholeFiles, ReadersSeeOldOrNew) {
   });
   while (!stop) {
     const std::string bytes = ReadBytes(path_);
-    ASSERT_EQ(bytes.size(), kSize);
-    ASSERT_EQ(bytes.find_first_not_of(bytes[0]), std::string::npos);
+    ASSERT_EQ(bytes, std::string(kSize, bytes[0]));
   }
   writer.join();
 }
@@ -158,8 +164,7 @@ TEST_P(WholeFiles, SeveralWritersLeaveOneWhole) {
       if (WriteWholeFile(path_, std::string(20'000, letter), true, Durability::kNone)) {
         ++written;
         const std::string bytes = ReadBytes(path_);
-        ASSERT_EQ(bytes.size(), 20'000U);
-        ASSERT_EQ(bytes.find_first_not_of(bytes[0]), std::string::npos);
+        ASSERT_EQ(bytes, std::string(20'000, bytes[0]));
       } else {
         ASSERT_EQ(LastError(), kErrorSharingViolation);
       }
@@ -176,16 +181,13 @@ TEST_P(WholeFiles, StateChangesHandsUnderItsClaim) {
   WriteBytes(path_, "old");
   File held = File::Open(path_, Access::kReadWrite, kShareNone, Disposition::kOpenExisting);
   for (int i = 0; i < 3; ++i) {
-    WholeFile whole = WholeFile::Create(path_);
-    ASSERT_TRUE(whole.Write(std::to_string(i)));
-    held = whole.CommitOver(held, kShareNone, Durability::kDataAndName);
+    held = Replace(path_, held, std::to_string(i), kShareNone, Durability::kDataAndName);
     ASSERT_TRUE(held);
     EXPECT_EQ(ReadBytes(path_), std::to_string(i));
     EXPECT_EQ(held.ReadAll(), std::to_string(i));
     EXPECT_EQ(ErrorOf(ReadWholeFile(path_)), kErrorSharingViolation);
   }
-  WholeFile whole = WholeFile::Create(path_);
-  const File shared = whole.CommitOver(held, kShareRead, Durability::kNone);
+  const File shared = Replace(path_, held, "", kShareRead, Durability::kNone);
   EXPECT_TRUE(shared);
   EXPECT_FALSE(held);
   EXPECT_EQ(ReadWholeFile(path_), "");
@@ -204,9 +206,7 @@ TEST_P(WholeFiles, NobodyGetsBetweenTwoStates) {
     }
   });
   for (int i = 0; i < 300; ++i) {
-    WholeFile whole = WholeFile::Create(path_);
-    ASSERT_TRUE(whole.Write(std::to_string(i)));
-    held = whole.CommitOver(held, kShareNone, Durability::kNone);
+    held = Replace(path_, held, std::to_string(i), kShareNone, Durability::kNone);
     ASSERT_TRUE(held);
   }
   stop = true;
@@ -224,10 +224,7 @@ struct Operation {
 bool Rewrite(const TemporaryDirectory& root) {
   File held =
       File::Open(root / "0.MAI", Access::kReadWrite, kShareNone, Disposition::kOpenExisting);
-  if (!held) return false;
-  WholeFile whole = WholeFile::Create(root / "0.MAI");
-  return whole && whole.Write("new") &&
-         whole.CommitOver(held, kShareNone, Durability::kDataAndName).IsOpen();
+  return held && Replace(root / "0.MAI", held, "new", kShareNone, Durability::kDataAndName);
 }
 
 bool Write(const TemporaryDirectory& root) { return WriteWholeFile(root / "0.MAI", "new"); }

@@ -1,6 +1,7 @@
 // ExceptionReportTest.cpp -- the three forms of a report, byte for byte, and where they go.
 #include <functional>
 #include <stdexcept>
+#include <tuple>
 
 #include "SERVICES/Library/xMutexLock/Exception.h"
 #include "connector/logs/ExceptionReport.h"
@@ -13,12 +14,8 @@ using ExceptionReportTest = LogFixture;
 
 constexpr SourcePlace kPlace{"/some/where/SFDeliver.cpp", 42};
 
-struct ReportCase {
-  const char* name;
-  std::function<void()> body;
-  const char* report;
-};
-const ReportCase kReports[] = {
+// The name of a unit, what it does, and the report.
+const std::tuple<const char*, std::function<void()>, const char*> kReports[] = {
     {"NotifyClients", [] { throw 5; },
      "NotifyClients raised an exception.\n"
      "The exception occurred in : SFDeliver, line 42\n"},
@@ -41,13 +38,13 @@ const ReportCase kReports[] = {
 
 TEST_F(ExceptionReportTest, EachFormGoesToBothLogsAndTheExceptionGoesOn) {
   Use(2, 0);
-  for (const ReportCase& row : kReports) {
+  for (const auto& [name, body, report] : kReports) {
     events_.all.clear();
-    const std::string printed =
-        Printed([&] { EXPECT_ANY_THROW(ReportAndRethrow(row.name, kPlace, row.body)); });
-    EXPECT_EQ(printed, Dated("DATE 12:00:00 ") + row.report);
+    testing::internal::CaptureStdout();
+    EXPECT_ANY_THROW(ReportAndRethrow(name, kPlace, body));
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), Dated("DATE 12:00:00 ") + report);
     EXPECT_EQ(events_.all, (std::vector<test::HeardEvents::Event>{
-                               {"Corvane", platform::EventType{4}, 0x40000001, row.report}}));
+                               {"Corvane", platform::EventType{4}, 0x40000001, report}}));
   }
 }
 

@@ -151,7 +151,7 @@ TEST_F(LogsTest, ProcessesKeepTheirLinesWhole) {
   for (const auto& [line, count] : lines) EXPECT_EQ(count, 1) << line;
 }
 
-TEST_F(LogsTest, StopUnderRunningWorkersIsSafe) {
+TEST_F(LogsTest, StopUnderRunningWorkersIsSafeAndLinesAfterItAreDropped) {
   CreateLogMutexes();
   OpenBoth();
   std::atomic<bool> stop{false};
@@ -167,10 +167,14 @@ TEST_F(LogsTest, StopUnderRunningWorkersIsSafe) {
   CloseBoth();
   stop = true;
   workers.Join();
+  LogDebug("late\n");
+  LogActivity("late\n");
   LogActivityToFile("late\n");
   CloseDebugLog();
   for (const std::string& log : {DebugFile(), ActivityFile()}) {
     EXPECT_TRUE(log.ends_with(kClosedText)) << "nothing behind it";
+    EXPECT_EQ(log.find("late"), std::string::npos);
+    EXPECT_EQ(log.find(kClosedText), log.rfind(kClosedText)) << "closed once";
   }
 }
 
@@ -258,20 +262,6 @@ TEST_F(LogsTest, EventLogGetsTwoStringsAndKeepsTheLastError) {
                              {"Service Control Manager", platform::EventType{4}, 0x40000001, ""}}));
   EXPECT_EQ(events_.firstStrings[0],
             "Corvane Postoffice Service (" + platform::ProgramPath() + ") error: 5");
-}
-
-TEST_F(LogsTest, LinesAfterTheCloseAreDropped) {
-  CreateLogMutexes();
-  OpenBoth();
-  CloseBoth();
-  const std::string debug = DebugFile();
-  const std::string activity = ActivityFile();
-  LogDebug("late\n");
-  LogActivity("late\n");
-  LogActivityToFile("late\n");
-  CloseDebugLog();
-  EXPECT_EQ(DebugFile(), debug);
-  EXPECT_EQ(ActivityFile(), activity);
 }
 
 }  // namespace

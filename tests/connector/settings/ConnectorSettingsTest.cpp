@@ -27,6 +27,15 @@ class ConnectorSettingsTest : public testing::Test {
     test::StoreSetting(setting.name, value, WholeKey(setting.key));
   }
 
+  // With these values and no others; null is an absent one.
+  void LoadOnly(std::initializer_list<std::pair<const TextSetting&, const char*>> values) {
+    ASSERT_TRUE(settings_.Clear());
+    for (const auto& [setting, value] : values) {
+      if (value != nullptr) Store(setting, value);
+    }
+    Load();
+  }
+
   // Loads and returns what the console showed.
   std::string Load() {
     testing::internal::CaptureStdout();
@@ -76,34 +85,31 @@ TEST_F(ConnectorSettingsTest, TheConsoleTellsOfTheRootAndTheProviders) {
 }
 
 TEST_F(ConnectorSettingsTest, PathsFallBackAsTheyShould) {
-  struct Case {
-    const char* name;
-    const char* rootOfSf;
-    const char* root;
-    const char* queue;
-    const char* mailRoot;
-    const char* mailRootOfSf;
-    const char* mail;
+  using Row = std::tuple<const char*, const char*, const char*, const char*>;
+  // The connector's own root, the common one (null: absent), and the queue.
+  const Row queues[] = {
+      {"only the common root", nullptr, "C:\\Con", "C:\\Con\\SF\\Outgoing"},
+      {"the connector's own root first", "D:\\Sf", "C:\\Con", "D:\\Sf\\SF\\Outgoing"},
+      {"an empty one is none", "", "/con/", "/con/SF\\Outgoing"},
+      {"only the connector's own root", "/sf", nullptr, "/sf\\SF\\Outgoing"},
+      {"nothing at all", nullptr, nullptr, ""},
   };
-  const Case cases[] = {
-      {"only the common root", nullptr, "C:\\Con", "C:\\Con\\SF\\Outgoing", "/mail", nullptr,
-       "/mail"},
-      {"the connector's own root first", "D:\\Sf", "C:\\Con", "D:\\Sf\\SF\\Outgoing", "/mail",
-       "/old", "/mail"},
-      {"an empty one is none", "", "/con/", "/con/SF\\Outgoing", "", "/old", "/old"},
-      {"only the old mail root", "/sf", nullptr, "/sf\\SF\\Outgoing", nullptr, "/old", "/old"},
-      {"nothing at all", nullptr, nullptr, "", nullptr, nullptr, ""},
+  for (const auto& [name, own, common, queue] : queues) {
+    LoadOnly({{kConnectorRootDirectorySf, own}, {kConnectorRootDirectory, common}});
+    EXPECT_EQ(OutboundMessageQueue(), queue) << name;
+    EXPECT_EQ(ConnectorRootDirectory(), common == nullptr ? "" : common) << name;
+  }
+  // The mail root, the old one, and what counts.
+  const Row mailRoots[] = {
+      {"only the mail root", "/mail", nullptr, "/mail"},
+      {"the mail root first", "/mail", "/old", "/mail"},
+      {"an empty one is none", "", "/old", "/old"},
+      {"only the old one", nullptr, "/old", "/old"},
+      {"nothing at all", nullptr, nullptr, ""},
   };
-  for (const Case& row : cases) {
-    ASSERT_TRUE(settings_.Clear());
-    if (row.rootOfSf != nullptr) Store(kConnectorRootDirectorySf, row.rootOfSf);
-    if (row.root != nullptr) Store(kConnectorRootDirectory, row.root);
-    if (row.mailRoot != nullptr) Store(kMailRoot, row.mailRoot);
-    if (row.mailRootOfSf != nullptr) Store(kMailRootDirectory, row.mailRootOfSf);
-    Load();
-    EXPECT_EQ(OutboundMessageQueue(), row.queue) << row.name;
-    EXPECT_EQ(ConnectorRootDirectory(), row.root == nullptr ? "" : row.root) << row.name;
-    EXPECT_EQ(MailRoot(), row.mail) << row.name;
+  for (const auto& [name, mailRoot, old, expected] : mailRoots) {
+    LoadOnly({{kMailRoot, mailRoot}, {kMailRootDirectory, old}});
+    EXPECT_EQ(MailRoot(), expected) << name;
   }
 }
 
