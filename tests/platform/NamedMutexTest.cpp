@@ -1,5 +1,4 @@
 // NamedMutexTest.cpp -- named mutexes between threads and processes, and what dead owners leave.
-#include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>

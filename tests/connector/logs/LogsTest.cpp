@@ -81,9 +81,7 @@ TEST_F(LogsTest, DebugTargets) {
 TEST_F(LogsTest, LineAfterMidnightIsTheOldFilesAndTheNextTheNewOnes) {
   OpenBoth();
   const std::string oldDate = Date();
-  const std::string oldDebug =
-      directory_ / "debug/POC-Debug-" +
-      platform::FormatTime(platform::ToLocalTime(platform::NowSeconds()), "%y%m%d.log");
+  const std::string oldDebug = DebugPath();
   PassMidnight();
   LogDebug("late\n");
   LogActivity("late\n");

@@ -1,5 +1,4 @@
 // ConnectorSettingsTest.cpp -- the load at start and the raw calls.
-#include <gtest/gtest.h>
 
 #include <string>
 #include <tuple>

@@ -1,5 +1,4 @@
 // SettingsTest.cpp -- when each kind of setting is read, and the rules over several of them.
-#include <gtest/gtest.h>
 
 #include <set>
 #include <tuple>

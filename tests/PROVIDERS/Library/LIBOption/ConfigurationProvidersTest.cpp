@@ -3,7 +3,6 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
-#include <vector>
 
 #include "PROVIDERS/Library/LIBOption/ConfigurationProviders.h"
 #include "connector/settings/ProcessState.h"
