@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "connector/settings/SettingKeys.h"
+#include "connector/settings/SettingsTable.h"
 #include "platform/SettingsStore.h"
 
 namespace corvane::test {
@@ -18,6 +19,14 @@ inline void StoreSetting(std::string_view name, std::uint32_t value, std::string
 inline void StoreSetting(std::string_view name, std::string_view value,
                          std::string_view key = ".") {
   EXPECT_TRUE(platform::SettingsStore::Default().SetString(settings::WholeKey(key), name, value));
+}
+
+// A declared setting.
+inline void StoreSetting(const settings::DwordSetting& setting, std::uint32_t value) {
+  StoreSetting(setting.name, value, WholeKey(setting.key));
+}
+inline void StoreSetting(const settings::TextSetting& setting, std::string_view value) {
+  StoreSetting(setting.name, value, WholeKey(setting.key));
 }
 
 }  // namespace corvane::test

@@ -14,6 +14,8 @@
 namespace corvane::settings {
 namespace {
 
+using test::StoreSetting;
+
 constexpr const char* kSf = "SOFTWARE\\Wow6432Node\\Corvane\\Corvane\\CONNECTORS\\SF";
 
 class ConnectorSettingsTest : public testing::Test {
@@ -21,16 +23,11 @@ class ConnectorSettingsTest : public testing::Test {
   ConnectorSettingsTest() { ForgetSettings(); }
   ~ConnectorSettingsTest() override { ForgetSettings(); }
 
-  template <typename Value>
-  static void Store(const Setting& setting, Value value) {
-    test::StoreSetting(setting.name, value, WholeKey(setting.key));
-  }
-
   // With these values and no others; null is an absent one.
   void LoadOnly(std::initializer_list<std::pair<const TextSetting&, const char*>> values) {
     ASSERT_TRUE(settings_.Clear());
     for (const auto& [setting, value] : values) {
-      if (value != nullptr) Store(setting, value);
+      if (value != nullptr) StoreSetting(setting, value);
     }
     Load();
   }
@@ -52,8 +49,8 @@ class ConnectorSettingsTest : public testing::Test {
 
 TEST_F(ConnectorSettingsTest, LoadsEveryStartValueAndClearsTheFlags) {
   std::uint32_t value = 1000;
-  for (const DwordSetting* setting : AllNumbers()) Store(*setting, ++value);
-  for (const TextSetting* setting : AllTexts()) Store(*setting, setting->name);
+  for (const DwordSetting* setting : AllNumbers()) StoreSetting(*setting, ++value);
+  for (const TextSetting* setting : AllTexts()) StoreSetting(*setting, setting->name);
   StopFlag() = 1;
   StoppedFlag() = 1;
   Load();
@@ -62,15 +59,15 @@ TEST_F(ConnectorSettingsTest, LoadsEveryStartValueAndClearsTheFlags) {
   for (const TextSetting* setting : AllTexts()) EXPECT_EQ(Get(*setting), setting->name);
   EXPECT_EQ(StopFlag(), 0);
   EXPECT_EQ(StoppedFlag(), 0);
-  Store(kOutgoingPollInterval, 5);
-  Store(kRedirectionEnabled, 1);
+  StoreSetting(kOutgoingPollInterval, 5);
+  StoreSetting(kRedirectionEnabled, 1);
   EXPECT_NE(Get(kOutgoingPollInterval), 5U);
   EXPECT_NE(Get(kRedirectionEnabled), 1U);
 }
 
 TEST_F(ConnectorSettingsTest, TheConsoleTellsOfTheRootAndTheProviders) {
   const std::vector<std::string> order = {"CVAIPO.DLL", "CVAISM.DLL", "CVAIAM.DLL"};
-  Store(kConnectorRootDirectory, "/connectors");
+  StoreSetting(kConnectorRootDirectory, "/connectors");
   EXPECT_EQ(Load(), "Loaded SMTP Configuration Provider\nLoaded Address Map Provider\n");
   EXPECT_EQ(asked_, order);
   ASSERT_TRUE(settings_.Clear());
@@ -114,14 +111,14 @@ TEST_F(ConnectorSettingsTest, PathsFallBackAsTheyShould) {
 
 TEST_F(ConnectorSettingsTest, FlagsAndTheIntervalFollowTheirRules) {
   EXPECT_FALSE(IsAspxWebmail());
-  Store(kApplicationType, "ASPX");
-  Store(kOutgoingPollInterval, 0);
-  Store(kApplicationDirectory, "/opt/corvane/lib");
+  StoreSetting(kApplicationType, "ASPX");
+  StoreSetting(kOutgoingPollInterval, 0);
+  StoreSetting(kApplicationDirectory, "/opt/corvane/lib");
   Load();
   EXPECT_TRUE(IsAspxWebmail());
   EXPECT_EQ(Get(kOutgoingPollInterval), 1U);
   EXPECT_EQ(LibraryDirectory(), "/opt/corvane/lib64");
-  Store(kApplicationType, "ASP");
+  StoreSetting(kApplicationType, "ASP");
   Load();
   EXPECT_FALSE(IsAspxWebmail());
 }
@@ -193,7 +190,7 @@ TEST_F(ConnectorSettingsTest, TheLibraryDirectoryHas64Appended) {
   char buffer[64] = "untouched";
   EXPECT_EQ(GetLibraryDirectory(buffer, sizeof buffer), 0);
   EXPECT_STREQ(buffer, "");
-  Store(kApplicationDirectory, "C:\\Corvane\\bin");
+  StoreSetting(kApplicationDirectory, "C:\\Corvane\\bin");
   EXPECT_EQ(GetLibraryDirectory(buffer, sizeof buffer), 1);
   EXPECT_STREQ(buffer, "C:\\Corvane\\bin64");
 }

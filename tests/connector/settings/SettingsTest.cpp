@@ -12,22 +12,19 @@
 namespace corvane::settings {
 namespace {
 
+using test::StoreSetting;
+
 class SettingsTest : public testing::Test {
  protected:
   SettingsTest() { ForgetSettings(); }
   ~SettingsTest() override { ForgetSettings(); }
-
-  template <typename Value>
-  static void Store(const Setting& setting, Value value) {
-    test::StoreSetting(setting.name, value, WholeKey(setting.key));
-  }
 
   // These values and no others, with nothing held; -1 is an absent one.
   void StoreAnew(std::initializer_list<std::pair<const DwordSetting&, int>> values) {
     ASSERT_TRUE(settings_.Clear());
     ForgetSettings();
     for (const auto& [setting, value] : values) {
-      if (value >= 0) Store(setting, static_cast<std::uint32_t>(value));
+      if (value >= 0) StoreSetting(setting, static_cast<std::uint32_t>(value));
     }
   }
 
@@ -62,22 +59,22 @@ TEST_F(SettingsTest, AbsentValuesGiveTheirDefaults) {
 
 TEST_F(SettingsTest, ReadAtEachUseFollowsTheStore) {
   for (std::uint32_t value : {5u, 0u, 4'000'000'000u}) {
-    Store(kMaximumPickupThreads, value);
+    StoreSetting(kMaximumPickupThreads, value);
     EXPECT_EQ(Get(kMaximumPickupThreads), value);
-    Store(kClusterMode, value);
+    StoreSetting(kClusterMode, value);
     EXPECT_EQ(Get(kClusterMode), value) << "the poller holds what it reads";
   }
-  Store(kOverflowMailbox, "OVERFLOW");
+  StoreSetting(kOverflowMailbox, "OVERFLOW");
   EXPECT_EQ(Get(kOverflowMailbox), "OVERFLOW");
-  Store(kOverflowMailbox, "");
+  StoreSetting(kOverflowMailbox, "");
   EXPECT_EQ(Get(kOverflowMailbox), "") << "a stored empty text is no absent one";
-  Store(kOverflowMailbox, std::string_view("A\0B", 3));
+  StoreSetting(kOverflowMailbox, std::string_view("A\0B", 3));
   EXPECT_EQ(Get(kOverflowMailbox), "A");
 }
 
 TEST_F(SettingsTest, StartValuesWaitForTheLoad) {
-  Store(kOutgoingPollInterval, 7);
-  Store(kMailRoot, "/mail");
+  StoreSetting(kOutgoingPollInterval, 7);
+  StoreSetting(kMailRoot, "/mail");
   EXPECT_EQ(Get(kOutgoingPollInterval), 1U);
   EXPECT_EQ(Get(kMailRoot), "");
 }
@@ -98,9 +95,9 @@ TEST_F(SettingsTest, CachedValuesHoldUnlessTheyEqualTheirMark) {
   };
   for (const auto& [name, setting, first, held] : cases) {
     ForgetSettings();
-    Store(setting, first);
+    StoreSetting(setting, first);
     EXPECT_EQ(Get(setting), first) << name;
-    Store(setting, 17);
+    StoreSetting(setting, 17);
     EXPECT_EQ(Get(setting), held ? first : 17) << name;
   }
 }
@@ -108,8 +105,8 @@ TEST_F(SettingsTest, CachedValuesHoldUnlessTheyEqualTheirMark) {
 TEST_F(SettingsTest, AnAbsentCachedValueHoldsItsDefault) {
   EXPECT_EQ(Get(kSystemMessagesLimit), 60U);
   EXPECT_EQ(Get(kXmlVersion), "");
-  Store(kSystemMessagesLimit, 5);
-  Store(kXmlVersion, "4.0");
+  StoreSetting(kSystemMessagesLimit, 5);
+  StoreSetting(kXmlVersion, "4.0");
   EXPECT_EQ(Get(kSystemMessagesLimit), 60U);
   EXPECT_EQ(Get(kXmlVersion), "");
   ForgetSettings();
@@ -118,7 +115,7 @@ TEST_F(SettingsTest, AnAbsentCachedValueHoldsItsDefault) {
 }
 
 TEST_F(SettingsTest, ThreadsThatMeetAtTheFirstUseAgree) {
-  Store(kBackupIndexInterval, 11);
+  StoreSetting(kBackupIndexInterval, 11);
   const test::Threads threads(8, [](int) {
     for (int turn = 0; turn < 1000; ++turn) ASSERT_EQ(Get(kBackupIndexInterval), 11U);
   });
