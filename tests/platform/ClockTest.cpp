@@ -12,25 +12,18 @@
 namespace corvane::platform {
 namespace {
 
-class ZoneGuard {
- public:
-  explicit ZoneGuard(const char* zone) {
+class ZonedClock : public testing::Test {
+ protected:
+  static void UseZone(const char* zone) {
     setenv("TZ", zone, 1);
     tzset();
   }
-  ~ZoneGuard() {
-    unsetenv("TZ");
-    tzset();
-  }
-  ZoneGuard(const ZoneGuard&) = delete;
-  ZoneGuard& operator=(const ZoneGuard&) = delete;
+  ZonedClock() { UseZone("CET-1CEST,M3.5.0,M10.5.0/3"); }
+  ~ZonedClock() override { UseZone("UTC"); }
 };
 
-struct FormatCase {
-  const char* format;
-  const char* text;
-};
-const FormatCase kFormats[] = {
+// A format and its text.
+const std::pair<const char*, const char*> kFormats[] = {
     {"%m/%d/%y %H:%M:%S", "03/29/26 03:05:09"},
     {"POC-Debug-%y%m%d.log", "POC-Debug-260329.log"},
     {"%a, %d %b %Y %H:%M:%S %z", "Sun, 29 Mar 2026 03:05:09 +0200"},
@@ -40,17 +33,15 @@ const FormatCase kFormats[] = {
     {"%%", "%"},
 };
 
-TEST(Clock, FormatsInEnglish) {
-  const ZoneGuard zone("CET-1CEST,M3.5.0,M10.5.0/3");
+TEST_F(ZonedClock, FormatsInEnglish) {
   const LocalTime time = ToLocalTime(1774746309);  // 01:05:09 UTC, minutes after summer time began
   EXPECT_EQ(time.offsetMinutes, 120);
-  for (const FormatCase& row : kFormats) EXPECT_EQ(FormatTime(time, row.format), row.text);
+  for (const auto& [format, text] : kFormats) EXPECT_EQ(FormatTime(time, format), text);
   const std::string longFormat(5000, 'x');
   EXPECT_EQ(FormatTime(time, longFormat.c_str()), longFormat);
 }
 
-TEST(Clock, TimesAreThoseOfTheZoneAndTheMoment) {
-  const ZoneGuard zone("CET-1CEST,M3.5.0,M10.5.0/3");
+TEST_F(ZonedClock, TimesAreThoseOfTheZoneAndTheMoment) {
   EXPECT_EQ(ToLocalTime(1774745999).offsetMinutes, 60);
   EXPECT_EQ(ToLocalTime(1774745999).hour, 1);
   EXPECT_EQ(ToUtc(1774745999).hour, 0);

@@ -1,20 +1,17 @@
 // DatabaseTest.cpp -- what callers of the SQLite layer rely on: values come back as they were
 // given, a transaction is all or nothing, and each kind of failure has its number.
-#include <gtest/gtest.h>
-
-#include <filesystem>
 
 #include "platform/Database.h"
-#include "platform/Error.h"
-#include "tests/support/TemporaryDirectory.h"
+#include "tests/support/ErrorOf.h"
+#include "tests/support/InDirectory.h"
 
 namespace corvane::platform {
 namespace {
 
-class DatabaseTest : public testing::Test {
+class DatabaseTest : public test::InDirectory {
  protected:
-  Database Make(std::string_view name = "test.db") {
-    Database database = Database::Open(directory_ / name, DatabaseMode::kCreate);
+  Database Make() {
+    Database database = Database::Open(root_ / "test.db", DatabaseMode::kCreate);
     EXPECT_TRUE(database.Execute("CREATE TABLE IF NOT EXISTS item(name TEXT UNIQUE, value)"));
     return database;
   }
@@ -23,8 +20,6 @@ class DatabaseTest : public testing::Test {
     Statement statement = database.Prepare("SELECT count(*) FROM item");
     return statement.Step() ? statement.Number(0) : -1;
   }
-
-  test::TemporaryDirectory directory_;
 };
 
 TEST_F(DatabaseTest, ValuesComeBackAsTheyWereGiven) {
@@ -73,24 +68,18 @@ TEST_F(DatabaseTest, ATransactionWithoutCommitLeavesNothing) {
 
 TEST_F(DatabaseTest, FailuresHaveNumbersAndWords) {
   Database database = Make();
-  test::WriteBytes(directory_ / "noise.db", std::string(5000, 'x'));
-  struct Case {
-    const char* name;
-    const char* file;
-    std::int32_t error;
+  test::WriteBytes(root_ / "noise.db", std::string(5000, 'x'));
+  const std::pair<const char*, std::int32_t> cases[] = {
+      {"missing.db", kErrorFileNotFound},
+      {"missing/directory.db", kErrorPathNotFound},
+      {"noise.db", kErrorFileCorrupt},
   };
-  const Case cases[] = {
-      {"a missing file", "missing.db", kErrorFileNotFound},
-      {"a missing directory", "none/missing.db", kErrorPathNotFound},
-      {"no database", "noise.db", kErrorFileCorrupt},
-  };
-  for (const Case& row : cases) {
+  for (const auto& [file, error] : cases) {
     std::string why;
     SetLastError(0);
-    EXPECT_FALSE(Database::Open(directory_ / row.file, DatabaseMode::kReadWrite, 0, &why))
-        << row.name;
-    EXPECT_EQ(LastError(), row.error) << row.name;
-    EXPECT_NE(why.find(row.file), std::string::npos) << why;
+    const auto opened = Database::Open(root_ / file, DatabaseMode::kReadWrite, 0, &why);
+    EXPECT_EQ(test::ErrorOf(opened), error) << file;
+    EXPECT_NE(why.find(file), std::string::npos) << why;
   }
   EXPECT_FALSE(database.Prepare("SELECT nonsense FROM nowhere").Step());
   EXPECT_EQ(database.ErrorText(), "no such table: nowhere");
@@ -100,10 +89,9 @@ TEST_F(DatabaseTest, ABusyDatabaseIsA32AfterTheWait) {
   Database first = Make();
   Transaction holder(first);
   ASSERT_TRUE(holder.Begun());
-  Database second = Database::Open(directory_ / "test.db", DatabaseMode::kReadWrite, 1);
+  Database second = Database::Open(root_ / "test.db", DatabaseMode::kReadWrite, 1);
   Transaction waiter(second);
-  EXPECT_FALSE(waiter.Begun());
-  EXPECT_EQ(LastError(), kErrorSharingViolation);
+  EXPECT_EQ(test::ErrorOf(waiter.Begun()), kErrorSharingViolation);
   EXPECT_EQ(Count(second), 0) << "a reader goes on beside a writer";
 }
 
@@ -112,8 +100,8 @@ TEST_F(DatabaseTest, AFullDatabaseIsA112AndKeepsWhatItHad) {
   ASSERT_TRUE(database.Execute("PRAGMA max_page_count=4"));
   {
     Transaction transaction(database);
-    EXPECT_FALSE(database.Execute("INSERT INTO item VALUES('big', zeroblob(100000))"));
-    EXPECT_EQ(LastError(), kErrorDiskFull);
+    EXPECT_EQ(test::ErrorOf(database.Execute("INSERT INTO item VALUES('big', zeroblob(100000))")),
+              kErrorDiskFull);
   }
   EXPECT_EQ(database.ErrorText(), "database or disk is full");
   EXPECT_EQ(Count(database), 0);

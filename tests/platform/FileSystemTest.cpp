@@ -1,22 +1,22 @@
 // Files and directories by their paths.
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
-#include <thread>
-#include <vector>
+#include <set>
+#include <tuple>
 
-#include "platform/Error.h"
 #include "platform/FileSystem.h"
 #include "platform/WholeFile.h"
+#include "tests/support/ErrorOf.h"
 #include "tests/support/InDirectory.h"
+#include "tests/support/Threads.h"
 
 namespace corvane::platform {
 namespace {
 
+using test::ErrorOf;
 using test::ReadBytes;
 using test::TemporaryDirectory;
 using test::WriteBytes;
@@ -37,18 +37,13 @@ TEST_F(FileSystem, CopiesKeepBytesAndTime) {
     EXPECT_EQ(info->lastWriteNanoseconds, 123'456'789);
     EXPECT_EQ(info->size, size);
   }
-  EXPECT_FALSE(CopyFile(root_ / "from", root_ / "to", false, false));
-  EXPECT_EQ(LastError(), kErrorFileExists);
-  EXPECT_FALSE(CopyFile(root_ / "none", root_ / "to", true, false));
-  EXPECT_EQ(LastError(), kErrorFileNotFound);
-  EXPECT_FALSE(CopyFile(root_ / "from", root_ / "none\\to", true, false));
-  EXPECT_EQ(LastError(), kErrorPathNotFound);
+  EXPECT_EQ(ErrorOf(CopyFile(root_ / "from", root_ / "to", false, false)), kErrorFileExists);
+  EXPECT_EQ(ErrorOf(CopyFile(root_ / "none", root_ / "to", true, false)), kErrorFileNotFound);
+  EXPECT_EQ(ErrorOf(CopyFile(root_ / "from", root_ / "none\\to", true, false)), kErrorPathNotFound);
 }
 
 struct MoveCase {
-  const char* name;
-  const char* from;
-  const char* to;
+  std::string_view name, from, to;
   bool replace;
   std::int32_t error;
 };
@@ -78,7 +73,7 @@ TEST_F(FileSystem, MovesTakeTheNameOrLeaveAll) {
     SetLastError(0);
     EXPECT_EQ(MoveFile(root / c.from, root / c.to, c.replace), c.error == 0) << c.name;
     EXPECT_EQ(LastError(), c.error) << c.name;
-    const bool gone = c.error == 0 && std::string_view(c.from) != c.to;
+    const bool gone = c.error == 0 && c.from != c.to;
     EXPECT_EQ(std::filesystem::exists(root / c.from), !gone && c.from[0] != 'n') << c.name;
     if (gone && c.from[0] == 'a') {
       EXPECT_EQ(ReadBytes(root / c.to), "a") << c.name;
@@ -96,10 +91,8 @@ TEST_F(FileSystem, LinksGiveAFileASecondName) {
   EXPECT_TRUE(LinkFile(root_ / "a", root_ / "b", false));
   EXPECT_TRUE(LinkFile(root_ / "a", root_ / "b", false));
   EXPECT_EQ(std::filesystem::hard_link_count(root_ / "a"), 3U);
-  EXPECT_FALSE(LinkFile(root_ / "a", root_ / "none\\x", false));
-  EXPECT_EQ(LastError(), kErrorPathNotFound);
-  EXPECT_FALSE(LinkFile(root_ / "none", root_ / "b", false));
-  EXPECT_EQ(LastError(), kErrorFileNotFound);
+  EXPECT_EQ(ErrorOf(LinkFile(root_ / "a", root_ / "none\\x", false)), kErrorPathNotFound);
+  EXPECT_EQ(ErrorOf(LinkFile(root_ / "none", root_ / "b", false)), kErrorFileNotFound);
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(root_.Path()), {}), 3);
 }
 
@@ -107,42 +100,32 @@ TEST_F(FileSystem, DeletesFilesAndNothingElse) {
   WriteBytes(root_ / "a", "a");
   EXPECT_TRUE(CreateDirectory(root_ / "dir"));
   EXPECT_TRUE(DeleteFile(root_ / "a"));
-  EXPECT_FALSE(DeleteFile(root_ / "a"));
-  EXPECT_EQ(LastError(), kErrorFileNotFound);
-  EXPECT_FALSE(DeleteFile(root_ / "dir"));
-  EXPECT_EQ(LastError(), kErrorAccessDenied);
+  EXPECT_EQ(ErrorOf(DeleteFile(root_ / "a")), kErrorFileNotFound);
+  EXPECT_EQ(ErrorOf(DeleteFile(root_ / "dir")), kErrorAccessDenied);
 }
 
 TEST_F(FileSystem, DirectoriesComeAndGo) {
-  EXPECT_FALSE(CreateDirectory(root_ / "a\\b"));
-  EXPECT_EQ(LastError(), kErrorPathNotFound);
+  EXPECT_EQ(ErrorOf(CreateDirectory(root_ / "a\\b")), kErrorPathNotFound);
   EXPECT_TRUE(CreateDirectories(root_ / "a\\b\\\\c\\"));
   EXPECT_TRUE(CreateDirectories(root_ / "a\\b\\c"));
-  EXPECT_FALSE(CreateDirectory(root_ / "a\\b"));
-  EXPECT_EQ(LastError(), kErrorAlreadyExists);
+  EXPECT_EQ(ErrorOf(CreateDirectory(root_ / "a\\b")), kErrorAlreadyExists);
   WriteBytes(root_ / "a/file", "");
   EXPECT_FALSE(CreateDirectories(root_ / "a\\file\\x"));
-  EXPECT_FALSE(CreateDirectories(root_ / "a\\file"));
-  EXPECT_EQ(LastError(), kErrorAlreadyExists);
+  EXPECT_EQ(ErrorOf(CreateDirectories(root_ / "a\\file")), kErrorAlreadyExists);
   EXPECT_TRUE(DirectoryExists(root_ / "A\\B"));
   EXPECT_FALSE(DirectoryExists(root_ / "a\\file"));
-  EXPECT_FALSE(RemoveDirectory(root_ / "a"));
-  EXPECT_EQ(LastError(), kErrorDirectoryNotEmpty);
+  EXPECT_EQ(ErrorOf(RemoveDirectory(root_ / "a")), kErrorDirectoryNotEmpty);
   EXPECT_TRUE(RemoveDirectory(root_ / "a\\b\\c"));
   EXPECT_TRUE(RemoveTree(root_ / "a"));
   EXPECT_FALSE(FileExists(root_ / "a"));
 }
 
 TEST_F(FileSystem, SeveralMayMakeTheSameDirectories) {
-  std::vector<std::thread> threads;
-  for (int i = 0; i < 6; ++i) {
-    threads.emplace_back([&] {
-      for (int round = 0; round < 50; ++round) {
-        EXPECT_TRUE(CreateDirectories(root_ / ("r" + std::to_string(round) + "\\RULES\\deep\\er")));
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
+  const test::Threads threads(6, [&](int) {
+    for (int round = 0; round < 50; ++round) {
+      EXPECT_TRUE(CreateDirectories(root_ / ("r" + std::to_string(round) + "\\RULES\\deep\\er")));
+    }
+  });
 }
 
 TEST_F(FileSystem, ExistsIsFalseForFourErrorsOnly) {
@@ -156,18 +139,13 @@ TEST_F(FileSystem, ExistsIsFalseForFourErrorsOnly) {
   EXPECT_TRUE(FileExists(root_ / std::string(300, 'x')));
 }
 
-struct FindCase {
-  const char* pattern;
-  std::vector<std::string> names;
-  std::int32_t error;
-};
-
 TEST_F(FileSystem, FinderGivesWhatMatches) {
   for (const char* name : {"1.MAI", "2.mai", "_3.MAI", "4.MAI.tmp", "Notes", ".hidden"}) {
     WriteBytes(root_ / name, name);
   }
   std::filesystem::create_directory(root_ / "Sub");
-  const FindCase cases[] = {
+  // A pattern, the names that it finds, and the error at the end.
+  const std::tuple<const char*, std::multiset<std::string>, std::int32_t> cases[] = {
       {"*.MAI", {"1.MAI", "2.mai", "_3.MAI"}, kErrorNoMoreFiles},
       {"*",
        {".hidden", "1.MAI", "2.mai", "4.MAI.tmp", "Notes", "Sub", "_3.MAI"},
@@ -178,17 +156,16 @@ TEST_F(FileSystem, FinderGivesWhatMatches) {
       {"notez", {}, kErrorFileNotFound},
       {"sub\\*", {}, kErrorFileNotFound},
   };
-  for (const FindCase& c : cases) {
-    std::vector<std::string> names;
-    FileFinder finder(root_ / c.pattern);
+  for (const auto& [pattern, expected, error] : cases) {
+    std::multiset<std::string> names;
+    FileFinder finder(root_ / pattern);
     while (const auto found = finder.Next()) {
-      names.push_back(found->name);
+      names.insert(found->name);
       EXPECT_EQ(found->info.directory, found->name == "Sub");
       EXPECT_TRUE(found->info.directory || found->info.size == found->name.size());
     }
-    EXPECT_EQ(LastError(), c.error) << c.pattern;
-    std::sort(names.begin(), names.end());
-    EXPECT_EQ(names, c.names) << c.pattern;
+    EXPECT_EQ(LastError(), error) << pattern;
+    EXPECT_EQ(names, expected) << pattern;
   }
 }
 
@@ -208,21 +185,17 @@ TEST_F(FileSystem, CreationTimeIsTheSystemsOrTheOneSet) {
 TEST_F(FileSystem, DosTimesGoThereAndBack) {
   setenv("TZ", "UTC", 1);
   tzset();
-  struct Case {
-    std::int64_t seconds;
-    std::uint16_t date, time;
-    std::int64_t back;
-  };
-  const Case cases[] = {
+  // Seconds since 1970, the words for date and time, and what they are in seconds.
+  const std::tuple<std::int64_t, std::uint16_t, std::uint16_t, std::int64_t> cases[] = {
       {315'532'800, 0x0021, 0x0000, 315'532'800},      // 1980-01-01 00:00:00
       {1'700'000'001, 0x576E, 0xB1AA, 1'700'000'000},  // 2023-11-14 22:13:21
       {951'827'771, 0x285D, 0x6485, 951'827'770},      // 2000-02-29 12:36:11
   };
-  for (const Case& c : cases) {
-    const DosDateTime words = ToDosDateTime(c.seconds);
-    EXPECT_EQ(words.date, c.date) << c.seconds;
-    EXPECT_EQ(words.time, c.time) << c.seconds;
-    EXPECT_EQ(FromDosDateTime(words), c.back);
+  for (const auto& [seconds, date, time, back] : cases) {
+    const DosDateTime words = ToDosDateTime(seconds);
+    EXPECT_EQ(words.date, date) << seconds;
+    EXPECT_EQ(words.time, time) << seconds;
+    EXPECT_EQ(FromDosDateTime(words), back);
   }
   EXPECT_EQ(ToDosDateTime(0).date, 0);
 }
@@ -230,8 +203,7 @@ TEST_F(FileSystem, DosTimesGoThereAndBack) {
 TEST_F(FileSystem, ADirectoryThatIsMissingCannotBeFlushed) {
   EXPECT_TRUE(FlushDirectory(root_.Path()));
   EXPECT_TRUE(FlushFileSystems({root_.Path(), root_.Path()}));
-  EXPECT_FALSE(FlushDirectory(root_ / "none"));
-  EXPECT_EQ(LastError(), kErrorFileNotFound);
+  EXPECT_EQ(ErrorOf(FlushDirectory(root_ / "none")), kErrorFileNotFound);
   EXPECT_FALSE(FlushFileSystems({root_ / "none"}));
 }
 

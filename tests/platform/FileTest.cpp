@@ -1,30 +1,26 @@
 // Open files: dispositions, reading, writing, whole reads.
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <filesystem>
+#include <tuple>
 
-#include "platform/Error.h"
 #include "platform/File.h"
 #include "platform/FileSystem.h"
+#include "tests/support/ErrorOf.h"
 #include "tests/support/InDirectory.h"
 
 namespace corvane::platform {
 namespace {
 
 using namespace std::string_literals;
+using test::ErrorOf;
 using test::ReadBytes;
 using test::TemporaryDirectory;
 using test::WriteBytes;
 
 TEST(File, DispositionsMakeEmptyOrLeave) {
-  struct Case {
-    Disposition disposition;
-    bool there;
-    std::int32_t error;
-    std::string_view after;
-  };
-  const Case cases[] = {
+  // A disposition, whether the file is there, the error, and what is in the file afterwards.
+  const std::tuple<Disposition, bool, std::int32_t, std::string_view> cases[] = {
       {Disposition::kOpenExisting, true, 0, "old"},
       {Disposition::kOpenExisting, false, kErrorFileNotFound, ""},
       {Disposition::kCreateNew, true, kErrorFileExists, "old"},
@@ -36,16 +32,16 @@ TEST(File, DispositionsMakeEmptyOrLeave) {
       {Disposition::kTruncateExisting, true, 0, ""},
       {Disposition::kTruncateExisting, false, kErrorFileNotFound, ""},
   };
-  for (const Case& c : cases) {
+  for (const auto& [disposition, there, error, after] : cases) {
     const TemporaryDirectory root;
     const std::string path = root / "f";
-    if (c.there) WriteBytes(path, "old");
+    if (there) WriteBytes(path, "old");
     SetLastError(0);
-    const File file = File::Open(path, Access::kReadWrite, kShareNone, c.disposition);
-    EXPECT_EQ(file.IsOpen(), c.error == 0);
-    EXPECT_EQ(LastError(), c.error);
-    EXPECT_EQ(ReadBytes(path), c.after);
-    EXPECT_EQ(std::filesystem::exists(path), c.there || c.error == 0);
+    const File file = File::Open(path, Access::kReadWrite, kShareNone, disposition);
+    EXPECT_EQ(file.IsOpen(), error == 0);
+    EXPECT_EQ(LastError(), error);
+    EXPECT_EQ(ReadBytes(path), after);
+    EXPECT_EQ(std::filesystem::exists(path), there || error == 0);
   }
 }
 
@@ -57,8 +53,8 @@ TEST_F(FileTest, NothingIsEmptiedBeforeTheClaimIsHeld) {
   const File holder = File::Open(path, Access::kRead, kShareRead, Disposition::kOpenExisting);
   for (const Disposition disposition :
        {Disposition::kCreateAlways, Disposition::kTruncateExisting}) {
-    EXPECT_FALSE(File::Open(path, Access::kWrite, kShareNone, disposition));
-    EXPECT_EQ(LastError(), kErrorSharingViolation);
+    EXPECT_EQ(ErrorOf(File::Open(path, Access::kWrite, kShareNone, disposition)),
+              kErrorSharingViolation);
     EXPECT_EQ(ReadBytes(path), "old");
   }
 }
@@ -66,11 +62,7 @@ TEST_F(FileTest, NothingIsEmptiedBeforeTheClaimIsHeld) {
 TEST_F(FileTest, OpeningWhatCannotBeOpenedTellsWhy) {
   std::filesystem::create_directory(root_ / "dir");
   WriteBytes(root_ / "file", "");
-  struct Case {
-    std::string path;
-    std::int32_t error;
-  };
-  const Case cases[] = {
+  const std::pair<std::string, std::int32_t> cases[] = {
       {root_ / "dir", kErrorAccessDenied},
       {root_ / "file\\x", kErrorPathNotFound},
       {root_ / "none\\x", kErrorPathNotFound},
@@ -78,18 +70,18 @@ TEST_F(FileTest, OpeningWhatCannotBeOpenedTellsWhy) {
       {root_ / std::string(256, 'x'), kErrorFilenameTooLong},
       {"", kErrorPathNotFound},
   };
-  for (const Case& c : cases) {
-    for (int disposition = 0; disposition < 5; ++disposition) {
-      const bool createNew = static_cast<Disposition>(disposition) == Disposition::kCreateNew;
+  for (const auto& [path, error] : cases) {
+    const auto errorOfOpening = [&path = path](Access access, Disposition disposition) {
       SetLastError(0);
-      EXPECT_FALSE(
-          File::Open(c.path, Access::kReadWrite, kShareAll, static_cast<Disposition>(disposition)));
-      const bool exists = createNew && c.error == kErrorAccessDenied;
-      EXPECT_EQ(LastError(), exists ? kErrorFileExists : c.error) << c.path << " " << disposition;
+      return ErrorOf(File::Open(path, access, kShareAll, disposition));
+    };
+    for (int number = 0; number < 5; ++number) {
+      const auto disposition = static_cast<Disposition>(number);
+      const bool exists = disposition == Disposition::kCreateNew && error == kErrorAccessDenied;
+      EXPECT_EQ(errorOfOpening(Access::kReadWrite, disposition), exists ? kErrorFileExists : error)
+          << path << " " << number;
     }
-    SetLastError(0);
-    EXPECT_FALSE(File::Open(c.path, Access::kRead, kShareAll, Disposition::kOpenExisting));
-    EXPECT_EQ(LastError(), c.error) << c.path;
+    EXPECT_EQ(errorOfOpening(Access::kRead, Disposition::kOpenExisting), error) << path;
   }
 }
 
@@ -97,16 +89,14 @@ TEST_F(FileTest, AccessIsWhatWasAskedFor) {
   WriteBytes(root_ / "f", "old");
   char byte = 0;
   File reader = File::Open(root_ / "f", Access::kRead, kShareAll, Disposition::kOpenExisting);
-  EXPECT_FALSE(reader.Write("x"));
-  EXPECT_EQ(LastError(), kErrorAccessDenied);
+  EXPECT_EQ(ErrorOf(reader.Write("x")), kErrorAccessDenied);
   EXPECT_FALSE(reader.SetEndOfFile());
   File writer = File::Open(root_ / "f", Access::kWrite, kShareAll, Disposition::kOpenExisting);
   EXPECT_EQ(writer.Read(&byte, 1), -1);
   EXPECT_EQ(LastError(), kErrorAccessDenied);
   EXPECT_FALSE(writer.ReadAll());
   File none;
-  EXPECT_FALSE(none.Write("x"));
-  EXPECT_EQ(LastError(), kErrorInvalidHandle);
+  EXPECT_EQ(ErrorOf(none.Write("x")), kErrorInvalidHandle);
 }
 
 TEST_F(FileTest, WholeReadsEndWhereTheFileEnds) {
@@ -118,8 +108,7 @@ TEST_F(FileTest, WholeReadsEndWhereTheFileEnds) {
     EXPECT_EQ(file.ReadAll(), bytes);
     EXPECT_EQ(file.ReadAll(size), bytes);
     if (size == 0) continue;
-    EXPECT_FALSE(file.ReadAll(size - 1));
-    EXPECT_EQ(LastError(), kErrorNotEnoughMemory);
+    EXPECT_EQ(ErrorOf(file.ReadAll(size - 1)), kErrorNotEnoughMemory);
   }
 }
 

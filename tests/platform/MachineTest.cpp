@@ -2,12 +2,12 @@
 #include <gtest/gtest.h>
 
 #include <set>
-#include <thread>
 #include <vector>
 
 #include "platform/Format.h"
 #include "platform/Machine.h"
 #include "platform/Reports.h"
+#include "tests/support/Threads.h"
 
 namespace corvane::platform {
 namespace {
@@ -15,14 +15,10 @@ namespace {
 TEST(Machine, IdentifiersAreRandomOnesAndNeverTheSame) {
   constexpr std::size_t kThreads = 4;
   constexpr std::size_t kEach = 500;
-  std::vector<std::vector<std::array<std::uint8_t, 16>>> made(kThreads);
-  std::vector<std::thread> threads;
-  for (auto& list : made) {
-    threads.emplace_back([&list] {
-      for (std::size_t i = 0; i < kEach; ++i) list.push_back(NewIdentifier());
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
+  std::vector<std::array<std::uint8_t, 16>> made[kThreads];
+  test::Threads(kThreads, [&](int number) {
+    for (std::size_t i = 0; i < kEach; ++i) made[number].push_back(NewIdentifier());
+  }).Join();
   std::set<std::array<std::uint8_t, 16>> all;
   for (const auto& list : made) {
     for (const auto& identifier : list) {

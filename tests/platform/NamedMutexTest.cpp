@@ -1,5 +1,4 @@
 // NamedMutexTest.cpp -- named mutexes between threads and processes, and what dead owners leave.
-#include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -10,10 +9,10 @@
 #include <thread>
 #include <vector>
 
-#include "platform/Error.h"
 #include "platform/NamedMutex.h"
 #include "tests/support/ChildProcess.h"
-#include "tests/support/TemporaryDirectory.h"
+#include "tests/support/ErrorOf.h"
+#include "tests/support/InDirectory.h"
 
 namespace corvane::platform {
 namespace {
@@ -34,13 +33,10 @@ LockOutcome LockOnAnotherThread(NamedMutex& mutex, std::int64_t timeout) {
   return outcome;
 }
 
-class NamedMutexTest : public testing::Test {
+class NamedMutexTest : public test::InDirectory {
  protected:
-  NamedMutexTest() { setenv("CORVANE_SETTINGS", (directory_ / "settings.db").c_str(), 1); }
-
+  NamedMutexTest() { setenv("CORVANE_SETTINGS", (root_ / "settings.db").c_str(), 1); }
   ~NamedMutexTest() override { unsetenv("CORVANE_SETTINGS"); }
-
-  test::TemporaryDirectory directory_;
 };
 
 TEST_F(NamedMutexTest, ThreadsOfProcessesThatStartTogetherExcludeEachOther) {
@@ -84,8 +80,7 @@ TEST_F(NamedMutexTest, HolderLocksAgainAndOthersTimeOutUntilTheLastUnlock) {
   EXPECT_TRUE(mutex->Unlock());
   EXPECT_EQ(LockOnAnotherThread(*mutex, 10), LockOutcome::kLocked);
   SetLastError(0);
-  EXPECT_FALSE(mutex->Unlock());
-  EXPECT_EQ(LastError(), 288);
+  EXPECT_EQ(test::ErrorOf(mutex->Unlock()), 288);
 }
 
 TEST_F(NamedMutexTest, KilledOwnerLeavesItAbandonedOnce) {
@@ -131,7 +126,7 @@ TEST_F(NamedMutexTest, OpenFindsWhatSomebodyHasOnly) {
 TEST_F(NamedMutexTest, InstallationsDoNotMeet) {
   const auto here = NamedMutex::Create("POCDebugLog");
   ASSERT_EQ(here->Lock(0), LockOutcome::kLocked);
-  setenv("CORVANE_SETTINGS", (directory_ / "another.db").c_str(), 1);
+  setenv("CORVANE_SETTINGS", (root_ / "another.db").c_str(), 1);
   const auto there = NamedMutex::Create("POCDebugLog");
   EXPECT_EQ(LockOnAnotherThread(*there, 0), LockOutcome::kLocked);
   EXPECT_TRUE(here->Unlock());

@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <tuple>
+#include <vector>
 
 #include "platform/NameTable.h"
 #include "platform/Path.h"
@@ -9,14 +11,9 @@
 namespace corvane::platform {
 namespace {
 
-using namespace std::string_literals;
-
 TEST(Path, BecomesASystemPath) {
-  struct Case {
-    std::string_view product;
-    std::string_view system;
-  };
-  const Case cases[] = {
+  // A product path and the system's.
+  const std::pair<std::string_view, std::string_view> cases[] = {
       {"", ""},
       {"\\", "/"},
       {"//", "/"},
@@ -28,7 +25,7 @@ TEST(Path, BecomesASystemPath) {
       {"a\\.\\..\\b", "a/./../b"},
       {"a\\b c .MAI", "a/b c .MAI"},
   };
-  for (const Case& c : cases) EXPECT_EQ(SystemPath(c.product), c.system) << c.product;
+  for (const auto& [product, system] : cases) EXPECT_EQ(SystemPath(product), system) << product;
 }
 
 TEST(Path, IsJoinedAndTakenApart) {
@@ -50,57 +47,36 @@ TEST(Path, IsJoinedAndTakenApart) {
 
 TEST(Path, PatternsMatchInAnyCase) {
   struct Case {
-    std::string_view name, pattern;
-    bool matches;
+    std::string_view pattern;
+    std::vector<std::string_view> matching, others;
   };
   const Case cases[] = {
-      {"A1.MAI", "*.MAI", true},
-      {"a1.mai", "*.MAI", true},
-      {"_a1.MAI", "*.MAI", true},
-      {"_a1.MAI.tmp", "*.MAI", false},
-      {"x.MAI2", "*.MAI", false},
-      {".MAI", "*.MAI", true},
-      {"_5.NEW", "_*.NEW", true},
-      {"5.NEW", "_*.NEW", false},
-      {"noext", "*.*", true},
-      {"noext", "*", true},
-      {"", "*", true},
-      {"", "?", false},
-      {"abc", "a?c", true},
-      {"abbc", "a?c", false},
-      {"abcabd", "*ab?", true},
-      {"aaaaaaaaaaaaaaaaaaaaab", "*a*a*a*a*a*a*c", false},
-      {"a*b", "a\\*b", false},
-      {"abc", "abc*", true},
-      {"abc", "", false},
+      {"*.MAI", {"A1.MAI", "a1.mai", "_a1.MAI", ".MAI"}, {"_a1.MAI.tmp", "x.MAI2"}},
+      {"_*.NEW", {"_5.NEW"}, {"5.NEW"}},
+      {"*.*", {"noext"}, {}},
+      {"*", {"noext", ""}, {}},
+      {"?", {}, {""}},
+      {"a?c", {"abc"}, {"abbc"}},
+      {"*ab?", {"abcabd"}, {}},
+      {"*a*a*a*a*a*a*c", {}, {"aaaaaaaaaaaaaaaaaaaaab"}},
+      {"a\\*b", {}, {"a*b"}},
+      {"abc*", {"abc"}, {}},
+      {"", {}, {"abc"}},
   };
-  for (const Case& c : cases) {
-    EXPECT_EQ(MatchesPattern(c.name, c.pattern), c.matches) << c.name << " " << c.pattern;
+  for (const auto& [pattern, matching, others] : cases) {
+    for (const auto name : matching) EXPECT_TRUE(MatchesPattern(name, pattern)) << name << pattern;
+    for (const auto name : others) EXPECT_FALSE(MatchesPattern(name, pattern)) << name << pattern;
   }
 }
 
 TEST(Path, NamesFromOutsideAreJudged) {
-  const std::string bad[] = {"",
-                             ".",
-                             "..",
-                             "a/b",
-                             "a\\b",
-                             "a\0b"s,
-                             "a\nb"s,
-                             "a\x7F",
-                             "a.",
-                             "a ",
-                             "...",
-                             " ",
-                             "\x1F"s,
-                             "/",
-                             "..\\x",
-                             "a\tb",
-                             std::string(256, 'x')};
-  const std::string good[] = {
-      "a", ".a", "a.b", "..a", "C:", "\xC3\xA4\xFF", "anna@acme", " a", std::string(255, 'x')};
-  for (const std::string& name : bad) EXPECT_FALSE(IsSafeName(name)) << name;
-  for (const std::string& name : good) EXPECT_TRUE(IsSafeName(name)) << name;
+  const std::string_view bad[] = {"",   ".",  "..",  "a/b", "a\\b", {"a\0b", 3}, "a\nb",  "a\x7F",
+                                  "a.", "a ", "...", " ",   "\x1F", "/",         "..\\x", "a\tb"};
+  for (const auto name : bad) EXPECT_FALSE(IsSafeName(name)) << name;
+  const char* good[] = {"a", ".a", "a.b", "..a", "C:", "\xC3\xA4\xFF", "anna@acme", " a"};
+  for (const auto name : good) EXPECT_TRUE(IsSafeName(name)) << name;
+  EXPECT_TRUE(IsSafeName(std::string(255, 'x')));
+  EXPECT_FALSE(IsSafeName(std::string(256, 'x')));
 }
 
 TEST(Path, OnlyAsciiLettersFold) {
@@ -119,12 +95,8 @@ TEST(NameTable, IsInOrderAndFolded) {
 }
 
 TEST(NameTable, TellsHowANameIsLookedFor) {
-  struct Case {
-    std::string_view name;
-    names::Kind kind;
-    std::string_view spelling;
-  };
-  const Case cases[] = {
+  // A name, how it is looked for, and how the table spells it.
+  const std::tuple<std::string_view, names::Kind, std::string_view> cases[] = {
       {"0A.MAI", names::Kind::kExact, ""},
       {"_0a.mai", names::Kind::kExact, ""},
       {"anna@acme.upd", names::Kind::kExact, ""},
@@ -137,10 +109,10 @@ TEST(NameTable, TellsHowANameIsLookedFor) {
       {"_SRCHIDX.UPD", names::Kind::kTable, "_srchidx.upd"},
       {"anna", names::Kind::kSearched, ""},
   };
-  for (const Case& c : cases) {
-    const names::Rule rule = names::RuleFor(c.name);
-    EXPECT_EQ(rule.kind, c.kind) << c.name;
-    EXPECT_EQ(rule.spelling.value_or(""), c.spelling) << c.name;
+  for (const auto& [name, kind, spelling] : cases) {
+    const names::Rule rule = names::RuleFor(name);
+    EXPECT_EQ(rule.kind, kind) << name;
+    EXPECT_EQ(rule.spelling.value_or(""), spelling) << name;
   }
 }
 

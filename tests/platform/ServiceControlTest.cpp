@@ -1,5 +1,4 @@
 // ServiceControlTest.cpp -- words to the service manager, stop signals, its tools.
-#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -7,27 +6,19 @@
 #include <cstdlib>
 #include <thread>
 
-#include "platform/Error.h"
 #include "platform/ServiceControl.h"
-#include "tests/support/DatagramSocket.h"
+#include "tests/support/ErrorOf.h"
+#include "tests/support/ServiceManagerSocket.h"
 #include "tests/support/TemporaryDirectory.h"
 
 namespace corvane::platform {
 namespace {
 
-// A service manager's end of the socket.
-struct Manager : test::DatagramSocket {
-  explicit Manager(const std::string& name) : DatagramSocket(name) {
-    setenv("NOTIFY_SOCKET", name.c_str(), 1);
-  }
-  ~Manager() { unsetenv("NOTIFY_SOCKET"); }
-};
-
 TEST(ServiceControl, ManagerHearsEachState) {
   const test::TemporaryDirectory directory;
   for (const std::string& name :
        {directory / "notify", "@corvane-test-" + std::to_string(getpid())}) {
-    Manager manager(name);
+    test::ServiceManagerSocket manager(name);
     EXPECT_TRUE(HasServiceManager());
     EXPECT_TRUE(TellServiceManager("READY=1\nSTATUS=Running"));
     EXPECT_EQ(manager.Next(), "READY=1\nSTATUS=Running");
@@ -36,7 +27,7 @@ TEST(ServiceControl, ManagerHearsEachState) {
 
 TEST(ServiceControl, ManagerThatDoesNotListenHoldsNobodyUp) {
   const test::TemporaryDirectory directory;
-  Manager manager(directory / "notify");
+  test::ServiceManagerSocket manager(directory / "notify");
   const std::string state(100, 'x');
   int sent = 0;
   while (sent < 100'000 && TellServiceManager(state)) ++sent;
@@ -49,8 +40,7 @@ TEST(ServiceControl, WithoutAManagerNothingIsSent) {
   EXPECT_FALSE(HasServiceManager());
   EXPECT_FALSE(TellServiceManager("READY=1"));
   setenv("NOTIFY_SOCKET", "/nonexistent/notify", 1);
-  EXPECT_FALSE(TellServiceManager("READY=1"));
-  EXPECT_EQ(LastError(), kErrorFileNotFound);
+  EXPECT_EQ(test::ErrorOf(TellServiceManager("READY=1")), kErrorFileNotFound);
   unsetenv("NOTIFY_SOCKET");
 }
 
@@ -88,8 +78,7 @@ TEST(ServiceControl, ToolsTellTheirOutputAndExitCode) {
   ASSERT_TRUE(result);
   EXPECT_EQ(result->output, "a b c\n");
   EXPECT_EQ(result->exitCode, 3);
-  EXPECT_FALSE(RunServiceTool("/nonexistent/tool", {}));
-  EXPECT_EQ(LastError(), kErrorFileNotFound);
+  EXPECT_EQ(test::ErrorOf(RunServiceTool("/nonexistent/tool", {})), kErrorFileNotFound);
 }
 
 }  // namespace

@@ -7,17 +7,19 @@
 #include <functional>
 #include <thread>
 
-#include "platform/Clock.h"
 #include "platform/Database.h"
-#include "platform/Error.h"
 #include "platform/SettingsStore.h"
 #include "tests/support/AsNobody.h"
+#include "tests/support/ErrorOf.h"
 #include "tests/support/RunProgram.h"
 #include "tests/support/SmallDisk.h"
-#include "tests/support/TemporaryDirectory.h"
+#include "tests/support/TestClock.h"
+#include "tests/support/Threads.h"
 
 namespace corvane::platform {
 namespace {
+
+using test::ErrorOf;
 
 using Kind = SettingChange::Kind;
 
@@ -29,9 +31,6 @@ SettingChange Set(std::string key, std::string name, SettingValue value) {
 
 class SettingsStoreTest : public testing::Test {
  protected:
-  SettingsStoreTest() { SetClock(&clock_); }
-  ~SettingsStoreTest() override { SetClock(nullptr); }
-
   // Long enough for the store to look at its path again.
   void PassLookInterval() { clock_.Advance(250); }
 
@@ -41,7 +40,7 @@ class SettingsStoreTest : public testing::Test {
     ASSERT_TRUE(database.Execute(sql)) << database.ErrorText();
   }
 
-  VirtualClock clock_;
+  test::TestClock clock_;
   test::TemporaryDirectory directory_;
   std::string path_ = directory_ / "settings.db";
   SettingsStore store_{path_};
@@ -80,11 +79,9 @@ TEST_F(SettingsStoreTest, TheFirstSpellingIsKept) {
   ASSERT_TRUE(store_.SetDword("SOFTWARE\\First", "Name", 1));
   ASSERT_TRUE(store_.SetDword("software\\FIRST", "NAME", 2));
   ASSERT_TRUE(store_.SetDword("software\\FIRST", "Other", 3));
-  std::vector<SettingEntry> expected = {
-      {"SOFTWARE\\First", "Name", SettingValue::Dword(2)},
-      {"SOFTWARE\\First", "Other", SettingValue::Dword(3)},
-  };
-  EXPECT_EQ(store_.List(""), expected);
+  const std::vector<SettingEntry> kept = {{"SOFTWARE\\First", "Name", SettingValue::Dword(2)},
+                                          {"SOFTWARE\\First", "Other", SettingValue::Dword(3)}};
+  EXPECT_EQ(store_.List(""), kept);
 }
 
 TEST_F(SettingsStoreTest, ListsAKeyWithWhatIsBelowInOrder) {
@@ -114,12 +111,8 @@ TEST_F(SettingsStoreTest, DeletionsAreExact) {
          Set("S\\A\\B", "one", SettingValue::Dword(3)), Set("S\\AB", "one", SettingValue::Dword(4)),
          Set("S\\A B", "one", SettingValue::Dword(5))}));
   };
-  struct Case {
-    const char* name;
-    SettingChange change;
-    std::size_t left;
-  };
-  const Case cases[] = {
+  // What goes, and how many values stay.
+  const std::tuple<const char*, SettingChange, std::size_t> cases[] = {
       {"a value", {Kind::kDeleteValue, "s\\a", "ONE", {}}, 4},
       {"a value that isn't there", {Kind::kDeleteValue, "S\\A", "three", {}}, 5},
       {"a key's last value leaves the key", {Kind::kDeleteValue, "S\\AB", "one", {}}, 5},
@@ -127,19 +120,19 @@ TEST_F(SettingsStoreTest, DeletionsAreExact) {
       {"a key above them all", {Kind::kDeleteKey, "S", "", {}}, 0},
       {"a key that isn't there", {Kind::kDeleteKey, "S\\C", "", {}}, 5},
   };
-  for (const Case& row : cases) {
+  for (const auto& [name, change, left] : cases) {
     ASSERT_TRUE(store_.Apply({{Kind::kDeleteKey, "S", "", {}}}));
     fill();
-    ASSERT_TRUE(store_.Apply({row.change})) << row.name;
-    EXPECT_EQ(store_.List("").size(), row.left) << row.name;
+    ASSERT_TRUE(store_.Apply({change})) << name;
+    EXPECT_EQ(store_.List("").size(), left) << name;
   }
 }
 
 TEST_F(SettingsStoreTest, ChangesAreAllOrNone) {
   ASSERT_TRUE(store_.SetDword(kKey, "Value", 1));
-  EXPECT_FALSE(store_.Apply({Set(kKey, "Value", SettingValue::Dword(2)),
-                             Set("HKLM\\", "Value", SettingValue::Dword(2))}));
-  EXPECT_EQ(LastError(), kErrorInvalidParameter);
+  EXPECT_EQ(ErrorOf(store_.Apply({Set(kKey, "Value", SettingValue::Dword(2)),
+                                  Set("HKLM\\", "Value", SettingValue::Dword(2))})),
+            kErrorInvalidParameter);
   EXPECT_EQ(store_.GetDword(kKey, "Value"), 1U);
 }
 
@@ -170,8 +163,7 @@ TEST_F(SettingsStoreTest, AMissingStoreIsAbsentUntilItAppears) {
   SetLastError(77);
   EXPECT_FALSE(store_.Get(kKey, "Value"));
   EXPECT_EQ(LastError(), 77) << "absent is no error of the reader's";
-  EXPECT_FALSE(store_.Readable());
-  EXPECT_EQ(LastError(), kErrorFileNotFound);
+  EXPECT_EQ(ErrorOf(store_.Readable()), kErrorFileNotFound);
   EXPECT_NE(store_.ErrorText().find("settings.db"), std::string::npos);
   EXPECT_FALSE(std::filesystem::exists(path_)) << "reading makes nothing";
   ASSERT_TRUE(SettingsStore(path_).SetDword(kKey, "Value", 5));
@@ -200,26 +192,20 @@ TEST_F(SettingsStoreTest, UnusableStoresSayWhy) {
   test::WriteBytes(directory_ / "noise.db", std::string(20'000, 'x'));
   test::WriteBytes(directory_ / "empty.db", "");
   std::filesystem::create_directory(directory_ / "folder.db");
-  struct Case {
-    const char* file;
-    bool readable;
-    bool writable;
-    std::int32_t error;
+  const std::pair<const char*, std::int32_t> cases[] = {
+      {"noise.db", kErrorFileCorrupt},
+      {"folder.db", kErrorAccessDenied},
+      {"none/settings.db", kErrorPathNotFound},
+      {"empty.db", 0},
   };
-  const Case cases[] = {
-      {"noise.db", false, false, kErrorFileCorrupt},
-      {"folder.db", false, false, kErrorAccessDenied},
-      {"none/settings.db", false, false, kErrorPathNotFound},
-      {"empty.db", true, true, 0},
-  };
-  for (const Case& row : cases) {
-    SettingsStore store(directory_ / row.file);
-    EXPECT_FALSE(store.Get(kKey, "Value")) << row.file;
-    EXPECT_EQ(store.Readable(), row.readable) << row.file;
+  for (const auto& [file, error] : cases) {
+    SettingsStore store(directory_ / file);
+    EXPECT_FALSE(store.Get(kKey, "Value")) << file;
+    EXPECT_EQ(store.Readable(), error == 0) << file;
     SetLastError(0);
-    EXPECT_EQ(store.SetDword(kKey, "Value", 1), row.writable) << row.file << store.ErrorText();
-    EXPECT_EQ(LastError(), row.error) << row.file << store.ErrorText();
-    EXPECT_EQ(store.GetDword(kKey, "Value").has_value(), row.writable) << row.file;
+    EXPECT_EQ(store.SetDword(kKey, "Value", 1), error == 0) << file << store.ErrorText();
+    EXPECT_EQ(LastError(), error) << file << store.ErrorText();
+    EXPECT_EQ(store.GetDword(kKey, "Value").has_value(), error == 0) << file;
   }
 }
 
@@ -245,8 +231,7 @@ TEST_F(SettingsStoreTest, AFullDiskRefusesAndKeepsWhatItHad) {
   if (!disk.IsMounted()) GTEST_SKIP() << "no right to mount a small file system";
   SettingsStore store(disk.Path() + "/settings.db");
   ASSERT_TRUE(store.SetDword(kKey, "Value", 1)) << store.ErrorText();
-  EXPECT_FALSE(store.SetString(kKey, "Value", std::string(600'000, 'x')));
-  EXPECT_EQ(LastError(), kErrorDiskFull);
+  EXPECT_EQ(ErrorOf(store.SetString(kKey, "Value", std::string(600'000, 'x'))), kErrorDiskFull);
   EXPECT_NE(store.ErrorText().find("full"), std::string::npos) << store.ErrorText();
   EXPECT_EQ(store.GetDword(kKey, "Value"), 1U);
   EXPECT_TRUE(store.SetDword(kKey, "Value", 2)) << store.ErrorText();
@@ -261,8 +246,7 @@ TEST_F(SettingsStoreTest, ReadOnlyStoresAreReadAndFollowed) {
     test::AsNobody nobody;
     EXPECT_EQ(store_.GetDword(kKey, "Value"), 1U) << store_.ErrorText();
     SetLastError(0);
-    EXPECT_FALSE(store_.SetDword(kKey, "Value", 2));
-    EXPECT_EQ(LastError(), kErrorAccessDenied) << store_.ErrorText();
+    EXPECT_EQ(ErrorOf(store_.SetDword(kKey, "Value", 2)), kErrorAccessDenied) << store_.ErrorText();
     EXPECT_EQ(store_.GetDword(kKey, "Value"), 1U);
   }
   SettingsStore writer(path_);
@@ -295,14 +279,13 @@ TEST_F(SettingsStoreTest, ReadersNeverSeeHalfAChange) {
       last = first;
     }
   };
-  std::vector<std::thread> readers;
-  for (int i = 0; i < 4; ++i) readers.emplace_back(read);
+  test::Threads readers(4, [&](int) { read(); });
   for (std::uint32_t number = 1; number <= 200; ++number) {
     EXPECT_TRUE(pair(number));
     written = number;
   }
   stop = true;
-  for (std::thread& reader : readers) reader.join();
+  readers.Join();
   EXPECT_EQ(faults, 0);
 }
 
@@ -344,8 +327,7 @@ TEST_F(SettingsStoreTest, ACounterGivesUpSoonWhereASettingWaits) {
   ASSERT_TRUE(store_.SetDword(kKey, "Counter", 1));
   Occupied other(path_);
   const auto start = std::chrono::steady_clock::now();
-  EXPECT_FALSE(store_.NoteDword(kKey, "Counter", 2));
-  EXPECT_EQ(LastError(), kErrorSharingViolation);
+  EXPECT_EQ(ErrorOf(store_.NoteDword(kKey, "Counter", 2)), kErrorSharingViolation);
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(3));
   EXPECT_EQ(store_.GetDword(kKey, "Counter"), 1U);
   other.End();
@@ -354,27 +336,21 @@ TEST_F(SettingsStoreTest, ACounterGivesUpSoonWhereASettingWaits) {
 }
 
 TEST_F(SettingsStoreTest, CountersAndChangesOfManyThreadsAreAllSeen) {
-  constexpr int kThreads = 4;
   constexpr std::uint32_t kSteps = 100;
   ASSERT_TRUE(store_.SetDword(kKey, "Shared", 0));
-  std::atomic<int> faults{0};
-  std::vector<std::thread> threads;
-  for (int number = 0; number < kThreads; ++number) {
-    threads.emplace_back([&, name = "Counter " + std::to_string(number)] {
-      for (std::uint32_t step = 1; step <= kSteps; ++step) {
-        // One that found the store busy for too long is left out.
-        const bool noted = store_.NoteDword(kKey, name, step);
-        if (noted && store_.GetDword(kKey, name) != step) ++faults;
-      }
-    });
-  }
+  test::Threads threads(4, [&](int number) {
+    const std::string name = "Counter " + std::to_string(number);
+    for (std::uint32_t step = 1; step <= kSteps; ++step) {
+      // One that found the store busy for too long is left out.
+      const bool noted = store_.NoteDword(kKey, name, step);
+      EXPECT_TRUE(!noted || store_.GetDword(kKey, name) == step) << name;
+    }
+  });
   SettingsStore other(path_);
   for (std::uint32_t step = 1; step <= kSteps / 4; ++step) {
     EXPECT_TRUE(other.SetDword(kKey, "Shared", step));
     EXPECT_EQ(store_.GetDword(kKey, "Shared"), step);
   }
-  for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(faults, 0);
 }
 
 // Run by the next test in a process of its own.

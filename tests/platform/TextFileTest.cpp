@@ -1,17 +1,17 @@
 // Text files: CR LF on disk, "\n" in the program.
-#include <gtest/gtest.h>
 
-#include <thread>
 #include <vector>
 
-#include "platform/Error.h"
 #include "platform/TextFile.h"
+#include "tests/support/ErrorOf.h"
 #include "tests/support/InDirectory.h"
+#include "tests/support/Threads.h"
 
 namespace corvane::platform {
 namespace {
 
 using namespace std::string_literals;
+using test::ErrorOf;
 using test::ReadBytes;
 using test::WriteBytes;
 
@@ -79,20 +79,15 @@ TEST_F(TextFileTest, WritingTranslatesEveryLineFeed) {
 
 TEST_F(TextFileTest, AppendersKeepTheirLinesWhole) {
   WriteBytes(root_ / "f", "first\r\n");
-  std::vector<std::thread> threads;
-  for (int thread = 0; thread < 4; ++thread) {
-    threads.emplace_back([&, thread] {
-      TextFile file = TextFile::Open(root_ / "f", TextMode::kAppend);
-      ASSERT_TRUE(file);
-      const std::string line(static_cast<std::size_t>(100 + thread),
-                             static_cast<char>('a' + thread));
-      for (int i = 0; i < 1000; ++i) {
-        EXPECT_TRUE(file.Write(line + "\n"));
-        EXPECT_TRUE(i % 7 != thread || file.Flush());
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
+  test::Threads(4, [&](int thread) {
+    TextFile file = TextFile::Open(root_ / "f", TextMode::kAppend);
+    ASSERT_TRUE(file);
+    const std::string line(static_cast<std::size_t>(100 + thread), static_cast<char>('a' + thread));
+    for (int i = 0; i < 1000; ++i) {
+      EXPECT_TRUE(file.Write(line + "\n"));
+      EXPECT_TRUE(i % 7 != thread || file.Flush());
+    }
+  }).Join();
   const std::vector<std::string> lines = ReadLines(root_ / "f");
   ASSERT_EQ(lines.size(), 4001U);
   EXPECT_EQ(lines[0], "first\n");
@@ -103,16 +98,14 @@ TEST_F(TextFileTest, AppendersKeepTheirLinesWhole) {
 }
 
 TEST_F(TextFileTest, ModesRefuseTheOtherDirection) {
-  EXPECT_FALSE(TextFile::Open(root_ / "none", TextMode::kRead));
-  EXPECT_EQ(LastError(), kErrorFileNotFound);
+  EXPECT_EQ(ErrorOf(TextFile::Open(root_ / "none", TextMode::kRead)), kErrorFileNotFound);
   TextFile writer = TextFile::Open(root_ / "f", TextMode::kWrite);
   EXPECT_FALSE(writer.ReadLine());
   TextFile reader = TextFile::Open(root_ / "f", TextMode::kRead);
   EXPECT_TRUE(reader);
-  EXPECT_FALSE(reader.Write("x"));
-  EXPECT_EQ(LastError(), kErrorAccessDenied);
-  EXPECT_FALSE(TextFile::Open(root_ / "f", TextMode::kWrite, kShareNone));
-  EXPECT_EQ(LastError(), kErrorSharingViolation);
+  EXPECT_EQ(ErrorOf(reader.Write("x")), kErrorAccessDenied);
+  EXPECT_EQ(ErrorOf(TextFile::Open(root_ / "f", TextMode::kWrite, kShareNone)),
+            kErrorSharingViolation);
 }
 
 }  // namespace

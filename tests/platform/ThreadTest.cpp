@@ -6,8 +6,8 @@
 #include <set>
 #include <thread>
 
-#include "platform/Error.h"
 #include "platform/Thread.h"
+#include "tests/support/ErrorOf.h"
 
 namespace corvane::platform {
 namespace {
@@ -86,8 +86,7 @@ TEST(Thread, WorkIsDestroyedWhenItIsDone) {
 }
 
 TEST(Thread, ImpossibleStackIsRefused) {
-  EXPECT_FALSE(StartThread(std::size_t{1} << 60, [] {}));
-  EXPECT_EQ(LastError(), kErrorNotEnoughMemory);
+  EXPECT_EQ(test::ErrorOf(StartThread(std::size_t{1} << 60, [] {})), kErrorNotEnoughMemory);
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
 // Files that appear at once: what readers see, what stops leave, full and read-only disks.
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -11,23 +10,31 @@
 #include <thread>
 #include <utility>
 
-#include "platform/Error.h"
 #include "platform/FaultInjection.h"
 #include "platform/FileSystem.h"
 #include "platform/NewFile.h"
 #include "platform/WholeFile.h"
 #include "tests/support/AsNobody.h"
 #include "tests/support/ChildProcess.h"
+#include "tests/support/ErrorOf.h"
+#include "tests/support/InDirectory.h"
 #include "tests/support/SmallDisk.h"
-#include "tests/support/TemporaryDirectory.h"
 
 namespace corvane::platform {
 namespace {
 
+using test::ErrorOf;
 using test::ReadBytes;
 using test::SmallDisk;
 using test::TemporaryDirectory;
 using test::WriteBytes;
+
+// Puts a new file of that text in the place of `held`, which is given up; holds the new one.
+File Replace(const std::string& path, File& held, std::string_view text, Share share,
+             Durability durability) {
+  WholeFile whole = WholeFile::Create(path);
+  return whole && whole.Write(text) ? whole.CommitOver(held, share, durability) : File();
+}
 
 std::set<std::string> NamesIn(const std::string& path) {
   std::set<std::string> names;
@@ -51,8 +58,7 @@ class WholeFiles : public testing::TestWithParam<bool> {
 
 // So that what the superuser's tool rewrites stays the service's.
 TEST_P(WholeFiles, KeepTheOwnerAndThePermissionsOfWhatTheyReplace) {
-  const bool held[] = {false, true};
-  for (const bool over : held) {
+  for (const bool over : {false, true}) {
     WriteBytes(path_, "old");
     const ::uid_t owner = geteuid() == 0 ? 65534 : geteuid();
     ASSERT_EQ(chmod(path_.c_str(), 0660), 0);
@@ -94,8 +100,7 @@ TEST_P(WholeFiles, AppearAtCommitOnly) {
   EXPECT_EQ(ReadBytes(path_), expected);
   EXPECT_EQ(GetFileInfo(path_)->lastWriteTime, 1'000'000'000);
   EXPECT_EQ(GetFileInfo(path_)->lastWriteNanoseconds, 5);
-  EXPECT_FALSE(WriteWholeFile(path_, "new", false));
-  EXPECT_EQ(LastError(), kErrorFileExists);
+  EXPECT_EQ(ErrorOf(WriteWholeFile(path_, "new", false)), kErrorFileExists);
   EXPECT_TRUE(WriteWholeFile(path_, "new"));
   EXPECT_EQ(ReadBytes(path_), "new");
   EXPECT_EQ(NamesIn(root_.Path()), std::set<std::string>{"0.MAI"});
@@ -147,8 +152,7 @@ TEST_P(WholeFiles, ReadersSeeOldOrNew) {
   });
   while (!stop) {
     const std::string bytes = ReadBytes(path_);
-    ASSERT_EQ(bytes.size(), kSize);
-    ASSERT_EQ(bytes.find_first_not_of(bytes[0]), std::string::npos);
+    ASSERT_EQ(bytes, std::string(kSize, bytes[0]));
   }
   writer.join();
 }
@@ -160,8 +164,7 @@ TEST_P(WholeFiles, SeveralWritersLeaveOneWhole) {
       if (WriteWholeFile(path_, std::string(20'000, letter), true, Durability::kNone)) {
         ++written;
         const std::string bytes = ReadBytes(path_);
-        ASSERT_EQ(bytes.size(), 20'000U);
-        ASSERT_EQ(bytes.find_first_not_of(bytes[0]), std::string::npos);
+        ASSERT_EQ(bytes, std::string(20'000, bytes[0]));
       } else {
         ASSERT_EQ(LastError(), kErrorSharingViolation);
       }
@@ -178,17 +181,13 @@ TEST_P(WholeFiles, StateChangesHandsUnderItsClaim) {
   WriteBytes(path_, "old");
   File held = File::Open(path_, Access::kReadWrite, kShareNone, Disposition::kOpenExisting);
   for (int i = 0; i < 3; ++i) {
-    WholeFile whole = WholeFile::Create(path_);
-    ASSERT_TRUE(whole.Write(std::to_string(i)));
-    held = whole.CommitOver(held, kShareNone, Durability::kDataAndName);
+    held = Replace(path_, held, std::to_string(i), kShareNone, Durability::kDataAndName);
     ASSERT_TRUE(held);
     EXPECT_EQ(ReadBytes(path_), std::to_string(i));
     EXPECT_EQ(held.ReadAll(), std::to_string(i));
-    EXPECT_FALSE(ReadWholeFile(path_));
-    EXPECT_EQ(LastError(), kErrorSharingViolation);
+    EXPECT_EQ(ErrorOf(ReadWholeFile(path_)), kErrorSharingViolation);
   }
-  WholeFile whole = WholeFile::Create(path_);
-  const File shared = whole.CommitOver(held, kShareRead, Durability::kNone);
+  const File shared = Replace(path_, held, "", kShareRead, Durability::kNone);
   EXPECT_TRUE(shared);
   EXPECT_FALSE(held);
   EXPECT_EQ(ReadWholeFile(path_), "");
@@ -207,9 +206,7 @@ TEST_P(WholeFiles, NobodyGetsBetweenTwoStates) {
     }
   });
   for (int i = 0; i < 300; ++i) {
-    WholeFile whole = WholeFile::Create(path_);
-    ASSERT_TRUE(whole.Write(std::to_string(i)));
-    held = whole.CommitOver(held, kShareNone, Durability::kNone);
+    held = Replace(path_, held, std::to_string(i), kShareNone, Durability::kNone);
     ASSERT_TRUE(held);
   }
   stop = true;
@@ -227,31 +224,21 @@ struct Operation {
 bool Rewrite(const TemporaryDirectory& root) {
   File held =
       File::Open(root / "0.MAI", Access::kReadWrite, kShareNone, Disposition::kOpenExisting);
-  if (!held) return false;
-  WholeFile whole = WholeFile::Create(root / "0.MAI");
-  return whole && whole.Write("new") &&
-         whole.CommitOver(held, kShareNone, Durability::kDataAndName).IsOpen();
+  return held && Replace(root / "0.MAI", held, "new", kShareNone, Durability::kDataAndName);
+}
+
+bool Write(const TemporaryDirectory& root) { return WriteWholeFile(root / "0.MAI", "new"); }
+bool Copy(const TemporaryDirectory& root) {
+  return CopyFile(root / "source", root / "0.MAI", true, true);
+}
+bool Link(const TemporaryDirectory& root) {
+  return LinkFile(root / "source", root / "0.MAI", true);
 }
 
 const Operation kOperations[] = {
-    {"Write",
-     [](const auto& root) { return WriteWholeFile(root / "0.MAI", "new"); },
-     {"old", "new"}},
-    {"WriteNew",
-     [](const auto& root) { return WriteWholeFile(root / "0.MAI", "new"); },
-     {"new"},
-     false},
-    {"Copy",
-     [](const auto& root) { return CopyFile(root / "source", root / "0.MAI", true, true); },
-     {"old", "new"}},
-    {"CopyNew",
-     [](const auto& root) { return CopyFile(root / "source", root / "0.MAI", true, true); },
-     {"new"},
-     false},
-    {"Link",
-     [](const auto& root) { return LinkFile(root / "source", root / "0.MAI", true); },
-     {"old", "new"}},
-    {"CommitOver", Rewrite, {"old", "new"}},
+    {"Write", Write, {"old", "new"}}, {"WriteNew", Write, {"new"}, false},
+    {"Copy", Copy, {"old", "new"}},   {"CopyNew", Copy, {"new"}, false},
+    {"Link", Link, {"old", "new"}},   {"CommitOver", Rewrite, {"old", "new"}},
 };
 
 void Prepare(const TemporaryDirectory& root, const Operation& operation) {
@@ -295,8 +282,7 @@ void BreakEverywhere(const TemporaryDirectory& root, Break breakAt) {
 TEST_P(WholeFiles, AFailedCallLeavesOldOrNew) {
   BreakEverywhere(root_, [&](const Operation& operation, std::uint64_t number) {
     ArmFault({.number = number, .error = kErrorDiskFull});
-    EXPECT_FALSE(operation.apply(root_));
-    EXPECT_EQ(LastError(), kErrorDiskFull);
+    EXPECT_EQ(ErrorOf(operation.apply(root_)), kErrorDiskFull);
     EXPECT_FALSE(FileExists(root_ / "_0.MAI.tmp"));
   });
 }
@@ -321,40 +307,38 @@ TEST_P(WholeFiles, AKilledProcessLeavesOldOrNew) {
 INSTANTIATE_TEST_SUITE_P(Both, WholeFiles, testing::Bool(),
                          [](const auto& info) { return info.param ? "Nameless" : "Named"; });
 
-TEST(Disk, WhenFullLeavesTheOldFile) {
-  const SmallDisk disk(65536);
-  if (!disk.IsMounted()) GTEST_SKIP() << "may not mount a small disk";
-  ASSERT_TRUE(WriteWholeFile(disk.Path() + "/0.MAI", "old"));
+class Disk : public test::InDirectory {
+ protected:
+  void SetUp() override {
+    if (!disk_.IsMounted()) GTEST_SKIP() << "may not mount a small disk";
+  }
+  const SmallDisk disk_{65536};
+  const std::string onDisk_ = disk_.Path() + "/0.MAI";
+};
+
+TEST_F(Disk, WhenFullLeavesTheOldFile) {
+  ASSERT_TRUE(WriteWholeFile(onDisk_, "old"));
   const std::string big(100'000, 'x');
-  EXPECT_FALSE(WriteWholeFile(disk.Path() + "/0.MAI", big));
-  EXPECT_EQ(LastError(), kErrorDiskFull);
-  const TemporaryDirectory other;
-  WriteBytes(other / "big", big);
-  EXPECT_FALSE(CopyFile(other / "big", disk.Path() + "/0.MAI", true, true));
-  EXPECT_EQ(LastError(), kErrorDiskFull);
-  EXPECT_FALSE(MoveFile(other / "big", disk.Path() + "/0.MAI", true));
-  EXPECT_EQ(LastError(), kErrorDiskFull);
-  EXPECT_EQ(ReadBytes(other / "big"), big);
-  EXPECT_EQ(ReadBytes(disk.Path() + "/0.MAI"), "old");
-  EXPECT_EQ(NamesIn(disk.Path()), std::set<std::string>{"0.MAI"});
-  EXPECT_TRUE(WriteWholeFile(disk.Path() + "/1.MAI", std::string(20'000, 'y')));
+  EXPECT_EQ(ErrorOf(WriteWholeFile(onDisk_, big)), kErrorDiskFull);
+  WriteBytes(root_ / "big", big);
+  EXPECT_EQ(ErrorOf(CopyFile(root_ / "big", onDisk_, true, true)), kErrorDiskFull);
+  EXPECT_EQ(ErrorOf(MoveFile(root_ / "big", onDisk_, true)), kErrorDiskFull);
+  EXPECT_EQ(ReadBytes(root_ / "big"), big);
+  EXPECT_EQ(ReadBytes(onDisk_), "old");
+  EXPECT_EQ(NamesIn(disk_.Path()), std::set<std::string>{"0.MAI"});
+  EXPECT_TRUE(WriteWholeFile(disk_.Path() + "/1.MAI", std::string(20'000, 'y')));
 }
 
-TEST(Disk, FilesMoveBetweenTwo) {
-  const SmallDisk disk(65536);
-  if (!disk.IsMounted()) GTEST_SKIP() << "may not mount a small disk";
-  const TemporaryDirectory other;
-  WriteBytes(other / "a", "a");
-  ASSERT_TRUE(SetLastWriteTime(other / "a", 1'000'000));
-  EXPECT_FALSE(LinkFile(other / "a", disk.Path() + "/a", false));
-  EXPECT_EQ(LastError(), kErrorNotSameDevice);
-  EXPECT_TRUE(MoveFile(other / "a", disk.Path() + "/a"));
-  EXPECT_FALSE(FileExists(other / "a"));
-  EXPECT_EQ(ReadBytes(disk.Path() + "/a"), "a");
-  EXPECT_EQ(GetFileInfo(disk.Path() + "/a")->lastWriteTime, 1'000'000);
-  WriteBytes(other / "b", "b");
-  EXPECT_FALSE(MoveFile(other / "b", disk.Path() + "/a"));
-  EXPECT_EQ(LastError(), kErrorAlreadyExists);
+TEST_F(Disk, FilesMoveBetweenTwo) {
+  WriteBytes(root_ / "a", "a");
+  ASSERT_TRUE(SetLastWriteTime(root_ / "a", 1'000'000));
+  EXPECT_EQ(ErrorOf(LinkFile(root_ / "a", onDisk_, false)), kErrorNotSameDevice);
+  EXPECT_TRUE(MoveFile(root_ / "a", onDisk_));
+  EXPECT_FALSE(FileExists(root_ / "a"));
+  EXPECT_EQ(ReadBytes(onDisk_), "a");
+  EXPECT_EQ(GetFileInfo(onDisk_)->lastWriteTime, 1'000'000);
+  WriteBytes(root_ / "b", "b");
+  EXPECT_EQ(ErrorOf(MoveFile(root_ / "b", onDisk_)), kErrorAlreadyExists);
 }
 
 // Every way to change something in a place where nothing may be changed; 0.MAI is there.
@@ -371,24 +355,20 @@ void ExpectRefused(const std::string& place, std::int32_t error) {
       {"create", [&] { return open("/1.MAI", Disposition::kCreateNew); }},
   };
   for (const auto& [name, change] : changes) {
-    EXPECT_FALSE(change()) << name;
-    EXPECT_EQ(LastError(), error) << name;
+    EXPECT_EQ(ErrorOf(change()), error) << name;
   }
   EXPECT_EQ(ReadWholeFile(place + "/0.MAI"), "old");
 }
 
-TEST(Disk, WhenReadOnlySaysSo) {
-  const SmallDisk disk(65536);
-  if (!disk.IsMounted()) GTEST_SKIP() << "may not mount a small disk";
-  WriteBytes(disk.Path() + "/0.MAI", "old");
-  ASSERT_TRUE(disk.MakeReadOnly());
-  ExpectRefused(disk.Path(), kErrorWriteProtect);
-  File reader =
-      File::Open(disk.Path() + "/0.MAI", Access::kRead, kShareNone, Disposition::kOpenExisting);
+TEST_F(Disk, WhenReadOnlySaysSo) {
+  WriteBytes(onDisk_, "old");
+  ASSERT_TRUE(disk_.MakeReadOnly());
+  ExpectRefused(disk_.Path(), kErrorWriteProtect);
+  File reader = File::Open(onDisk_, Access::kRead, kShareNone, Disposition::kOpenExisting);
   EXPECT_EQ(reader.ReadAll(), "old");
 }
 
-TEST(Disk, WhatMayNotBeWrittenIsDenied) {
+TEST(ReadOnlyDirectory, WhatMayNotBeWrittenIsDenied) {
   const TemporaryDirectory root;
   WriteBytes(root / "0.MAI", "old");
   ASSERT_EQ(chmod((root / "0.MAI").c_str(), 0444), 0);

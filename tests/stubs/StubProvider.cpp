@@ -18,7 +18,6 @@
 // "throw" in place of the result throws an exception. A field Remove=PATH removes that file. A
 // value "<full>" fills a text to its last byte without a NUL. "%20" stands for a blank. Each call
 // adds a line, its name and what it was asked, to the file that CORVANE_STUB_LOG names.
-#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -29,6 +28,7 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "PROVIDERS/Library/LIBOption/ProviderRecords.h"
@@ -83,14 +83,18 @@ std::int32_t Result(const StubAnswer& answer) {
   return static_cast<std::int32_t>(std::atol(answer.result.c_str()));
 }
 
-StubAnswer Ask(const std::string& call, const std::string& asked) {
-  Log(call + " " + asked);
+StubAnswer FirstAnswer(const std::string& call, const std::string& asked) {
   const auto answers = Answers(call, asked);
   if (answers.empty()) return {};
   for (const auto& [key, value] : answers.front().fields) {
     if (key == "Remove") std::remove(value.c_str());
   }
   return answers.front();
+}
+
+StubAnswer Ask(const std::string& call, const std::string& asked) {
+  Log(call + " " + asked);
+  return FirstAnswer(call, asked);
 }
 
 void Write(char* field, std::size_t size, const std::string& value) {
@@ -101,17 +105,15 @@ void Write(char* field, std::size_t size, const std::string& value) {
   }
 }
 
-template <std::size_t kSize>
-void Fill(const StubAnswer& answer, const char* name, char (&field)[kSize]) {
+template <typename Field>
+void Fill(const StubAnswer& answer, const char* name, Field& field) {
   for (const auto& [key, value] : answer.fields) {
-    if (key == name) Write(field, kSize, value);
-  }
-}
-
-template <typename Number>
-void Fill(const StubAnswer& answer, const char* name, Number& field) {
-  for (const auto& [key, value] : answer.fields) {
-    if (key == name) field = static_cast<Number>(std::atoll(value.c_str()));
+    if (key != name) continue;
+    if constexpr (std::is_array_v<Field>) {
+      Write(field, sizeof field, value);
+    } else {
+      field = static_cast<Field>(std::atoll(value.c_str()));
+    }
   }
 }
 
@@ -192,17 +194,16 @@ STUB_EXPORT GetOption(std::int32_t, const char* key, const char* name, char* buf
 
 STUB_EXPORT GetOption_Ex(std::int32_t, const char* key, const char* name, char* buffer,
                          std::int32_t size) {
-  Log("GetOption_Ex " + std::string(key) + ":" + name);
-  const auto answers = Answers("GetOption", std::string(key) + ":" + name);
-  if (answers.empty()) return 0;
-  Write(buffer, static_cast<std::size_t>(size), ValueOf(answers.front()));
-  return Result(answers.front());
+  const std::string asked = std::string(key) + ":" + name;
+  Log("GetOption_Ex " + asked);
+  const StubAnswer answer = FirstAnswer("GetOption", asked);
+  if (!answer.fields.empty()) Write(buffer, static_cast<std::size_t>(size), ValueOf(answer));
+  return Result(answer);
 }
 
 STUB_EXPORT NotifyRemote(const char* server, const char* protocol, const char* text) {
   Log("NotifyRemote " + std::string(server) + " " + text);
-  const auto answers = Answers("NotifyRemote", protocol);
-  return answers.empty() ? 0 : Result(answers.front());
+  return Result(FirstAnswer("NotifyRemote", protocol));
 }
 
 STUB_EXPORT StoreLibrary_Init() { return Result(Ask("StoreLibrary_Init", "")); }
@@ -211,8 +212,7 @@ STUB_EXPORT StoreLibrary_UnInit() { return Result(Ask("StoreLibrary_UnInit", "")
 STUB_EXPORT Direct_StoreIndex_InsertItem(const char* postoffice, const char* mailbox,
                                          const char* folder, const char* item) {
   Log("Direct_StoreIndex_InsertItem " + std::string(folder) + " " + item);
-  const auto answers = Answers("Direct_StoreIndex_InsertItem", Joined(postoffice, mailbox));
-  return answers.empty() ? 0 : Result(answers.front());
+  return Result(FirstAnswer("Direct_StoreIndex_InsertItem", Joined(postoffice, mailbox)));
 }
 
 STUB_EXPORT Direct_StoreIndex_InsertItemEx(const char* postoffice, const char* mailbox,

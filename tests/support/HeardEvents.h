@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <mutex>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -23,9 +24,11 @@ class HeardEvents {
   HeardEvents() {
     platform::SetEventListener(
         [](void* heard, std::string_view source, platform::EventType type, std::uint32_t id,
-           std::string_view, std::string_view text) {
-          static_cast<HeardEvents*>(heard)->all.push_back(
-              {std::string(source), type, id, std::string(text)});
+           std::string_view first, std::string_view text) {
+          auto* self = static_cast<HeardEvents*>(heard);
+          const std::lock_guard lock(self->mutex_);
+          self->all.push_back({std::string(source), type, id, std::string(text)});
+          self->firstStrings.emplace_back(first);
         },
         this);
   }
@@ -34,6 +37,10 @@ class HeardEvents {
   HeardEvents& operator=(const HeardEvents&) = delete;
 
   std::vector<Event> all;
+  std::vector<std::string> firstStrings;  // what each has before its text
+
+ private:
+  std::mutex mutex_;
 };
 
 }  // namespace corvane::test

@@ -1,18 +1,11 @@
 #include "tests/support/SettingsFixture.h"
 
-#include <string>
-
 #include "connector/settings/ConnectorSettings.h"
 #include "connector/settings/Settings.h"
-#include "platform/SettingsStore.h"
+#include "tests/support/StoredSettings.h"
 
 namespace corvane::test {
 namespace {
-
-std::string WholeKey(std::string_view key) {
-  const std::string product = "SOFTWARE\\Wow6432Node\\Corvane\\Corvane";
-  return key == "." ? product : product + "\\" + std::string(key);
-}
 
 // Makes what is stored count, as in a new process.
 void Reload() {
@@ -23,23 +16,19 @@ void Reload() {
 }  // namespace
 
 SettingsFixture::SettingsFixture() {
-  platform::SetClock(&clock_);
   platform::SettingsStore::UsePath(directory_ / "settings.db");
   Set("Connector Root Directory", directory_.Path(), "CONNECTORS");
 }
 
-SettingsFixture::~SettingsFixture() {
-  platform::SetClock(nullptr);
-  settings::ForgetSettings();
-}
+SettingsFixture::~SettingsFixture() { settings::ForgetSettings(); }
 
 void SettingsFixture::Set(std::string_view name, std::uint32_t value, std::string_view key) {
-  EXPECT_TRUE(platform::SettingsStore::Default().SetDword(WholeKey(key), name, value));
+  StoreSetting(name, value, key);
   Reload();
 }
 
 void SettingsFixture::Set(std::string_view name, std::string_view value, std::string_view key) {
-  EXPECT_TRUE(platform::SettingsStore::Default().SetString(WholeKey(key), name, value));
+  StoreSetting(name, value, key);
   Reload();
 }
 

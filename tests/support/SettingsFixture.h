@@ -6,8 +6,8 @@
 #include <cstdint>
 #include <string_view>
 
-#include "platform/Clock.h"
 #include "tests/support/TemporaryDirectory.h"
+#include "tests/support/TestClock.h"
 
 namespace corvane::test {
 
@@ -26,7 +26,7 @@ class SettingsFixture : public ::testing::Test {
 
  private:
   TemporaryDirectory directory_;
-  platform::VirtualClock clock_;
+  TestClock clock_;
 };
 
 }  // namespace corvane::test

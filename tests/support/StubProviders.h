@@ -5,8 +5,8 @@
 #include <cstdlib>
 #include <string>
 
-#include "platform/SettingsStore.h"
 #include "tests/support/BuildPlaces.h"
+#include "tests/support/StoredSettings.h"
 #include "tests/support/TemporaryDirectory.h"
 
 namespace corvane::test {
@@ -22,8 +22,7 @@ class StubProviders {
 
   // Another "Application Directory".
   void Use(const std::string& applicationDirectory) {
-    (void)platform::SettingsStore::Default().SetString(
-        "SOFTWARE\\Wow6432Node\\Corvane\\Corvane", "Application Directory", applicationDirectory);
+    StoreSetting("Application Directory", applicationDirectory);
   }
   void Answer(const std::string& lines) { WriteBytes(directory_ / "answers", lines); }
   // The calls so far, one a line.

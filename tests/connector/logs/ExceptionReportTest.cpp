@@ -1,6 +1,7 @@
 // ExceptionReportTest.cpp -- the three forms of a report, byte for byte, and where they go.
 #include <functional>
 #include <stdexcept>
+#include <tuple>
 
 #include "SERVICES/Library/xMutexLock/Exception.h"
 #include "connector/logs/ExceptionReport.h"
@@ -9,16 +10,12 @@
 namespace corvane {
 namespace {
 
-class ExceptionReportTest : public LogFixture {};
+using ExceptionReportTest = LogFixture;
 
 constexpr SourcePlace kPlace{"/some/where/SFDeliver.cpp", 42};
 
-struct ReportCase {
-  const char* name;
-  std::function<void()> body;
-  const char* report;
-};
-const ReportCase kReports[] = {
+// The name of a unit, what it does, and the report.
+const std::tuple<const char*, std::function<void()>, const char*> kReports[] = {
     {"NotifyClients", [] { throw 5; },
      "NotifyClients raised an exception.\n"
      "The exception occurred in : SFDeliver, line 42\n"},
@@ -41,30 +38,27 @@ const ReportCase kReports[] = {
 
 TEST_F(ExceptionReportTest, EachFormGoesToBothLogsAndTheExceptionGoesOn) {
   Use(2, 0);
-  for (const ReportCase& row : kReports) {
-    events_.clear();
-    const std::string printed =
-        Printed([&] { EXPECT_ANY_THROW(ReportAndRethrow(row.name, kPlace, row.body)); });
-    EXPECT_EQ(printed, Dated("DATE 12:00:00 ") + row.report);
-    ASSERT_EQ(events_.size(), 1U);
-    EXPECT_EQ(events_[0].source, "Corvane");
-    EXPECT_EQ(events_[0].type, 4);
-    EXPECT_EQ(events_[0].id, 0x40000001U);
-    EXPECT_EQ(events_[0].second, row.report);
+  for (const auto& [name, body, report] : kReports) {
+    events_.all.clear();
+    testing::internal::CaptureStdout();
+    EXPECT_ANY_THROW(ReportAndRethrow(name, kPlace, body));
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), Dated("DATE 12:00:00 ") + report);
+    EXPECT_EQ(events_.all, (std::vector<test::HeardEvents::Event>{
+                               {"Corvane", platform::EventType{4}, 0x40000001, report}}));
   }
 }
 
 TEST_F(ExceptionReportTest, ResultsAndExceptionsPassUnchanged) {
   EXPECT_EQ(ReportAndRethrow("Unit", CV_HERE, [] { return 7; }), 7);
-  EXPECT_TRUE(events_.empty());
+  EXPECT_TRUE(events_.all.empty());
   try {
     ReportAndRethrow("Unit", CV_HERE, [] { throw 5; });
     ADD_FAILURE();
   } catch (int value) {
     EXPECT_EQ(value, 5);
   }
-  ASSERT_EQ(events_.size(), 1U);
-  EXPECT_NE(events_[0].second.find(" : ExceptionReportTest, line "), std::string::npos);
+  ASSERT_EQ(events_.all.size(), 1U);
+  EXPECT_NE(events_.all[0].text.find(" : ExceptionReportTest, line "), std::string::npos);
 }
 
 TEST_F(ExceptionReportTest, EndExceptionHandsOverWhatIsKnown) {
@@ -77,7 +71,7 @@ TEST_F(ExceptionReportTest, EndExceptionHandsOverWhatIsKnown) {
             "Code = 0x00000001\nCode meaning = m\nSource = s\nError Description = d\n");
   EXPECT_FALSE(EndException([] { throw 1; }, keep));
   EXPECT_EQ(seen.kind, ExceptionDetails::Kind::kUnknown);
-  EXPECT_TRUE(events_.empty());
+  EXPECT_TRUE(events_.all.empty());
 }
 
 }  // namespace

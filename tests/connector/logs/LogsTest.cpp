@@ -8,6 +8,7 @@
 #include <fstream>
 #include <map>
 #include <thread>
+#include <tuple>
 
 #include "SERVICES/Library/xMutexLock/Exception.h"
 #include "connector/logs/Logs.h"
@@ -16,6 +17,8 @@
 #include "platform/Machine.h"
 #include "platform/NamedMutex.h"
 #include "tests/connector/logs/LogFixture.h"
+#include "tests/support/ChildProcess.h"
+#include "tests/support/Threads.h"
 
 namespace corvane {
 namespace {
@@ -23,37 +26,30 @@ namespace {
 // Asked for once a process, at the first use.
 const int kDebugChannelOn = setenv("CORVANE_DEBUG_CHANNEL", "1", 1);
 
-constexpr const char* kStarted =
-    "[DATE 12:00:00]****************** LOG FILE STARTED *******************\r\n";
-constexpr const char* kClosed =
-    "[DATE 12:00:00]****************** LOG FILE CLOSED ********************\r\n";
+const std::string kStartedText = "]****************** LOG FILE STARTED *******************\r\n";
+const std::string kClosedText = "]****************** LOG FILE CLOSED ********************\r\n";
+const std::string kStarted = "[DATE 12:00:00" + kStartedText;
+const std::string kClosed = "[DATE 12:00:00" + kClosedText;
 
-class LogsTest : public LogFixture {};
+using LogsTest = LogFixture;
 
 TEST_F(LogsTest, FilesHoldMarkersAndLines) {
-  Use(1, 1);
-  OpenActivityLog();
-  OpenDebugLog();
+  OpenBoth();
   LogDebug("one\n");
   LogDebugF("%s %ld\n", "two", 2L);
   LogActivity("three\n");
   LogActivityF("%d\n", 4);
   LogActivityToFile("five\n");
-  CloseActivityLog();
-  CloseDebugLog();
-  EXPECT_EQ(DebugFile(), Dated(std::string(kStarted) + "DATE 12:00:00\tone\r\n" +
-                               "DATE 12:00:00\ttwo 2\r\n" + kClosed));
-  EXPECT_EQ(ActivityFile(),
-            Dated(std::string(kStarted) + "DATE 12:00:00\t# three\r\nDATE 12:00:00\t# 4\r\n" +
-                  "DATE 12:00:00\t# five\r\n" + kClosed));
+  CloseBoth();
+  EXPECT_EQ(DebugFile(),
+            Dated(kStarted + "DATE 12:00:00\tone\r\nDATE 12:00:00\ttwo 2\r\n" + kClosed));
+  EXPECT_EQ(ActivityFile(), Dated(kStarted + "DATE 12:00:00\t# three\r\nDATE 12:00:00\t# 4\r\n" +
+                                  "DATE 12:00:00\t# five\r\n" + kClosed));
 }
 
 struct TargetCase {
-  std::uint32_t debugEnabled;
-  std::uint32_t activityLogEnabled;
-  const char* console;
-  const char* debugger;
-  const char* activityFile;
+  std::uint32_t debugEnabled, activityLogEnabled;
+  std::string console, debugger, activityFile;
 };
 const TargetCase kDebugTargets[] = {
     {0, 1, "", "", ""},
@@ -77,32 +73,24 @@ TEST_F(LogsTest, DebugTargets) {
     testing::internal::CaptureStderr();
     EXPECT_EQ(Printed([] { LogDebug("text\n"); }), Dated(row.console));
     EXPECT_EQ(testing::internal::GetCapturedStderr(), Dated(row.debugger));
-    EXPECT_EQ(ActivityFile(), Dated(std::string(kStarted) + row.activityFile));
+    EXPECT_EQ(ActivityFile(), Dated(kStarted + row.activityFile));
     EXPECT_EQ(DebugFile(), "");
   }
 }
 
 TEST_F(LogsTest, LineAfterMidnightIsTheOldFilesAndTheNextTheNewOnes) {
-  Use(1, 1);
-  OpenActivityLog();
-  OpenDebugLog();
+  OpenBoth();
   const std::string oldDate = Date();
-  const std::string oldDebug =
-      directory_ / "debug/POC-Debug-" +
-      platform::FormatTime(platform::ToLocalTime(platform::NowSeconds()), "%y%m%d.log");
+  const std::string oldDebug = DebugPath();
   PassMidnight();
   LogDebug("late\n");
   LogActivity("late\n");
   LogDebug("early\n");
   LogActivity("early\n");
   const std::string late = Date() + " 00:00:01";
-  const std::string opened =
-      "[" + late + "]****************** LOG FILE STARTED *******************\r\n";
+  const std::string opened = "[" + late + kStartedText;
   EXPECT_EQ(test::ReadBytes(oldDebug),
-            "[" + oldDate +
-                " 12:00:00]****************** LOG FILE STARTED *******************\r\n" + late +
-                "\tlate\r\n" + "[" + late +
-                "]****************** LOG FILE CLOSED ********************\r\n");
+            "[" + oldDate + " 12:00:00" + kStartedText + late + "\tlate\r\n[" + late + kClosedText);
   EXPECT_EQ(DebugFile(), opened + late + "\tearly\r\n");
   EXPECT_EQ(ActivityFile(), opened + late + "\t# early\r\n");
 }
@@ -122,20 +110,14 @@ std::map<std::string, int> LinesOf(const std::string& directory) {
 TEST_F(LogsTest, NoLineIsLostAmongThreadsAcrossManyMidnights) {
   constexpr int kThreads = 6;
   constexpr int kLines = 300;
-  Use(1, 1);
-  OpenActivityLog();
-  OpenDebugLog();
-  std::vector<std::thread> threads;
-  for (int number = 0; number < kThreads; ++number) {
-    threads.emplace_back([this, number] {
-      for (int line = 0; line < kLines; ++line) {
-        LogDebugF("t%d-%d\n", number, line);
-        LogActivityF("t%d-%d\n", number, line);
-        clock_.Advance(60'000);
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
+  OpenBoth();
+  test::Threads(kThreads, [this](int number) {
+    for (int line = 0; line < kLines; ++line) {
+      LogDebugF("t%d-%d\n", number, line);
+      LogActivityF("t%d-%d\n", number, line);
+      clock_.Advance(60'000);
+    }
+  }).Join();
   const auto debug = LinesOf(directory_ / "debug");
   const auto activity = LinesOf(directory_ / "activity");
   EXPECT_EQ(debug.size(), static_cast<std::size_t>(kThreads * kLines));
@@ -167,33 +149,30 @@ TEST_F(LogsTest, ProcessesKeepTheirLinesWhole) {
   for (const auto& [line, count] : lines) EXPECT_EQ(count, 1) << line;
 }
 
-TEST_F(LogsTest, StopUnderRunningWorkersIsSafe) {
-  Use(1, 1);
+TEST_F(LogsTest, StopUnderRunningWorkersIsSafeAndLinesAfterItAreDropped) {
   CreateLogMutexes();
-  OpenActivityLog();
-  OpenDebugLog();
+  OpenBoth();
   std::atomic<bool> stop{false};
   std::atomic<int> started{0};
-  std::vector<std::thread> workers;
-  for (int i = 0; i < 4; ++i) {
-    workers.emplace_back([&] {
-      ++started;
-      while (!stop) {
-        LogDebug("line\n");
-        LogActivity("line\n");
-      }
-    });
-  }
+  test::Threads workers(4, [&](int) {
+    ++started;
+    while (!stop) {
+      LogDebug("line\n");
+      LogActivity("line\n");
+    }
+  });
   while (started < 4) std::this_thread::yield();
-  CloseActivityLog();
-  CloseDebugLog();
-  ReleaseLogMutexes();
+  CloseBoth();
   stop = true;
-  for (std::thread& worker : workers) worker.join();
+  workers.Join();
+  LogDebug("late\n");
+  LogActivity("late\n");
   LogActivityToFile("late\n");
   CloseDebugLog();
   for (const std::string& log : {DebugFile(), ActivityFile()}) {
-    EXPECT_TRUE(log.ends_with("LOG FILE CLOSED ********************\r\n")) << "nothing behind it";
+    EXPECT_TRUE(log.ends_with(kClosedText)) << "nothing behind it";
+    EXPECT_EQ(log.find("late"), std::string::npos);
+    EXPECT_EQ(log.find(kClosedText), log.rfind(kClosedText)) << "closed once";
   }
 }
 
@@ -213,15 +192,12 @@ TEST_F(LogsTest, FileThatCannotBeOpenedLosesLinesUntilTheNextDay) {
 }
 
 TEST_F(LogsTest, LevelIsAskedForByThreshold) {
-  struct Row {
-    std::uint32_t level;
-    std::int32_t above;
-    bool answer;
-  };
-  for (const Row& row : {Row{5, 5, false}, Row{6, 5, true}, Row{0, 0, false}, Row{11, 10, true},
-                         Row{0xFFFFFFFF, 10, true}}) {
-    Use(0, 0, row.level);
-    EXPECT_EQ(DebugLevelAbove(row.above), row.answer) << row.level;
+  // A level, what it is asked to be above, and whether it is.
+  const std::tuple<std::uint32_t, std::int32_t, bool> cases[] = {
+      {5, 5, false}, {6, 5, true}, {0, 0, false}, {11, 10, true}, {0xFFFFFFFF, 10, true}};
+  for (const auto& [level, above, answer] : cases) {
+    Use(0, 0, level);
+    EXPECT_EQ(DebugLevelAbove(above), answer) << level;
   }
 }
 
@@ -236,13 +212,10 @@ TEST_F(LogsTest, LongAndOddTextsPass) {
 TEST_F(LogsTest, AnAbandonedMutexIsTakenOver) {
   Use(2, 0);
   CreateLogMutexes();
-  const pid_t other = fork();
-  if (other == 0) {
-    auto mutex = platform::NamedMutex::Open("POCDebugLog");
-    (void)mutex.release()->Lock(0);
-    _exit(0);
-  }
-  waitpid(other, nullptr, 0);
+  (void)test::RunInChild([] {
+    (void)platform::NamedMutex::Open("POCDebugLog").release()->Lock(0);
+    return 0;
+  });
   EXPECT_EQ(Printed([] { LogDebug("kept\n"); }), Dated("DATE 12:00:00 kept\n"));
 }
 
@@ -282,32 +255,11 @@ TEST_F(LogsTest, EventLogGetsTwoStringsAndKeepsTheLastError) {
   ReportToEventLog(kReportError, "", "category", 7, "text\n");
   EXPECT_EQ(platform::LastError(), platform::kErrorAccessDenied);
   ReportToEventLog(kReportInformation, "Service Control Manager", nullptr, kConnectorEventId, "");
-  ASSERT_EQ(events_.size(), 2U);
-  EXPECT_EQ(
-      events_[0],
-      (Event{"Corvane", 1, 7,
-             "Corvane Postoffice Service (" + platform::ProgramPath() + ") error: 5", "text\n"}));
-  EXPECT_EQ(events_[1].source, "Service Control Manager");
-  EXPECT_EQ(events_[1].type, 4);
-  EXPECT_EQ(events_[1].id, 0x40000001U);
-}
-
-TEST_F(LogsTest, LinesAfterTheCloseAreDropped) {
-  Use(1, 1);
-  CreateLogMutexes();
-  OpenActivityLog();
-  OpenDebugLog();
-  CloseActivityLog();
-  CloseDebugLog();
-  ReleaseLogMutexes();
-  const std::string debug = DebugFile();
-  const std::string activity = ActivityFile();
-  LogDebug("late\n");
-  LogActivity("late\n");
-  LogActivityToFile("late\n");
-  CloseDebugLog();
-  EXPECT_EQ(DebugFile(), debug);
-  EXPECT_EQ(ActivityFile(), activity);
+  EXPECT_EQ(events_.all, (std::vector<test::HeardEvents::Event>{
+                             {"Corvane", platform::EventType{1}, 7, "text\n"},
+                             {"Service Control Manager", platform::EventType{4}, 0x40000001, ""}}));
+  EXPECT_EQ(events_.firstStrings[0],
+            "Corvane Postoffice Service (" + platform::ProgramPath() + ") error: 5");
 }
 
 }  // namespace

@@ -1,8 +1,10 @@
 // PollerTest.cpp -- the sweep: its order, its waits, what it takes and what it leaves, on a virtual
 // clock.
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <optional>
+#include <tuple>
 
 #include "connector/settings/ProcessState.h"
 #include "connector/settings/Settings.h"
@@ -12,6 +14,7 @@
 #include "platform/SettingsStore.h"
 #include "tests/connector/service/PollerFixture.h"
 #include "tests/support/AsNobody.h"
+#include "tests/support/StoredSettings.h"
 
 namespace corvane {
 namespace {
@@ -43,9 +46,6 @@ class PollerTest : public PollerFixture {
     return "Delivering " + name + " to message store (" + std::to_string(recipients) +
            " Recipients)";
   }
-  static std::optional<std::uint32_t> Counter(const settings::DwordSetting& counter) {
-    return settings::Find(counter);
-  }
 };
 
 TEST_F(PollerTest, AnEmptyQueueIsToldAndCounted) {
@@ -65,21 +65,11 @@ TEST_F(PollerTest, AnEmptyQueueIsToldAndCounted) {
       Empty(),
   };
   EXPECT_EQ(Poll(2), expected);
-  EXPECT_EQ(Counter(settings::kServiceStart), kNow);
-  EXPECT_EQ(Counter(settings::kOutboundQueueLastPoll), kNow + 14);
-  EXPECT_EQ(Counter(settings::kOutboundQueueLength), 0U);
-  EXPECT_EQ(Counter(settings::kOutboundQueueItemMaxAge), 0U);
-  EXPECT_EQ(events_, Trace{});
-}
-
-TEST_F(PollerTest, ADueMessageIsTakenDeliveredAndGone) {
-  Put(kOne, {});
-  const Trace expected = {"wait 1000", Locked(kOne), Delivering(kOne, 0),
-                          "wait 50",   "wait 1000",  Empty()};
-  EXPECT_EQ(Sweeps(Poll(3)), expected);
-  EXPECT_FALSE(IsQueued(kOne));
-  EXPECT_FALSE(HasMessageFile(kOne));
-  EXPECT_EQ(settings::ActiveDeliveryThreads(), 0);
+  EXPECT_EQ(settings::Find(settings::kServiceStart), kNow);
+  EXPECT_EQ(settings::Find(settings::kOutboundQueueLastPoll), kNow + 14);
+  EXPECT_EQ(settings::Find(settings::kOutboundQueueLength), 0U);
+  EXPECT_EQ(settings::Find(settings::kOutboundQueueItemMaxAge), 0U);
+  EXPECT_TRUE(events_.all.empty());
 }
 
 TEST_F(PollerTest, AnotherNodesMessageIsLeftAsItIsWithoutAWait) {
@@ -89,12 +79,15 @@ TEST_F(PollerTest, AnotherNodesMessageIsLeftAsItIsWithoutAWait) {
   EXPECT_EQ(Command(kOne), before);
 }
 
-TEST_F(PollerTest, AMessageBecomesDueAtItsSecond) {
+TEST_F(PollerTest, AMessageIsTakenAtItsSecondDeliveredAndGone) {
   Set("Outgoing Poll Interval", 10, kSf);
   Set("Reset Messages On Restart", 0U, kSf);
   Put(kOne, {.nextSendTime = kNow + 20});
-  EXPECT_EQ(Sweeps(Poll(3)), (Trace{"wait 10000", Unable(kOne), "wait 10000", Locked(kOne),
-                                    Delivering(kOne, 0), "wait 50"}));
+  EXPECT_EQ(Sweeps(Poll(4)), (Trace{"wait 10000", Unable(kOne), "wait 10000", Locked(kOne),
+                                    Delivering(kOne, 0), "wait 50", "wait 10000", Empty()}));
+  EXPECT_FALSE(IsQueued(kOne));
+  EXPECT_FALSE(HasMessageFile(kOne));
+  EXPECT_EQ(settings::ActiveDeliveryThreads(), 0);
 }
 
 TEST_F(PollerTest, AtTheThreadLimitTheSweepStaysOnItsFile) {
@@ -106,9 +99,9 @@ TEST_F(PollerTest, AtTheThreadLimitTheSweepStaysOnItsFile) {
   settings::ActiveDeliveryThreads() = 3;
   std::optional<std::uint32_t> length;
   const auto change = [&](int wait) {
-    if (wait == 2) Store("Outbound Poll Delay", 900);
-    if (wait == 3) Store("Maximum Pickup Threads", 4);
-    if (wait == 5) length = Counter(settings::kOutboundQueueLength);
+    if (wait == 2) test::StoreSetting("Outbound Poll Delay", 900, kSf);
+    if (wait == 3) test::StoreSetting("Maximum Pickup Threads", 4, kSf);
+    if (wait == 5) length = settings::Find(settings::kOutboundQueueLength);
   };
   EXPECT_EQ(Sweeps(Poll(5, change)), (Trace{"wait 1000", "wait 700", "wait 900", Locked(kOne),
                                             Delivering(kOne, 0), "wait 20", "wait 1000", Empty()}));
@@ -138,7 +131,7 @@ TEST_F(PollerTest, TheStopEndsTheSweepBeforeTheNextFile) {
   ASSERT_EQ(trace.size(), 4U);
   EXPECT_TRUE(IsQueued(kOne) != IsQueued(kTwo));
   EXPECT_NE(Command(IsQueued(kOne) ? kOne : kTwo).find("Status=Unsent\r\n"), std::string::npos);
-  EXPECT_EQ(Counter(settings::kOutboundQueueLength), 1U);
+  EXPECT_EQ(settings::Find(settings::kOutboundQueueLength), 1U);
 }
 
 TEST_F(PollerTest, TheStartTakesBackWhatThisNodeHad) {
@@ -156,9 +149,8 @@ TEST_F(PollerTest, AnExpiredMessageThatCannotBeSettledIsTakenOnceAThreshold) {
   Set("Outgoing Poll Interval", 5400, kSf);
   Put(kOne, {.status = "Delivering", .recipients = "[SF:acme/anna]", .nextSendTime = kNow - 10800});
   const std::string before = Command(kOne);
-  int takes = 0;
-  for (const std::string& line : Poll(8)) takes += line == Locked(kOne) ? 1 : 0;
-  EXPECT_EQ(takes, 3) << "at 1.5, 4.5 and 7.5 hours";
+  const Trace trace = Poll(8);
+  EXPECT_EQ(std::count(trace.begin(), trace.end(), Locked(kOne)), 3) << "at 1.5, 4.5 and 7.5 hours";
   EXPECT_EQ(Command(kOne), before);
 }
 
@@ -175,33 +167,30 @@ TEST_F(PollerTest, TheGreatestAgeIsThatOfTheSweepBefore) {
   fs::last_write_time(QueueDirectory() + "/" + kTwo, at(kNow + 100));
   std::vector<std::uint32_t> ages;
   Poll(4, [&](int wait) {
-    if (wait > 1) ages.push_back(Counter(settings::kOutboundQueueItemMaxAge).value_or(77));
+    if (wait > 1) ages.push_back(settings::Find(settings::kOutboundQueueItemMaxAge).value_or(77));
     if (wait == 2) fs::remove(QueueDirectory() + "/" + kOne);
   });
   EXPECT_EQ(ages, (std::vector<std::uint32_t>{0, 100, 0})) << "100.1 seconds";
 }
 
-struct UnreadableCase {
-  const char* name;
-  const char* command;
-  const char* line;
-  const char* state;  // afterwards; one that stands first in the file stays
-};
-const UnreadableCase kUnreadable[] = {
-    {"no recipients", "Server=\r\nStatus=Unsent\r\n",
-     "Message ONE.MAI has no recipients that can be read. It stays in the queue.",
-     "Status=Delivering"},
-    {"a state alone", "\r\nStatus=Unsent",
-     "Message ONE.MAI has no recipients that can be read. It stays in the queue.", "Status=Unsent"},
-};
-
 TEST_F(PollerTest, WhatCannotBeReadIsToldOnceAndStays) {
-  for (const UnreadableCase& row : kUnreadable) {
-    PutText(kOne, row.command);
-    const Trace expected = {"wait 1000", Locked(kOne), row.line,   "wait 50",
-                            "wait 1000", Unable(kOne), "wait 1000"};
-    EXPECT_EQ(Sweeps(Poll(4)), expected) << row.name;
-    EXPECT_NE(Command(kOne).find(row.state), std::string::npos) << row.name;
+  // A command file, and its state afterwards; one that stands first in the file stays.
+  const std::tuple<const char*, const char*, const char*> cases[] = {
+      {"no recipients", "Server=\r\nStatus=Unsent\r\n", "Status=Delivering"},
+      {"a state alone", "\r\nStatus=Unsent", "Status=Unsent"},
+  };
+  for (const auto& [name, command, state] : cases) {
+    PutText(kOne, command);
+    const Trace expected = {
+        "wait 1000",
+        Locked(kOne),
+        "Message ONE.MAI has no recipients that can be read. It stays in the queue.",
+        "wait 50",
+        "wait 1000",
+        Unable(kOne),
+        "wait 1000"};
+    EXPECT_EQ(Sweeps(Poll(4)), expected) << name;
+    EXPECT_NE(Command(kOne).find(state), std::string::npos) << name;
     EXPECT_TRUE(HasMessageFile(kOne));
   }
 }
@@ -217,7 +206,7 @@ TEST_F(PollerTest, ASweepThatFailsIsToldAndTheNextOneGoesOn) {
   EXPECT_EQ(trace[2], "PollOutboundQueue handled an exception; session will be dropped.");
   EXPECT_EQ(trace[5], "wait 1000");
   EXPECT_EQ(trace[6], Locked(kOne));
-  EXPECT_EQ(events_.size(), 1U);
+  EXPECT_EQ(events_.all.size(), 1U);
 }
 
 TEST_F(PollerTest, AMissingQueueIsToldWithTheNextStepAndFoundLater) {
@@ -226,8 +215,8 @@ TEST_F(PollerTest, AMissingQueueIsToldWithTheNextStepAndFoundLater) {
   const Trace trace = Poll(3, [&](int wait) {
     if (wait == 2) fs::rename(Directory() / "elsewhere", Directory() / "SF");
   });
-  ASSERT_EQ(events_.size(), 1U);
-  EXPECT_EQ(events_[0],
+  ASSERT_EQ(events_.all.size(), 1U);
+  EXPECT_EQ(events_.all[0].text,
             "The outbound queue " + Directory().Path() +
                 "\\SF\\Outgoing can't be found: The system cannot find the path specified. Make "
                 "the directory, or set 'Connector Root Directory' of CONNECTORS. Each sweep looks "
@@ -240,10 +229,10 @@ TEST_F(PollerTest, AMissingSettingsStoreIsToldAndNothingIsLost) {
   Put(kOne, {});
   platform::SettingsStore::UsePath(Directory() / "none/settings.db");
   const Trace trace = Poll(2);
-  ASSERT_EQ(events_.size(), 1U);
-  EXPECT_TRUE(events_[0].starts_with("The settings can't be read: " + Directory().Path()))
-      << events_[0];
-  EXPECT_NE(events_[0].find("Name the store in CORVANE_SETTINGS"), std::string::npos);
+  ASSERT_EQ(events_.all.size(), 1U);
+  const std::string& told = events_.all[0].text;
+  EXPECT_TRUE(told.starts_with("The settings can't be read: " + Directory().Path())) << told;
+  EXPECT_NE(told.find("Name the store in CORVANE_SETTINGS"), std::string::npos);
   EXPECT_FALSE(IsQueued(kOne)) << "what was loaded before still counts";
 }
 
@@ -266,10 +255,9 @@ TEST_F(PollerTest, AStoreThatCannotBeWrittenCostsTheCountersAndNothingElse) {
     trace = Poll(4);
   }
   fs::permissions(Directory().Path(), fs::perms(0755));
-  int told = 0;
-  for (const std::string& line : trace) {
-    told += line.starts_with("CV-IXXXX: Unable to save queue statistics for service.") ? 1 : 0;
-  }
+  const auto told = std::count_if(trace.begin(), trace.end(), [](const std::string& line) {
+    return line.starts_with("CV-IXXXX: Unable to save queue statistics for service.");
+  });
   EXPECT_LE(told, 1) << "once in the life of the process";
   EXPECT_FALSE(IsQueued(kOne) || IsQueued(kTwo));
   EXPECT_EQ(settings::Find(settings::kOutboundQueueLastPoll), std::nullopt);

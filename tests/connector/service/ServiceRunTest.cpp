@@ -1,12 +1,8 @@
 // ServiceRunTest.cpp -- the order of start and stop, state reports, command line, installation.
-#include <gtest/gtest.h>
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <csignal>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <string>
 #include <thread>
@@ -16,10 +12,11 @@
 #include "connector/service/ServiceInstall.h"
 #include "connector/service/ServiceRun.h"
 #include "connector/settings/ProcessState.h"
-#include "platform/Clock.h"
 #include "platform/Machine.h"
-#include "platform/Reports.h"
+#include "tests/support/HeardEvents.h"
+#include "tests/support/ServiceManagerSocket.h"
 #include "tests/support/TemporaryDirectory.h"
+#include "tests/support/TestClock.h"
 
 namespace corvane {
 namespace {
@@ -49,19 +46,17 @@ ServiceHooks RecordingHooks() {
 class ServiceRunTest : public testing::Test {
  protected:
   ServiceRunTest() {
-    platform::SetClock(&clock_);
     setenv("CORVANE_SETTINGS", (directory_ / "settings.db").c_str(), 1);
     record.clear();
   }
   ~ServiceRunTest() override {
-    platform::SetClock(nullptr);
     StopFlag() = 0;
     StoppedFlag() = 0;
     unsetenv("CORVANE_SETTINGS");
   }
 
   test::TemporaryDirectory directory_;
-  platform::VirtualClock clock_{0};
+  test::TestClock clock_{0};
 };
 
 TEST_F(ServiceRunTest, StopRunsBesideThePollerAndWaitsTwoSeconds) {
@@ -105,9 +100,11 @@ TEST_F(ServiceRunTest, StopDuringTheLoadStartsNoPoller) {
   EXPECT_EQ(StoppedFlag(), 1);
 }
 
+void PollAndFail() { throw std::runtime_error("no queue"); }
+
 TEST_F(ServiceRunTest, ExceptionStopsTheRunInOrder) {
   ServiceHooks hooks = RecordingHooks();
-  hooks.poll = [] { throw std::runtime_error("no queue"); };
+  hooks.poll = PollAndFail;
   ServiceRun run(hooks, true);
   run.RunToTheEnd();
   EXPECT_EQ(run.WaitForEnd(), 1);
@@ -115,16 +112,8 @@ TEST_F(ServiceRunTest, ExceptionStopsTheRunInOrder) {
   EXPECT_EQ(StoppedFlag(), 1);
 }
 
-TEST_F(ServiceRunTest, SecondStopDoesNothing) {
-  ServiceRun run(RecordingHooks(), true);
-  run.StopRoutine();
-  run.StopRoutine();
-  EXPECT_EQ(record.size(), 1U);
-  EXPECT_EQ(clock_.Slept(), 2000);
-}
-
 // Whoever hears of the end finds the flag set.
-TEST_F(ServiceRunTest, TheStoppedFlagIsSetBeforeStoppedIsReported) {
+TEST_F(ServiceRunTest, TheStoppedFlagIsSetBeforeStoppedIsReportedAndASecondStopDoesNothing) {
   unsetenv("NOTIFY_SOCKET");
   platform::SetEventListener(  // each report fails and comes here
       [](void*, std::string_view, platform::EventType, std::uint32_t, std::string_view,
@@ -132,43 +121,16 @@ TEST_F(ServiceRunTest, TheStoppedFlagIsSetBeforeStoppedIsReported) {
       nullptr);
   ServiceRun run(RecordingHooks(), false);
   run.StopRoutine();
+  run.StopRoutine();
   platform::SetEventListener(nullptr, nullptr);
   EXPECT_EQ(record,
             (std::vector<std::string>{"reported at 0", "unload after 2000", "reported at 1"}));
+  EXPECT_EQ(clock_.Slept(), 2000);
 }
-
-// The service manager's end of its socket, in a directory of the test.
-class Manager {
- public:
-  explicit Manager(const std::string& path) : socket_(socket(AF_UNIX, SOCK_DGRAM, 0)) {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    std::memcpy(address.sun_path, path.data(), path.size());
-    EXPECT_EQ(bind(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
-    setenv("NOTIFY_SOCKET", path.c_str(), 1);
-  }
-  ~Manager() {
-    close(socket_);
-    unsetenv("NOTIFY_SOCKET");
-  }
-  Manager(const Manager&) = delete;
-  Manager& operator=(const Manager&) = delete;
-
-  std::string Receive() {
-    char buffer[256];
-    const ssize_t got = recv(socket_, buffer, sizeof(buffer), MSG_DONTWAIT);
-    return got > 0 ? std::string(buffer, static_cast<std::size_t>(got)) : "";
-  }
-
- private:
-  int socket_;
-};
 
 struct StateCase {
   ServiceState state;
-  std::int32_t waitHint;
-  std::int32_t checkPoint;
-  std::int32_t controls;
+  std::int32_t waitHint, checkPoint, controls;
   const char* told;
 };
 const StateCase kStates[] = {
@@ -181,36 +143,32 @@ const StateCase kStates[] = {
 };
 
 TEST_F(ServiceRunTest, ManagerHearsEachStateAndTheCheckpointGrows) {
-  Manager manager(directory_ / "notify");
+  const test::ServiceManagerSocket manager(directory_ / "notify");
   ServiceStatus status(false);
   for (const StateCase& row : kStates) {
     status.ReportStatus(row.state, 0, row.waitHint);
-    EXPECT_EQ(manager.Receive(), row.told);
+    EXPECT_EQ(manager.Next(), row.told);
     EXPECT_EQ(status.Record().CheckPoint, row.checkPoint);
     EXPECT_EQ(status.Record().ControlsAccepted, row.controls);
   }
   ServiceStatus console(true);
   console.ReportStatus(ServiceState::kRunning, 0, 0);
-  EXPECT_EQ(manager.Receive(), "");
+  EXPECT_EQ(manager.Next(), "nothing");
 }
 
 TEST_F(ServiceRunTest, ReportThatFailsGoesToTheEventLog) {
-  platform::SetEventListener(
-      [](void*, std::string_view source, platform::EventType, std::uint32_t id, std::string_view,
-         std::string_view text) {
-        Note(std::string(source) + ":" + std::to_string(id) + ":" + std::string(text));
-      },
-      nullptr);
+  const test::HeardEvents heard;
   unsetenv("NOTIFY_SOCKET");
   ServiceStatus(false).ReportStatus(ServiceState::kRunning, 0, 0);
-  platform::SetEventListener(nullptr, nullptr);
-  EXPECT_EQ(record, (std::vector<std::string>{"Service Control Manager:1:SetServiceStatus"}));
+  ASSERT_EQ(heard.all.size(), 1U);
+  EXPECT_EQ(heard.all[0].source, "Service Control Manager");
+  EXPECT_EQ(heard.all[0].id, 1U);
+  EXPECT_EQ(heard.all[0].text, "SetServiceStatus");
 }
 
 // The whole program, in a process of its own.
 [[noreturn]] void RunProgram(std::vector<const char*> arguments, void (*poll)()) {
-  platform::VirtualClock clock;
-  platform::SetClock(&clock);
+  const test::TestClock clock;
   arguments.insert(arguments.begin(), "CorvanePOConnector");
   ServiceHooks hooks = RecordingHooks();
   hooks.poll = poll;
@@ -232,30 +190,28 @@ void PollForEver() {
 
 // The stop routine hangs in its wait, as the clock stands; another signal comes.
 void PollUntilTheSecondSignal() {
-  class StandingClock : public platform::VirtualClock {
+  class StandingClock : public test::TestClock {
     void Sleep(std::int64_t) override {
       kill(getpid(), SIGINT);
       for (;;) std::this_thread::yield();
     }
   };
   static StandingClock clock;
-  platform::SetClock(&clock);
   PollForEver();
 }
-
-void PollAndFail() { throw std::runtime_error("no queue"); }
 
 TEST(ServiceHostDeathTest, EachWayToRun) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   unsetenv("NOTIFY_SOCKET");
-  EXPECT_EXIT(RunProgram({"-debug"}, PollUntilTerminated), testing::ExitedWithCode(0), "");
-  EXPECT_EXIT(RunProgram({"/DeBuG", "x"}, PollUntilTerminated), testing::ExitedWithCode(0), "");
-  EXPECT_EXIT(RunProgram({"-debug"}, PollForEver), testing::ExitedWithCode(0), "");
-  EXPECT_EXIT(RunProgram({"-debug"}, PollUntilTheSecondSignal), testing::ExitedWithCode(0), "");
-  EXPECT_EXIT(RunProgram({"-debug"}, PollAndFail), testing::ExitedWithCode(1), "");
-  EXPECT_EXIT(RunProgram({}, PollUntilTerminated), testing::ExitedWithCode(1),
-              "not started by the service manager");
-  EXPECT_EXIT(RunProgram({"debug"}, PollUntilTerminated), testing::ExitedWithCode(1),
+  const testing::ExitedWithCode well(0);
+  const testing::ExitedWithCode badly(1);
+  EXPECT_EXIT(RunProgram({"-debug"}, PollUntilTerminated), well, "");
+  EXPECT_EXIT(RunProgram({"/DeBuG", "x"}, PollUntilTerminated), well, "");
+  EXPECT_EXIT(RunProgram({"-debug"}, PollForEver), well, "");
+  EXPECT_EXIT(RunProgram({"-debug"}, PollUntilTheSecondSignal), well, "");
+  EXPECT_EXIT(RunProgram({"-debug"}, PollAndFail), badly, "");
+  EXPECT_EXIT(RunProgram({}, PollUntilTerminated), badly, "not started by the service manager");
+  EXPECT_EXIT(RunProgram({"debug"}, PollUntilTerminated), badly,
               "CorvanePOConnector -debug <params>   to run as a console app for debugging");
 }
 
@@ -270,11 +226,7 @@ void FakeControlProgram(const std::string& path, const std::string& state, int e
 
 class ServiceInstallTest : public ServiceRunTest {
  protected:
-  ServiceInstallTest() {
-    unsetenv("CORVANE_SETTINGS");
-    place_.unitDirectory = directory_.Path();
-    place_.controlProgram = directory_ / "systemctl";
-  }
+  ServiceInstallTest() { unsetenv("CORVANE_SETTINGS"); }
   template <typename Work>
   std::string Printed(Work work) {
     testing::internal::CaptureStdout();
@@ -282,7 +234,7 @@ class ServiceInstallTest : public ServiceRunTest {
     return testing::internal::GetCapturedStdout();
   }
 
-  ServiceManagerPlace place_;
+  ServiceManagerPlace place_{directory_.Path(), directory_ / "systemctl"};
   const std::string unit_ = directory_ / "CVPOCS.service";
   const std::string log_ = directory_ / "systemctl.log";
 };

@@ -9,6 +9,7 @@
 #include "platform/FaultInjection.h"
 #include "platform/Thread.h"
 #include "tests/connector/service/PollerFixture.h"
+#include "tests/support/Threads.h"
 
 namespace corvane {
 namespace {
@@ -98,9 +99,9 @@ TEST_F(WorkerTest, AnExceptionIsToldInTheEventLogToo) {
   Answer("PostofficeGet acme throw\n");
   Put(kOne, {.recipients = "[SF:acme/anna]"});
   (void)Work();
-  EXPECT_EQ(events_.back(), "CVPOCS: WorkerThread handled an exception for thread " +
-                                std::to_string(platform::CurrentThreadId()) +
-                                " and attempted to continue.\n");
+  EXPECT_EQ(events_.all.back().text, "CVPOCS: WorkerThread handled an exception for thread " +
+                                         std::to_string(platform::CurrentThreadId()) +
+                                         " and attempted to continue.\n");
 }
 
 TEST_F(WorkerTest, AClaimThatCannotBeWrittenLeavesTheMessageUnsent) {
@@ -131,17 +132,11 @@ TEST_F(WorkerTest, TheMessageFileGoesFirst) {
 }
 
 TEST_F(WorkerTest, ManyWorkersLeaveTheWholeTotalInTheStore) {
-  constexpr int kThreads = 8;
-  constexpr int kSteps = 50;
-  static RunningTotal total(settings::kInboundDeliveryCount);
-  std::vector<std::thread> workers;
-  for (int i = 0; i < kThreads; ++i) {
-    workers.emplace_back([] {
-      for (int step = 0; step < kSteps; ++step) total.Increment();
-    });
-  }
-  for (std::thread& worker : workers) worker.join();
-  EXPECT_EQ(settings::Find(settings::kInboundDeliveryCount), kThreads * kSteps);
+  RunningTotal total(settings::kInboundDeliveryCount);
+  test::Threads(8, [&](int) {
+    for (int step = 0; step < 50; ++step) total.Increment();
+  }).Join();
+  EXPECT_EQ(settings::Find(settings::kInboundDeliveryCount), 8 * 50);
 }
 
 }  // namespace

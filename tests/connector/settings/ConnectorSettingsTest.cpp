@@ -1,17 +1,20 @@
 // ConnectorSettingsTest.cpp -- the load at start and the raw calls.
-#include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "connector/settings/ConnectorSettings.h"
 #include "connector/settings/ProcessState.h"
 #include "connector/settings/Settings.h"
 #include "connector/settings/SettingsSource.h"
+#include "tests/support/StoredSettings.h"
 #include "tests/support/TemporarySettings.h"
 
 namespace corvane::settings {
 namespace {
+
+using test::StoreSetting;
 
 constexpr const char* kSf = "SOFTWARE\\Wow6432Node\\Corvane\\Corvane\\CONNECTORS\\SF";
 
@@ -20,11 +23,13 @@ class ConnectorSettingsTest : public testing::Test {
   ConnectorSettingsTest() { ForgetSettings(); }
   ~ConnectorSettingsTest() override { ForgetSettings(); }
 
-  void Store(const DwordSetting& setting, std::uint32_t value) {
-    ASSERT_TRUE(settings_.Store().SetDword(WholeKey(setting.key), setting.name, value));
-  }
-  void Store(const TextSetting& setting, std::string_view value) {
-    ASSERT_TRUE(settings_.Store().SetString(WholeKey(setting.key), setting.name, value));
+  // With these values and no others; null is an absent one.
+  void LoadOnly(std::initializer_list<std::pair<const TextSetting&, const char*>> values) {
+    ASSERT_TRUE(settings_.Clear());
+    for (const auto& [setting, value] : values) {
+      if (value != nullptr) StoreSetting(setting, value);
+    }
+    Load();
   }
 
   // Loads and returns what the console showed.
@@ -44,8 +49,8 @@ class ConnectorSettingsTest : public testing::Test {
 
 TEST_F(ConnectorSettingsTest, LoadsEveryStartValueAndClearsTheFlags) {
   std::uint32_t value = 1000;
-  for (const DwordSetting* setting : AllNumbers()) Store(*setting, ++value);
-  for (const TextSetting* setting : AllTexts()) Store(*setting, setting->name);
+  for (const DwordSetting* setting : AllNumbers()) StoreSetting(*setting, ++value);
+  for (const TextSetting* setting : AllTexts()) StoreSetting(*setting, setting->name);
   StopFlag() = 1;
   StoppedFlag() = 1;
   Load();
@@ -54,15 +59,15 @@ TEST_F(ConnectorSettingsTest, LoadsEveryStartValueAndClearsTheFlags) {
   for (const TextSetting* setting : AllTexts()) EXPECT_EQ(Get(*setting), setting->name);
   EXPECT_EQ(StopFlag(), 0);
   EXPECT_EQ(StoppedFlag(), 0);
-  Store(kOutgoingPollInterval, 5);
-  Store(kRedirectionEnabled, 1);
+  StoreSetting(kOutgoingPollInterval, 5);
+  StoreSetting(kRedirectionEnabled, 1);
   EXPECT_NE(Get(kOutgoingPollInterval), 5U);
   EXPECT_NE(Get(kRedirectionEnabled), 1U);
 }
 
 TEST_F(ConnectorSettingsTest, TheConsoleTellsOfTheRootAndTheProviders) {
   const std::vector<std::string> order = {"CVAIPO.DLL", "CVAISM.DLL", "CVAIAM.DLL"};
-  Store(kConnectorRootDirectory, "/connectors");
+  StoreSetting(kConnectorRootDirectory, "/connectors");
   EXPECT_EQ(Load(), "Loaded SMTP Configuration Provider\nLoaded Address Map Provider\n");
   EXPECT_EQ(asked_, order);
   ASSERT_TRUE(settings_.Clear());
@@ -76,60 +81,52 @@ TEST_F(ConnectorSettingsTest, TheConsoleTellsOfTheRootAndTheProviders) {
 }
 
 TEST_F(ConnectorSettingsTest, PathsFallBackAsTheyShould) {
-  struct Case {
-    const char* name;
-    const char* rootOfSf;
-    const char* root;
-    const char* queue;
-    const char* mailRoot;
-    const char* mailRootOfSf;
-    const char* mail;
+  using Row = std::tuple<const char*, const char*, const char*, const char*>;
+  // The connector's own root, the common one (null: absent), and the queue.
+  const Row queues[] = {
+      {"only the common root", nullptr, "C:\\Con", "C:\\Con\\SF\\Outgoing"},
+      {"the connector's own root first", "D:\\Sf", "C:\\Con", "D:\\Sf\\SF\\Outgoing"},
+      {"an empty one is none", "", "/con/", "/con/SF\\Outgoing"},
+      {"only the connector's own root", "/sf", nullptr, "/sf\\SF\\Outgoing"},
+      {"nothing at all", nullptr, nullptr, ""},
   };
-  const Case cases[] = {
-      {"only the common root", nullptr, "C:\\Con", "C:\\Con\\SF\\Outgoing", "/mail", nullptr,
-       "/mail"},
-      {"the connector's own root first", "D:\\Sf", "C:\\Con", "D:\\Sf\\SF\\Outgoing", "/mail",
-       "/old", "/mail"},
-      {"an empty one is none", "", "/con/", "/con/SF\\Outgoing", "", "/old", "/old"},
-      {"only the old mail root", "/sf", nullptr, "/sf\\SF\\Outgoing", nullptr, "/old", "/old"},
-      {"nothing at all", nullptr, nullptr, "", nullptr, nullptr, ""},
+  for (const auto& [name, own, common, queue] : queues) {
+    LoadOnly({{kConnectorRootDirectorySf, own}, {kConnectorRootDirectory, common}});
+    EXPECT_EQ(OutboundMessageQueue(), queue) << name;
+    EXPECT_EQ(ConnectorRootDirectory(), common == nullptr ? "" : common) << name;
+  }
+  // The mail root, the old one, and what counts.
+  const Row mailRoots[] = {
+      {"only the mail root", "/mail", nullptr, "/mail"},
+      {"the mail root first", "/mail", "/old", "/mail"},
+      {"an empty one is none", "", "/old", "/old"},
+      {"only the old one", nullptr, "/old", "/old"},
+      {"nothing at all", nullptr, nullptr, ""},
   };
-  for (const Case& row : cases) {
-    ASSERT_TRUE(settings_.Clear());
-    if (row.rootOfSf != nullptr) Store(kConnectorRootDirectorySf, row.rootOfSf);
-    if (row.root != nullptr) Store(kConnectorRootDirectory, row.root);
-    if (row.mailRoot != nullptr) Store(kMailRoot, row.mailRoot);
-    if (row.mailRootOfSf != nullptr) Store(kMailRootDirectory, row.mailRootOfSf);
-    Load();
-    EXPECT_EQ(OutboundMessageQueue(), row.queue) << row.name;
-    EXPECT_EQ(ConnectorRootDirectory(), row.root == nullptr ? "" : row.root) << row.name;
-    EXPECT_EQ(MailRoot(), row.mail) << row.name;
+  for (const auto& [name, mailRoot, old, expected] : mailRoots) {
+    LoadOnly({{kMailRoot, mailRoot}, {kMailRootDirectory, old}});
+    EXPECT_EQ(MailRoot(), expected) << name;
   }
 }
 
 TEST_F(ConnectorSettingsTest, FlagsAndTheIntervalFollowTheirRules) {
   EXPECT_FALSE(IsAspxWebmail());
-  Store(kApplicationType, "ASPX");
-  Store(kOutgoingPollInterval, 0);
-  Store(kApplicationDirectory, "/opt/corvane/lib");
+  StoreSetting(kApplicationType, "ASPX");
+  StoreSetting(kOutgoingPollInterval, 0);
+  StoreSetting(kApplicationDirectory, "/opt/corvane/lib");
   Load();
   EXPECT_TRUE(IsAspxWebmail());
   EXPECT_EQ(Get(kOutgoingPollInterval), 1U);
   EXPECT_EQ(LibraryDirectory(), "/opt/corvane/lib64");
-  Store(kApplicationType, "ASP");
+  StoreSetting(kApplicationType, "ASP");
   Load();
   EXPECT_FALSE(IsAspxWebmail());
 }
 
 TEST_F(ConnectorSettingsTest, RawNumbersAreReadAsFourBytes) {
   using platform::SettingValue;
-  struct Case {
-    const char* name;
-    SettingValue stored;
-    std::int32_t result;
-    std::uint32_t value;
-  };
-  const Case cases[] = {
+  // What is stored, the result, and what is read.
+  const std::tuple<const char*, SettingValue, std::int32_t, std::uint32_t> cases[] = {
       {"a number", SettingValue::Dword(0xFFFFFFFF), 1, 0xFFFFFFFF},
       {"four bytes", SettingValue::Binary(std::string_view("\x01\x02\x00\x80", 4)), 1, 0x80000201},
       {"three bytes", SettingValue::Binary("abc"), 0, 77},
@@ -137,12 +134,12 @@ TEST_F(ConnectorSettingsTest, RawNumbersAreReadAsFourBytes) {
       {"no bytes", SettingValue::Binary(""), 0, 77},
       {"a text", SettingValue::String("10"), 0, 77},
   };
-  for (const Case& row : cases) {
+  for (const auto& [name, stored, result, expected] : cases) {
     ASSERT_TRUE(
-        settings_.Store().Apply({{platform::SettingChange::Kind::kSet, kSf, "Value", row.stored}}));
+        settings_.Store().Apply({{platform::SettingChange::Kind::kSet, kSf, "Value", stored}}));
     std::uint32_t value = 77;
-    EXPECT_EQ(ReadSettingDword(kSf, "value", &value), row.result) << row.name;
-    EXPECT_EQ(value, row.value) << row.name;
+    EXPECT_EQ(ReadSettingDword(kSf, "value", &value), result) << name;
+    EXPECT_EQ(value, expected) << name;
   }
   std::uint32_t value = 77;
   for (const char* key : {"", "SOFTWARE\\Nothing", static_cast<const char*>(nullptr)}) {
@@ -156,14 +153,8 @@ TEST_F(ConnectorSettingsTest, RawNumbersAreReadAsFourBytes) {
 TEST_F(ConnectorSettingsTest, RawTextsFillTheirBuffer) {
   ASSERT_TRUE(settings_.Store().SetString(kSf, "Text", "0123456789"));
   ASSERT_TRUE(settings_.Store().SetDword(kSf, "Number", 7));
-  struct Case {
-    const char* key;
-    const char* name;
-    std::size_t size;
-    std::int32_t result;
-    const char* text;
-  };
-  const Case cases[] = {
+  // A key and a name, the size of the buffer, the result, and what is in the buffer.
+  const std::tuple<const char*, const char*, std::size_t, std::int32_t, const char*> cases[] = {
       {kSf, "Text", 32, 1, "0123456789"},
       {kSf, "Text", 11, 1, "0123456789"},
       {kSf, "Text", 5, 1, "0123"},
@@ -175,10 +166,10 @@ TEST_F(ConnectorSettingsTest, RawTextsFillTheirBuffer) {
       {"", "Text", 32, 0, ""},
       {"SOFTWARE\\Elsewhere", "Text", 32, 0, ""},
   };
-  for (const Case& row : cases) {
+  for (const auto& [key, name, size, result, text] : cases) {
     char buffer[33] = "untouched";
-    EXPECT_EQ(ReadSettingString(row.key, row.name, buffer, row.size), row.result) << row.key;
-    EXPECT_STREQ(buffer, row.text) << row.key;
+    EXPECT_EQ(ReadSettingString(key, name, buffer, size), result) << key;
+    EXPECT_STREQ(buffer, text) << key;
   }
 }
 
@@ -199,7 +190,7 @@ TEST_F(ConnectorSettingsTest, TheLibraryDirectoryHas64Appended) {
   char buffer[64] = "untouched";
   EXPECT_EQ(GetLibraryDirectory(buffer, sizeof buffer), 0);
   EXPECT_STREQ(buffer, "");
-  Store(kApplicationDirectory, "C:\\Corvane\\bin");
+  StoreSetting(kApplicationDirectory, "C:\\Corvane\\bin");
   EXPECT_EQ(GetLibraryDirectory(buffer, sizeof buffer), 1);
   EXPECT_STREQ(buffer, "C:\\Corvane\\bin64");
 }

@@ -56,10 +56,9 @@ const std::string kKeyA = "[HKEY_LOCAL_MACHINE\\A]\r\n";
 TEST(RegistryFileTest, SoundFilesMeanWhatTheySay) {
   struct Case {
     const char* name;
-    std::string file;
-    std::string meaning;
+    std::string file, meaning;
   };
-  const Case cases[] = {
+  std::vector<Case> cases = {
       {"nothing but a header", kVersion5, ""},
       {"a header without a line end", "REGEDIT4", ""},
       {"keys of both roots and spellings",
@@ -68,32 +67,10 @@ TEST(RegistryFileTest, SoundFilesMeanWhatTheySay) {
       {"the 64-bit view",
        kVersion4 + "[HKLM\\SOFTWARE\\Corvane\\Corvane]\n[HKLM\\Software\\Wow6432Node\\Corvane]",
        "K SOFTWARE\\Wow6432Node\\Corvane\\Corvane\nK Software\\Wow6432Node\\Corvane\n"},
-      {"a text with escapes", kVersion5 + kKeyA + "\"a\\\\\\\"b\"=\"C:\\\\new \\\"x\\\"\"\r\n",
-       "K A\nS A|a\\\"b=C:\\new \"x\"\n"},
-      {"an empty text", kVersion5 + kKeyA + "\"a\"=\"\"", "K A\nS A|a=\n"},
-      {"a text over lines", kVersion5 + kKeyA + "\"a\"=\"one\r\ntwo\"\r\n\"b\"=\"c\"",
-       "K A\nS A|a=one\r\ntwo\nS A|b=c\n"},
-      {"numbers",
-       kVersion5 + kKeyA + "\"a\"=dword:0000000a\r\n\"b\"=DWORD:ffffFFFF\r\n\"c\" = dword:1\r\n",
-       "K A\nD A|a=10\nD A|b=4294967295\nD A|c=1\n"},
-      {"bytes over lines",
-       kVersion5 + kKeyA + "\"a\"=hex:01,02,\\\r\n  ff,\\\r\n  0\r\n\"b\"=hex:\r\n",
-       "K A\nB A|a=0102ff00\nB A|b=\n"},
-      {"16-bit strings",
-       kVersion5 + kKeyA + "\"a\"=hex(1):41,00,e4,00,00,00\r\n\"b\"=hex(2):25,00,00,00\r\n",
-       "K A\nS A|a=A\xc3\xa4\nS A|b=%\n"},
       {"8-bit strings", kVersion4 + "[HKLM\\A]\n\"a\"=hex(1):41,e4,00\n\"b\"=hex(2):25,41\n",
        "K A\nS A|a=A\xe4\nS A|b=%A\n"},
-      {"a string of no bytes", kVersion5 + kKeyA + "\"a\"=hex(1):\r\n", "K A\nB A|a=\n"},
-      {"other types are bytes",
-       kVersion5 + kKeyA + "\"a\"=hex(7):41,00,00,00\r\n\"b\"=hex(b):01,02\r\n\"c\"=hex(0):\r\n",
-       "K A\nB A|a=41000000\nB A|b=0102\nB A|c=\n"},
-      {"a number in bytes", kVersion5 + kKeyA + "\"a\"=hex(4):01,00,00,80\r\n\"b\"=hex(4):01\r\n",
-       "K A\nD A|a=2147483649\nB A|b=01\n"},
       {"deletions", kVersion5 + "[-HKLM\\A\\B]\r\n" + kKeyA + "\"a\"=-\r\n@=-\r\n",
        "-K A\\B\nK A\n- A|a\n- A|\n"},
-      {"default values", kVersion5 + kKeyA + "@=\"x\"\r\n\"@\"=\"y\"\r\n",
-       "K A\nS A|=x\nS A|@=y\n"},
       {"comments and blanks",
        kVersion5 + " ; one\r\n\t\r\n" + kKeyA + " \"a\"=dword:1 ; two\r\n;three", "K A\nD A|a=1\n"},
       {"a key with brackets", kVersion5 + "[HKLM\\A [x]]\r\n", "K A [x]\n"},
@@ -103,6 +80,27 @@ TEST(RegistryFileTest, SoundFilesMeanWhatTheySay) {
        "K A\nS A|a=\xc3\xa4\n"},
       {"8-bit texts stay", kVersion4 + "[HKLM\\A]\n\"a\"=\"\xe4\"", "K A\nS A|a=\xe4\n"},
   };
+  const Case values[] = {
+      {"a text with escapes", R"("a\\\"b"="C:\\new \"x\"")", "S A|a\\\"b=C:\\new \"x\"\n"},
+      {"an empty text", "\"a\"=\"\"", "S A|a=\n"},
+      {"a text over lines", "\"a\"=\"one\r\ntwo\"\r\n\"b\"=\"c\"", "S A|a=one\r\ntwo\nS A|b=c\n"},
+      {"numbers", "\"a\"=dword:0000000a\r\n\"b\"=DWORD:ffffFFFF\r\n\"c\" = dword:1\r\n",
+       "D A|a=10\nD A|b=4294967295\nD A|c=1\n"},
+      {"bytes over lines", "\"a\"=hex:01,02,\\\r\n  ff,\\\r\n  0\r\n\"b\"=hex:\r\n",
+       "B A|a=0102ff00\nB A|b=\n"},
+      {"16-bit strings", "\"a\"=hex(1):41,00,e4,00,00,00\r\n\"b\"=hex(2):25,00,00,00\r\n",
+       "S A|a=A\xc3\xa4\nS A|b=%\n"},
+      {"a string of no bytes", "\"a\"=hex(1):\r\n", "B A|a=\n"},
+      {"other types are bytes",
+       "\"a\"=hex(7):41,00,00,00\r\n\"b\"=hex(b):01,02\r\n\"c\"=hex(0):\r\n",
+       "B A|a=41000000\nB A|b=0102\nB A|c=\n"},
+      {"a number in bytes", "\"a\"=hex(4):01,00,00,80\r\n\"b\"=hex(4):01\r\n",
+       "D A|a=2147483649\nB A|b=01\n"},
+      {"default values", "@=\"x\"\r\n\"@\"=\"y\"\r\n", "S A|=x\nS A|@=y\n"},
+  };
+  for (const auto& [name, lines, meaning] : values) {
+    cases.push_back({name, kVersion5 + kKeyA + lines, "K A\n" + meaning});
+  }
   for (const Case& row : cases) {
     EXPECT_EQ(Describe(ParseRegistryFile(row.file)), row.meaning) << row.name;
     std::optional<std::string> wide = Utf16FromUtf8(row.file);
@@ -121,40 +119,33 @@ TEST(RegistryFileTest, FaultyFilesNameTheLineAndChangeNothing) {
     std::size_t line;
     const char* words;
   };
-  const std::string half(
-      "\xff\xfe"
-      "R\0\n\0\0\xd8"
-      "A\0",
-      10);
+  using namespace std::string_literals;
+  const std::string kInKeyA = kVersion5 + kKeyA;
   const Case cases[] = {
       {"an empty file", "", 1, "must begin"},
       {"another header", "\r\nREGEDIT5\r\n", 2, "must begin"},
-      {"another root", kVersion5 + kKeyA + "[HKEY_CURRENT_USER\\A]", 4, "HKEY_CURRENT_USER"},
+      {"another root", kInKeyA + "[HKEY_CURRENT_USER\\A]", 4, "HKEY_CURRENT_USER"},
       {"a root alone", kVersion5 + "[HKEY_LOCAL_MACHINE]", 3, "root"},
       {"a root to delete", kVersion5 + "[-HKLM\\]", 3, "root"},
       {"an open bracket", kVersion5 + "[HKLM\\A\r\n", 3, "]"},
       {"a value without a key", kVersion5 + "\"a\"=dword:1", 3, "no key"},
-      {"a value in a deleted key", kVersion5 + kKeyA + "[-HKLM\\A]\r\n\"a\"=dword:1", 5, "no key"},
-      {"no value", kVersion5 + kKeyA + "\"a\"=\r\n", 4, "value must be"},
-      {"no equals sign", kVersion5 + kKeyA + "\"a\"dword:1", 4, "="},
-      {"a bare word", kVersion5 + kKeyA + "a=1", 4, "a line must be"},
-      {"a single backslash", kVersion5 + kKeyA + "\"a\"=\"C:\\mail\"", 4, "backslash"},
-      {"an open quote at the end", kVersion5 + kKeyA + "\"a\"=\"x", 4, "quote is missing"},
-      {"an open quote before more", kVersion5 + kKeyA + "\"a\"=\"x\r\n\"b\"=\"y\"\r\n", 4,
+      {"a value in a deleted key", kInKeyA + "[-HKLM\\A]\r\n\"a\"=dword:1", 5, "no key"},
+      {"no value", kInKeyA + "\"a\"=\r\n", 4, "value must be"},
+      {"no equals sign", kInKeyA + "\"a\"dword:1", 4, "="},
+      {"a bare word", kInKeyA + "a=1", 4, "a line must be"},
+      {"a single backslash", kInKeyA + "\"a\"=\"C:\\mail\"", 4, "backslash"},
+      {"an open quote at the end", kInKeyA + "\"a\"=\"x", 4, "quote is missing"},
+      {"an open quote before more", kInKeyA + "\"a\"=\"x\r\n\"b\"=\"y\"\r\n", 4,
        "quote is missing"},
-      {"digits that are none", kVersion5 + kKeyA + "\"a\"=dword:12g", 4, "unexpected"},
-      {"no digits", kVersion5 + kKeyA + "\"a\"=dword:", 4, "hexadecimal"},
-      {"nine digits", kVersion5 + kKeyA + "\"a\"=dword:123456789", 4, "hexadecimal"},
-      {"a byte of three digits", kVersion5 + kKeyA + "\"a\"=hex:01,\\\r\n  123", 5, "hexadecimal"},
-      {"text behind bytes", kVersion5 + kKeyA + "\"a\"=hex:01,,02", 4, "unexpected"},
-      {"text behind a continuation", kVersion5 + kKeyA + "\"a\"=hex:01,\\ x", 4, "end the line"},
-      {"half a pair in a value", kVersion5 + kKeyA + "\"a\"=hex(1):00,d8,41,00", 4, "UTF-16"},
-      {"half a pair in the file", half, 2, "UTF-16"},
-      {"half a character",
-       std::string("\xff\xfe"
-                   "R",
-                   3),
-       1, "middle of a character"},
+      {"digits that are none", kInKeyA + "\"a\"=dword:12g", 4, "unexpected"},
+      {"no digits", kInKeyA + "\"a\"=dword:", 4, "hexadecimal"},
+      {"nine digits", kInKeyA + "\"a\"=dword:123456789", 4, "hexadecimal"},
+      {"a byte of three digits", kInKeyA + "\"a\"=hex:01,\\\r\n  123", 5, "hexadecimal"},
+      {"text behind bytes", kInKeyA + "\"a\"=hex:01,,02", 4, "unexpected"},
+      {"text behind a continuation", kInKeyA + "\"a\"=hex:01,\\ x", 4, "end the line"},
+      {"half a pair in a value", kInKeyA + "\"a\"=hex(1):00,d8,41,00", 4, "UTF-16"},
+      {"half a pair in the file", "\377\376R\0\n\0\0\330A\0"s, 2, "UTF-16"},
+      {"half a character", "\377\376R", 1, "middle of a character"},
   };
   for (const Case& row : cases) {
     RegistryFile file = ParseRegistryFile(row.file);

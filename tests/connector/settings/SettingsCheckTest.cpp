@@ -1,6 +1,8 @@
 // SettingsCheckTest.cpp -- which lines the check at start gives for what is stored.
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "connector/settings/SettingKeys.h"
 #include "connector/settings/SettingsCheck.h"
 #include "connector/settings/SettingsTable.h"
@@ -12,13 +14,8 @@ namespace {
 using platform::SettingValue;
 
 TEST(SettingsCheckTest, EachFaultGivesALineAndSoundSettingsNone) {
-  struct Case {
-    const char* key;
-    const char* name;
-    SettingValue value;
-    const char* line;
-  };
-  const Case cases[] = {
+  // A key, a name, what is stored there, and the line.
+  const std::tuple<const char*, const char*, SettingValue, std::string> cases[] = {
       {"CONNECTORS\\SF", "Maximum Pickup Threads", SettingValue::Dword(20), ""},
       {"connectors\\sf", "maximum pickup thread", SettingValue::Dword(20),
        "Setting \"maximum pickup thread\" of connectors\\sf is not known and has no effect; did "
@@ -49,13 +46,13 @@ TEST(SettingsCheckTest, EachFaultGivesALineAndSoundSettingsNone) {
       {"HKLM\\SOFTWARE\\Elsewhere", "Maximum Pickup Thread", SettingValue::Dword(1), ""},
   };
   test::TemporarySettings settings;
-  for (const Case& row : cases) {
+  for (const auto& [key, name, value, line] : cases) {
     ASSERT_TRUE(settings.Clear());
     ASSERT_TRUE(settings.Store().Apply(
-        {{platform::SettingChange::Kind::kSet, WholeKey(row.key), row.name, row.value}}));
+        {{platform::SettingChange::Kind::kSet, WholeKey(key), name, value}}));
     std::vector<std::string> expected;
-    if (*row.line != '\0') expected.emplace_back(row.line);
-    EXPECT_EQ(CheckSettings(settings.Store()), expected) << row.name;
+    if (!line.empty()) expected.push_back(line);
+    EXPECT_EQ(CheckSettings(settings.Store()), expected) << name;
   }
 }
 

@@ -1,35 +1,30 @@
 // SettingsTest.cpp -- when each kind of setting is read, and the rules over several of them.
-#include <gtest/gtest.h>
 
 #include <set>
-#include <thread>
-#include <vector>
+#include <tuple>
 
 #include "connector/settings/KnownSettings.h"
 #include "connector/settings/Settings.h"
+#include "tests/support/StoredSettings.h"
 #include "tests/support/TemporarySettings.h"
+#include "tests/support/Threads.h"
 
 namespace corvane::settings {
 namespace {
+
+using test::StoreSetting;
 
 class SettingsTest : public testing::Test {
  protected:
   SettingsTest() { ForgetSettings(); }
   ~SettingsTest() override { ForgetSettings(); }
 
-  void Store(const DwordSetting& setting, std::uint32_t value) {
-    ASSERT_TRUE(settings_.Store().SetDword(WholeKey(setting.key), setting.name, value));
-  }
-  void Store(const TextSetting& setting, std::string_view value) {
-    ASSERT_TRUE(settings_.Store().SetString(WholeKey(setting.key), setting.name, value));
-  }
-
   // These values and no others, with nothing held; -1 is an absent one.
   void StoreAnew(std::initializer_list<std::pair<const DwordSetting&, int>> values) {
     ASSERT_TRUE(settings_.Clear());
     ForgetSettings();
     for (const auto& [setting, value] : values) {
-      if (value >= 0) Store(setting, static_cast<std::uint32_t>(value));
+      if (value >= 0) StoreSetting(setting, static_cast<std::uint32_t>(value));
     }
   }
 
@@ -64,34 +59,29 @@ TEST_F(SettingsTest, AbsentValuesGiveTheirDefaults) {
 
 TEST_F(SettingsTest, ReadAtEachUseFollowsTheStore) {
   for (std::uint32_t value : {5u, 0u, 4'000'000'000u}) {
-    Store(kMaximumPickupThreads, value);
+    StoreSetting(kMaximumPickupThreads, value);
     EXPECT_EQ(Get(kMaximumPickupThreads), value);
-    Store(kClusterMode, value);
+    StoreSetting(kClusterMode, value);
     EXPECT_EQ(Get(kClusterMode), value) << "the poller holds what it reads";
   }
-  Store(kOverflowMailbox, "OVERFLOW");
+  StoreSetting(kOverflowMailbox, "OVERFLOW");
   EXPECT_EQ(Get(kOverflowMailbox), "OVERFLOW");
-  Store(kOverflowMailbox, "");
+  StoreSetting(kOverflowMailbox, "");
   EXPECT_EQ(Get(kOverflowMailbox), "") << "a stored empty text is no absent one";
-  Store(kOverflowMailbox, std::string_view("A\0B", 3));
+  StoreSetting(kOverflowMailbox, std::string_view("A\0B", 3));
   EXPECT_EQ(Get(kOverflowMailbox), "A");
 }
 
 TEST_F(SettingsTest, StartValuesWaitForTheLoad) {
-  Store(kOutgoingPollInterval, 7);
-  Store(kMailRoot, "/mail");
+  StoreSetting(kOutgoingPollInterval, 7);
+  StoreSetting(kMailRoot, "/mail");
   EXPECT_EQ(Get(kOutgoingPollInterval), 1U);
   EXPECT_EQ(Get(kMailRoot), "");
 }
 
 TEST_F(SettingsTest, CachedValuesHoldUnlessTheyEqualTheirMark) {
-  struct Case {
-    const char* name;
-    const DwordSetting& setting;
-    std::uint32_t first;
-    bool held;
-  };
-  const Case cases[] = {
+  // What is stored first, and whether it holds beside another.
+  const std::tuple<const char*, const DwordSetting&, std::uint32_t, bool> cases[] = {
       {"a plain one", kQueuePrioritization, 1, true},
       {"a stored 0", kQueuedDeliveryExpiryThreshold, 0, true},
       {"-1 is the usual mark", kQueuePrioritization, 0xFFFFFFFF, false},
@@ -103,20 +93,20 @@ TEST_F(SettingsTest, CachedValuesHoldUnlessTheyEqualTheirMark) {
       {"Notify Clients TimeOut at 0", kNotifyClientsTimeOut, 0, false},
       {"Notify Clients TimeOut holds -1", kNotifyClientsTimeOut, 0xFFFFFFFF, true},
   };
-  for (const Case& row : cases) {
+  for (const auto& [name, setting, first, held] : cases) {
     ForgetSettings();
-    Store(row.setting, row.first);
-    EXPECT_EQ(Get(row.setting), row.first) << row.name;
-    Store(row.setting, 17);
-    EXPECT_EQ(Get(row.setting), row.held ? row.first : 17) << row.name;
+    StoreSetting(setting, first);
+    EXPECT_EQ(Get(setting), first) << name;
+    StoreSetting(setting, 17);
+    EXPECT_EQ(Get(setting), held ? first : 17) << name;
   }
 }
 
 TEST_F(SettingsTest, AnAbsentCachedValueHoldsItsDefault) {
   EXPECT_EQ(Get(kSystemMessagesLimit), 60U);
   EXPECT_EQ(Get(kXmlVersion), "");
-  Store(kSystemMessagesLimit, 5);
-  Store(kXmlVersion, "4.0");
+  StoreSetting(kSystemMessagesLimit, 5);
+  StoreSetting(kXmlVersion, "4.0");
   EXPECT_EQ(Get(kSystemMessagesLimit), 60U);
   EXPECT_EQ(Get(kXmlVersion), "");
   ForgetSettings();
@@ -125,61 +115,45 @@ TEST_F(SettingsTest, AnAbsentCachedValueHoldsItsDefault) {
 }
 
 TEST_F(SettingsTest, ThreadsThatMeetAtTheFirstUseAgree) {
-  Store(kBackupIndexInterval, 11);
-  std::vector<std::thread> threads;
-  std::atomic<int> wrong{0};
-  for (int i = 0; i < 8; ++i) {
-    threads.emplace_back([&] {
-      for (int turn = 0; turn < 1000; ++turn) wrong += Get(kBackupIndexInterval) == 11 ? 0 : 1;
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(wrong, 0);
+  StoreSetting(kBackupIndexInterval, 11);
+  const test::Threads threads(8, [](int) {
+    for (int turn = 0; turn < 1000; ++turn) ASSERT_EQ(Get(kBackupIndexInterval), 11U);
+  });
 }
 
 constexpr int kAbsent = -1;
 
 TEST_F(SettingsTest, NdrGenerationGoesThroughItsRule) {
-  struct Case {
-    int connector;
-    int smtp;
-    std::int32_t flag;
-    std::uint32_t mode;
-  };
-  const Case cases[] = {{kAbsent, kAbsent, 0, 0},
-                        {kAbsent, 1, 0, 0},
-                        {1, 0, 0, 1},
-                        {7, 0, 0, 7},
-                        {2, kAbsent, 1, 0},
-                        {2, 1, 0, 1},
-                        {2, 2, 0, 2},
-                        {2, 3, 0, 1},
-                        {2, 3, 1, 3},
-                        {3, 0, 0, 1},
-                        {3, 0, 1, 3}};
-  for (const Case& row : cases) {
-    StoreAnew({{kNoNdrGeneration, row.connector}, {kNoNdrGenerationSmtp, row.smtp}});
-    EXPECT_EQ(NdrGenerationMode(row.flag), row.mode) << row.connector << row.smtp << row.flag;
+  // The connector's value, that of SMTP, the caller's flag, and the mode.
+  const std::tuple<int, int, std::int32_t, std::uint32_t> cases[] = {{kAbsent, kAbsent, 0, 0},
+                                                                     {kAbsent, 1, 0, 0},
+                                                                     {1, 0, 0, 1},
+                                                                     {7, 0, 0, 7},
+                                                                     {2, kAbsent, 1, 0},
+                                                                     {2, 1, 0, 1},
+                                                                     {2, 2, 0, 2},
+                                                                     {2, 3, 0, 1},
+                                                                     {2, 3, 1, 3},
+                                                                     {3, 0, 0, 1},
+                                                                     {3, 0, 1, 3}};
+  for (const auto& [connector, smtp, flag, mode] : cases) {
+    StoreAnew({{kNoNdrGeneration, connector}, {kNoNdrGenerationSmtp, smtp}});
+    EXPECT_EQ(NdrGenerationMode(flag), mode) << connector << smtp << flag;
   }
 }
 
 TEST_F(SettingsTest, RealtimeTrainingNeedsAllThree) {
-  struct Case {
-    int status;
-    int mode;
-    int training;
-    bool on;
-  };
-  const Case cases[] = {{0, 1, 1, true},  {5, 1, 2, true},       {kAbsent, 1, 1, false},
-                        {1, 0, 1, false}, {1, 2, 1, false},      {1, kAbsent, 1, false},
-                        {1, 1, 0, false}, {1, 1, kAbsent, false}};
-  for (const Case& row : cases) {
-    StoreAnew({{kBayesianFilteringStatus, row.status},
-               {kBayesianTrainingMode, row.mode},
-               {kBayesianRealtimeTraining, row.training}});
-    EXPECT_EQ(RealtimeTrainingEnabled(), row.on) << row.status << row.mode << row.training;
+  // Filtering status, training mode, realtime training, and whether it is on.
+  const std::tuple<int, int, int, bool> cases[] = {
+      {0, 1, 1, true},  {5, 1, 2, true},        {kAbsent, 1, 1, false}, {1, 0, 1, false},
+      {1, 2, 1, false}, {1, kAbsent, 1, false}, {1, 1, 0, false},       {1, 1, kAbsent, false}};
+  for (const auto& [status, mode, training, on] : cases) {
+    StoreAnew({{kBayesianFilteringStatus, status},
+               {kBayesianTrainingMode, mode},
+               {kBayesianRealtimeTraining, training}});
+    EXPECT_EQ(RealtimeTrainingEnabled(), on) << status << mode << training;
     ASSERT_TRUE(settings_.Clear());
-    EXPECT_EQ(RealtimeTrainingEnabled(), row.on) << "held";
+    EXPECT_EQ(RealtimeTrainingEnabled(), on) << "held";
   }
 }
 

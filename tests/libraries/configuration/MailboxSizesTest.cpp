@@ -1,20 +1,18 @@
 // The size that is kept by what changes must at all times be the size that a plain walk finds, and
 // must not cost a listing for a change.
-#include <gtest/gtest.h>
 
 #include <atomic>
 #include <filesystem>
-#include <functional>
 #include <random>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "configuration/MailboxSizes.h"
-#include "platform/Clock.h"
 #include "tests/support/AsNobody.h"
+#include "tests/support/InDirectory.h"
 #include "tests/support/RunProgram.h"
-#include "tests/support/TemporaryDirectory.h"
+#include "tests/support/TestClock.h"
+#include "tests/support/Threads.h"
 
 namespace corvane::configuration {
 namespace {
@@ -114,95 +112,90 @@ class Mailbox {
   int next_ = 0;
 };
 
+using MailboxSizesTest = test::InDirectory;
+
 // Writes in place leave a directory's stamp alone: without watches they show within the hour.
-class SteppingMailbox : public ::testing::TestWithParam<unsigned> {};
+class SteppingMailbox : public MailboxSizesTest, public ::testing::WithParamInterface<unsigned> {};
 
 TEST_P(SteppingMailbox, SizeIsThatOfAPlainWalkAfterEachStep) {
-  const TemporaryDirectory directory;
-  Mailbox mailbox(directory.Path(), GetParam());
+  Mailbox mailbox(root_.Path(), GetParam());
   MailboxSizes sizes;
   std::mt19937 random(GetParam());
   for (int step = 0; step < 1500; ++step) {
     mailbox.Step();
     if (random() % 3 == 0) continue;
-    ASSERT_EQ(sizes.BytesOf(directory.Path()), PlainWalk(directory.Path())) << "step " << step;
+    ASSERT_EQ(sizes.BytesOf(root_.Path()), PlainWalk(root_.Path())) << "step " << step;
   }
   EXPECT_LT(sizes.Listings(), 1500u);
 }
 INSTANTIATE_TEST_SUITE_P(Seeds, SteppingMailbox, ::testing::Values(1u, 2u, 3u, 4u));
 
-TEST(MailboxSizes, SeesNamesComeAndGoWithoutWatches) {
-  const TemporaryDirectory directory;
-  fs::create_directories(directory / "Inbox/Deep");
+TEST_F(MailboxSizesTest, SeesNamesComeAndGoWithoutWatches) {
+  fs::create_directories(root_ / "Inbox/Deep");
   MailboxSizes sizes(false);
   for (int i = 0; i < 200; ++i) {
-    const std::string name = directory / ("Inbox/Deep/" + std::to_string(i % 20) + ".MAI");
+    const std::string name = root_ / ("Inbox/Deep/" + std::to_string(i % 20) + ".MAI");
     if (fs::exists(name)) {
       fs::remove(name);
     } else {
       WriteBytes(name, Bytes(static_cast<std::size_t>(i)));
     }
-    ASSERT_EQ(sizes.BytesOf(directory.Path()), PlainWalk(directory.Path())) << i;
+    ASSERT_EQ(sizes.BytesOf(root_.Path()), PlainWalk(root_.Path())) << i;
   }
 }
 
-TEST(MailboxSizes, ADeliveryIntoTwentyThousandMessagesListsNothing) {
-  const TemporaryDirectory directory;
-  fs::create_directories(directory / "Inbox");
-  Spread(directory / "Inbox", "", 20'000, "12345");
+TEST_F(MailboxSizesTest, ADeliveryIntoTwentyThousandMessagesListsNothing) {
+  fs::create_directories(root_ / "Inbox");
+  Spread(root_ / "Inbox", "", 20'000, "12345");
   MailboxSizes sizes;
-  ASSERT_EQ(sizes.BytesOf(directory.Path()), 100'000u);
+  ASSERT_EQ(sizes.BytesOf(root_.Path()), 100'000u);
   const std::uint64_t first = sizes.Listings();
   EXPECT_EQ(first, 2u) << "the mailbox and its Inbox, once";
   for (std::uint64_t i = 1; i <= 300; ++i) {
-    WriteBytes(directory / ("Inbox/_" + std::to_string(i)), "1234567");
-    fs::rename(directory / ("Inbox/_" + std::to_string(i)),
-               directory / ("Inbox/n" + std::to_string(i)));
-    ASSERT_EQ(sizes.BytesOf(directory.Path()), 100'000u + 7 * i);
+    WriteBytes(root_ / ("Inbox/_" + std::to_string(i)), "1234567");
+    fs::rename(root_ / ("Inbox/_" + std::to_string(i)), root_ / ("Inbox/n" + std::to_string(i)));
+    ASSERT_EQ(sizes.BytesOf(root_.Path()), 100'000u + 7 * i);
   }
   for (std::uint64_t i = 0; i < 300; ++i) {
-    fs::remove(directory / ("Inbox/" + std::to_string(i)));
-    ASSERT_EQ(sizes.BytesOf(directory.Path()), 102'100u - 5 * (i + 1));
+    fs::remove(root_ / ("Inbox/" + std::to_string(i)));
+    ASSERT_EQ(sizes.BytesOf(root_.Path()), 102'100u - 5 * (i + 1));
   }
   EXPECT_EQ(sizes.Listings(), first);
   EXPECT_LE(sizes.Looks(), 650u) << "about one look for each name that changed";
 }
 
-TEST(MailboxSizes, AnUnchangedMailboxCostsNoListingWithoutWatchesEither) {
-  const TemporaryDirectory directory;
-  fs::create_directories(directory / "Inbox");
-  WriteBytes(directory / "Inbox/a.MAI", "12345");
+TEST_F(MailboxSizesTest, AnUnchangedMailboxCostsNoListingWithoutWatchesEither) {
+  fs::create_directories(root_ / "Inbox");
+  WriteBytes(root_ / "Inbox/a.MAI", "12345");
   for (const char* folder : {"", "Inbox"}) {
-    fs::last_write_time(directory / folder,
-                        fs::file_time_type::clock::now() - std::chrono::hours(1));
+    fs::last_write_time(root_ / folder, fs::file_time_type::clock::now() - std::chrono::hours(1));
   }
   MailboxSizes sizes(false);
   // The change time can't be set back: measured until it is old enough to be trusted.
   std::uint64_t listings = 0;
   do {
     listings = sizes.Listings();
-    ASSERT_EQ(sizes.BytesOf(directory.Path()), 5u);
+    ASSERT_EQ(sizes.BytesOf(root_.Path()), 5u);
   } while (sizes.Listings() != listings && listings < 1'000'000);
-  for (int i = 0; i < 50; ++i) ASSERT_EQ(sizes.BytesOf(directory.Path()), 5u);
+  for (int i = 0; i < 50; ++i) ASSERT_EQ(sizes.BytesOf(root_.Path()), 5u);
   EXPECT_EQ(sizes.Listings(), listings);
 }
 
-TEST(MailboxSizes, SeesWhatAnotherProcessDoes) {
-  const TemporaryDirectory directory;
-  fs::create_directories(directory / "Inbox");
-  WriteBytes(directory / "Inbox/old.MAI", Bytes(100));
+TEST_F(MailboxSizesTest, SeesWhatAnotherProcessDoes) {
+  fs::create_directories(root_ / "Inbox");
+  WriteBytes(root_ / "Inbox/old.MAI", Bytes(100));
   MailboxSizes sizes;
-  ASSERT_EQ(sizes.BytesOf(directory.Path()), 100u);
-  const std::string script = "cd '" + directory.Path() +
+  ASSERT_EQ(sizes.BytesOf(root_.Path()), 100u);
+  const std::string script = "cd '" + root_.Path() +
                              "' && printf 12345 > Inbox/new.MAI && rm Inbox/old.MAI && mkdir Sent "
                              "&& printf 1 > Sent/s.MAI";
   ASSERT_EQ(test::RunProgram({"/bin/sh", "-c", script}).exitCode, 0);
-  EXPECT_EQ(sizes.BytesOf(directory.Path()), 6u);
+  EXPECT_EQ(sizes.BytesOf(root_.Path()), 6u);
   EXPECT_EQ(sizes.Listings(), 3u) << "the mailbox, its Inbox and the new folder, each once";
 }
 
 // What is beyond the lists of names, and what the kernel drops, is found by listing anew.
-TEST(MailboxSizes, ManyChangesBetweenTwoMeasurementsAreAllSeen) {
+TEST_F(MailboxSizesTest, ManyChangesBetweenTwoMeasurementsAreAllSeen) {
   for (const int files : {1500, 17'000}) {
     const TemporaryDirectory directory;
     fs::create_directories(directory / "Inbox");
@@ -216,100 +209,90 @@ TEST(MailboxSizes, ManyChangesBetweenTwoMeasurementsAreAllSeen) {
   }
 }
 
-TEST(MailboxSizes, IsListedAnewAfterAnHour) {
-  platform::VirtualClock clock;
-  platform::Clock* before = platform::SetClock(&clock);
-  const TemporaryDirectory directory;
-  WriteBytes(directory / "a.MAI", "12345");
+TEST_F(MailboxSizesTest, IsListedAnewAfterAnHour) {
+  test::TestClock clock;
+  WriteBytes(root_ / "a.MAI", "12345");
   MailboxSizes sizes;
-  ASSERT_EQ(sizes.BytesOf(directory.Path()), 5u);
+  ASSERT_EQ(sizes.BytesOf(root_.Path()), 5u);
   clock.Advance(3'599'999);
-  ASSERT_EQ(sizes.BytesOf(directory.Path()), 5u);
+  ASSERT_EQ(sizes.BytesOf(root_.Path()), 5u);
   EXPECT_EQ(sizes.Listings(), 1u);
   clock.Advance(1);
-  ASSERT_EQ(sizes.BytesOf(directory.Path()), 5u);
+  ASSERT_EQ(sizes.BytesOf(root_.Path()), 5u);
   EXPECT_EQ(sizes.Listings(), 2u);
-  platform::SetClock(before);
 }
 
 // A folder that can't be watched is listed at each change, but only new names are looked at; a file
 // that was written anew shows after five minutes.
-TEST(MailboxSizes, UnwatchedFoldersKeepTheSizesOfTheirFiles) {
-  platform::VirtualClock clock;
-  platform::Clock* before = platform::SetClock(&clock);
-  const TemporaryDirectory directory;
-  Spread(directory.Path(), "m", 100, "12345");
+TEST_F(MailboxSizesTest, UnwatchedFoldersKeepTheSizesOfTheirFiles) {
+  test::TestClock clock;
+  Spread(root_.Path(), "m", 100, "12345");
   MailboxSizes sizes(false);
-  ASSERT_EQ(sizes.BytesOf(directory.Path()), 500u);
-  WriteBytes(directory / "m7", "1234567");
-  WriteBytes(directory / "new", "1");
-  EXPECT_EQ(sizes.BytesOf(directory.Path()), 501u);
-  fs::remove(directory / "new");
+  ASSERT_EQ(sizes.BytesOf(root_.Path()), 500u);
+  WriteBytes(root_ / "m7", "1234567");
+  WriteBytes(root_ / "new", "1");
+  EXPECT_EQ(sizes.BytesOf(root_.Path()), 501u);
+  fs::remove(root_ / "new");
   clock.Advance(300'000);
-  EXPECT_EQ(sizes.BytesOf(directory.Path()), 700u) << "all are one file";
-  platform::SetClock(before);
+  EXPECT_EQ(sizes.BytesOf(root_.Path()), 700u) << "all are one file";
 }
 
 // A folder that can't be looked at keeps its size: an empty mailbox would have room for anything.
-TEST(MailboxSizes, AFolderThatCannotBeReadKeepsItsSize) {
-  const TemporaryDirectory directory;
-  fs::create_directories(directory / "Inbox");
-  fs::permissions(directory.Path(), fs::perms::all);
-  WriteBytes(directory / "Inbox/a.MAI", "12345");
+TEST_F(MailboxSizesTest, AFolderThatCannotBeReadKeepsItsSize) {
+  fs::create_directories(root_ / "Inbox");
+  fs::permissions(root_.Path(), fs::perms::all);
+  WriteBytes(root_ / "Inbox/a.MAI", "12345");
   MailboxSizes sizes(false);
-  ASSERT_EQ(sizes.BytesOf(directory.Path()), 5u);
-  WriteBytes(directory / "Inbox/b.MAI", "1");
-  fs::permissions(directory / "Inbox", fs::perms::none);
+  ASSERT_EQ(sizes.BytesOf(root_.Path()), 5u);
+  WriteBytes(root_ / "Inbox/b.MAI", "1");
+  fs::permissions(root_ / "Inbox", fs::perms::none);
   {
     const test::AsNobody nobody;
-    EXPECT_EQ(sizes.BytesOf(directory.Path()), 5u);
+    EXPECT_EQ(sizes.BytesOf(root_.Path()), 5u);
   }
-  fs::permissions(directory / "Inbox", fs::perms::all);
-  EXPECT_EQ(sizes.BytesOf(directory.Path()), 6u);
+  fs::permissions(root_ / "Inbox", fs::perms::all);
+  EXPECT_EQ(sizes.BytesOf(root_.Path()), 6u);
 }
 
-TEST(MailboxSizes, ADirectoryMayComeGoAndBeReplaced) {
-  const TemporaryDirectory directory;
-  const std::string mailbox = directory / "anna";
+TEST_F(MailboxSizesTest, ADirectoryMayComeGoAndBeReplaced) {
+  const std::string mailbox = root_ / "anna";
   MailboxSizes sizes;
   EXPECT_EQ(sizes.BytesOf(mailbox), 0u);
   fs::create_directories(mailbox + "/Inbox");
   WriteBytes(mailbox + "/Inbox/a.MAI", "12345");
   EXPECT_EQ(sizes.BytesOf(mailbox), 5u);
-  fs::rename(mailbox, directory / "gone");
+  fs::rename(mailbox, root_ / "gone");
   EXPECT_EQ(sizes.BytesOf(mailbox), 0u);
   fs::create_directories(mailbox + "/Inbox");
   WriteBytes(mailbox + "/Inbox/b.MAI", "123");
   EXPECT_EQ(sizes.BytesOf(mailbox), 3u);
   fs::remove_all(mailbox + "/Inbox");
-  fs::rename(directory / "gone/Inbox", mailbox + "/Inbox");
+  fs::rename(root_ / "gone/Inbox", mailbox + "/Inbox");
   EXPECT_EQ(sizes.BytesOf(mailbox), 5u);
   WriteBytes(mailbox + "/Inbox/c.MAI", "1");
   EXPECT_EQ(sizes.BytesOf(mailbox), 6u);
 }
 
-TEST(MailboxSizes, LinksLeadToFilesAndNeverInCircles) {
-  const TemporaryDirectory directory;
-  fs::create_directories(directory / "Inbox");
-  WriteBytes(directory / "Inbox/a.MAI", "12345");
-  fs::create_symlink(directory.Path(), directory / "Inbox/up");
-  fs::create_symlink(directory / "Inbox/a.MAI", directory / "Inbox/b.MAI");
+TEST_F(MailboxSizesTest, LinksLeadToFilesAndNeverInCircles) {
+  fs::create_directories(root_ / "Inbox");
+  WriteBytes(root_ / "Inbox/a.MAI", "12345");
+  fs::create_symlink(root_.Path(), root_ / "Inbox/up");
+  fs::create_symlink(root_ / "Inbox/a.MAI", root_ / "Inbox/b.MAI");
   MailboxSizes sizes;
-  EXPECT_EQ(sizes.BytesOf(directory.Path()), 10u);
+  EXPECT_EQ(sizes.BytesOf(root_.Path()), 10u);
 }
 
-TEST(MailboxSizes, StaysWithinItsMemoryOverManyMailboxes) {
-  const TemporaryDirectory directory;
+TEST_F(MailboxSizesTest, StaysWithinItsMemoryOverManyMailboxes) {
   constexpr int kMailboxes = 60;
   for (int i = 0; i < kMailboxes; ++i) {
-    fs::create_directories(directory / (std::to_string(i) + "/Inbox"));
-    Spread(directory / (std::to_string(i) + "/Inbox"), "", 40, "12345");
+    fs::create_directories(root_ / (std::to_string(i) + "/Inbox"));
+    Spread(root_ / (std::to_string(i) + "/Inbox"), "", 40, "12345");
   }
   const MeasuringLimits limits{.warmBytes = 30'000, .folders = 60, .watches = 30};
   MailboxSizes sizes(true, limits);
   std::mt19937 random(5);
   for (int step = 0; step < 1200; ++step) {
-    const std::string mailbox = directory / std::to_string(random() % kMailboxes);
+    const std::string mailbox = root_ / std::to_string(random() % kMailboxes);
     if (random() % 2 == 0) {
       WriteBytes(mailbox + "/Inbox/_new", Bytes(random() % 9));
       fs::rename(mailbox + "/Inbox/_new", mailbox + "/Inbox/" + std::to_string(random() % 60));
@@ -319,33 +302,25 @@ TEST(MailboxSizes, StaysWithinItsMemoryOverManyMailboxes) {
   }
 }
 
-TEST(MailboxSizes, ManyThreadsMeasureWhileOthersDeliver) {
-  const TemporaryDirectory directory;
-  for (int i = 0; i < 3; ++i) fs::create_directories(directory / (std::to_string(i) + "/Inbox"));
+TEST_F(MailboxSizesTest, ManyThreadsMeasureWhileOthersDeliver) {
+  for (int i = 0; i < 3; ++i) fs::create_directories(root_ / (std::to_string(i) + "/Inbox"));
   MailboxSizes sizes(true, {.warmBytes = 30'000, .folders = 12'000, .watches = 4});
   std::atomic<bool> stop{false};
-  std::vector<std::thread> measuring;
-  for (int t = 0; t < 4; ++t) {
-    measuring.emplace_back([&, t] {
-      for (int i = t; !stop; ++i) (void)sizes.BytesOf(directory / std::to_string(i % 3));
-    });
-  }
-  std::vector<std::thread> delivering;
-  for (int t = 0; t < 3; ++t) {
-    delivering.emplace_back([&, t] {
-      const std::string inbox = directory / (std::to_string(t) + "/Inbox/");
-      for (int i = 0; i < 400; ++i) {
-        WriteBytes(inbox + "_tmp", Bytes(static_cast<std::size_t>(i)));
-        fs::rename(inbox + "_tmp", inbox + std::to_string(i % 300));
-        if (i % 5 == 0) fs::remove(inbox + std::to_string(i % 37));
-      }
-    });
-  }
-  for (std::thread& thread : delivering) thread.join();
+  test::Threads measuring(4, [&](int first) {
+    for (int i = first; !stop; ++i) (void)sizes.BytesOf(root_ / std::to_string(i % 3));
+  });
+  test::Threads(3, [&](int mailbox) {
+    const std::string inbox = root_ / (std::to_string(mailbox) + "/Inbox/");
+    for (int i = 0; i < 400; ++i) {
+      WriteBytes(inbox + "_tmp", Bytes(static_cast<std::size_t>(i)));
+      fs::rename(inbox + "_tmp", inbox + std::to_string(i % 300));
+      if (i % 5 == 0) fs::remove(inbox + std::to_string(i % 37));
+    }
+  }).Join();
   stop = true;
-  for (std::thread& thread : measuring) thread.join();
+  measuring.Join();
   for (int i = 0; i < 3; ++i) {
-    const std::string mailbox = directory / std::to_string(i);
+    const std::string mailbox = root_ / std::to_string(i);
     EXPECT_EQ(sizes.BytesOf(mailbox), PlainWalk(mailbox));
   }
 }

@@ -1,6 +1,5 @@
 // The shipped configuration providers, asked through the connector's bindings while the store is
 // changed beside them.
-#include <gtest/gtest.h>
 #include <sqlite3.h>
 
 #include <atomic>
@@ -18,12 +17,15 @@
 #include "platform/SettingsStore.h"
 #include "tests/support/AsNobody.h"
 #include "tests/support/BuildPlaces.h"
+#include "tests/support/StoredSettings.h"
 #include "tests/support/TemporaryDirectory.h"
+#include "tests/support/Threads.h"
 
 namespace corvane::configuration {
 namespace {
 
 namespace fs = std::filesystem;
+using test::StoreSetting;
 
 template <std::size_t kSize>
 void Put(char (&field)[kSize], const std::string& text) {
@@ -32,14 +34,15 @@ void Put(char (&field)[kSize], const std::string& text) {
 }
 
 MailboxRecord AskMailbox(const std::string& postoffice, const std::string& mailbox,
-                         std::int32_t* result) {
+                         std::int32_t* result = nullptr) {
   MailboxRecord record{};
   Put(record.Postoffice, postoffice);
   Put(record.Mailbox, mailbox);
   record.RedirectStatus = record.Status = -1;
   record.Limit = 0xFFFFFFFF;
   record.Size = 0xFFFFFFFE;
-  *result = MailboxGet(record);
+  const std::int32_t answer = MailboxGet(record);
+  if (result != nullptr) *result = answer;
   return record;
 }
 
@@ -110,28 +113,20 @@ class ShippedProviders : public ::testing::Test {
     fs::permissions(directory.Path(), fs::perms::all);
     setenv("CORVANE_SETTINGS", (directory / "settings.db").c_str(), 1);
     platform::SettingsStore::UsePath(directory / "settings.db");
-    Set("Application Directory", test::ShippedLibraries());
+    StoreSetting("Application Directory", test::ShippedLibraries());
     for (const char* name : {kPostofficeProvider, kSmtpProvider, kAddressMapProvider}) {
       ASSERT_TRUE(LoadConfigurationProvider(name)) << name;
     }
   }
   ShippedProviders() {
-    Set("Mail Root", directory_ / "mail");
-    Set("Configuration Directory", directory_.Path());
-    Number("Allow Custom Postoffice Paths", 0);
+    StoreSetting("Mail Root", directory_ / "mail");
+    StoreSetting("Configuration Directory", directory_.Path());
+    StoreSetting("Allow Custom Postoffice Paths", 0);
     StoreWait(0);
   }
 
-  static constexpr const char* kProduct = "SOFTWARE\\Wow6432Node\\Corvane\\Corvane";
-  static void Set(const char* name, const std::string& value) {
-    ASSERT_TRUE(platform::SettingsStore::Default().SetString(kProduct, name, value));
-  }
-  static void Number(const char* name, std::uint32_t value) {
-    ASSERT_TRUE(platform::SettingsStore::Default().SetDword(kProduct, name, value));
-  }
   static void StoreWait(std::uint32_t milliseconds) {
-    ASSERT_TRUE(platform::SettingsStore::Default().SetDword(
-        std::string(kProduct) + "\\Providers", "Configuration Store Wait", milliseconds));
+    StoreSetting("Configuration Store Wait", milliseconds, "Providers");
   }
 
   [[nodiscard]] std::string StorePath() const { return directory_ / "configuration.db"; }
@@ -259,9 +254,8 @@ TEST_F(ShippedProviders, OddNamesAreNamesLikeOthers) {
 }
 
 TEST_F(ShippedProviders, OptionTextsAreCutToTheCallersBuffer) {
+  FillStore();
   auto store = Store();
-  ASSERT_EQ(AddPostoffice(store, "acme", 1), EditResult::kDone);
-  ASSERT_EQ(AddMailbox(store, "acme", "anna", {}), EditResult::kDone);
   ASSERT_EQ(SetOption(store, 2, "acme/anna", "DisplayName", "0123456789"), EditResult::kDone);
   ASSERT_EQ(SetOption(store, 2, "acme/anna", "Empty", ""), EditResult::kDone);
   char text[5];
@@ -273,17 +267,16 @@ TEST_F(ShippedProviders, OptionTextsAreCutToTheCallersBuffer) {
 TEST_F(ShippedProviders, TheSizeOfAMailboxIsWhatLiesOnDisk) {
   FillStore();
   const std::string inbox = directory_ / "mail/acme/MAILROOT/anna/Inbox";
-  std::int32_t result = 0;
-  EXPECT_EQ(AskMailbox("acme", "anna", &result).Size, 0u);
+  EXPECT_EQ(AskMailbox("acme", "anna").Size, 0u);
   fs::create_directories(inbox);
   test::WriteBytes(inbox + "/1.MAI", "x");
-  EXPECT_EQ(AskMailbox("acme", "anna", &result).Size, 1u) << "rounded up";
+  EXPECT_EQ(AskMailbox("acme", "anna").Size, 1u) << "rounded up";
   test::WriteBytes(inbox + "/2.MAI", std::string(2047, 'x'));
-  EXPECT_EQ(AskMailbox("acme", "anna", &result).Size, 2u) << "rounded once, not for each file";
+  EXPECT_EQ(AskMailbox("acme", "anna").Size, 2u) << "rounded once, not for each file";
   test::WriteBytes(inbox + "/_index.xml", std::string(9000, 'x'));
-  EXPECT_EQ(AskMailbox("ACME", "ANNA", &result).Size, 2u) << "flag and index files don't count";
+  EXPECT_EQ(AskMailbox("ACME", "ANNA").Size, 2u) << "flag and index files don't count";
   fs::remove(inbox + "/2.MAI");
-  EXPECT_EQ(AskMailbox("acme", "anna", &result).Size, 1u);
+  EXPECT_EQ(AskMailbox("acme", "anna").Size, 1u);
 }
 
 TEST_F(ShippedProviders, APostofficeMayLieElsewhereWhereTheSettingsAllowIt) {
@@ -294,10 +287,9 @@ TEST_F(ShippedProviders, APostofficeMayLieElsewhereWhereTheSettingsAllowIt) {
   auto store = Store();
   ASSERT_EQ(SetOption(store, 1, "acme", "PostofficeRoot", directory_ / "elsewhere"),
             EditResult::kDone);
-  std::int32_t result = 0;
-  EXPECT_EQ(AskMailbox("acme", "anna", &result).Size, 0u);
-  Number("Allow Custom Postoffice Paths", 1);
-  EXPECT_EQ(AskMailbox("acme", "anna", &result).Size, 5u);
+  EXPECT_EQ(AskMailbox("acme", "anna").Size, 0u);
+  StoreSetting("Allow Custom Postoffice Paths", 1);
+  EXPECT_EQ(AskMailbox("acme", "anna").Size, 5u);
 }
 
 // What each call answers when there is no store to ask: GroupGet -1, which keeps mail in the queue;
@@ -347,7 +339,7 @@ TEST_F(ShippedProviders, AStoreThatCantBeReachedIsToldApartWhereThatIsKnown) {
   ExpectUnreachable("taken away");
   fs::rename(directory_ / "away", StorePath());
   EXPECT_EQ(AskPostoffice("acme"), 1) << "came back";
-  Set("Configuration Directory", "");
+  StoreSetting("Configuration Directory", "");
   ExpectUnreachable("not configured");
 }
 
@@ -392,34 +384,29 @@ TEST_F(ShippedProviders, EightThreadsReadWhileAnotherProcessWrites) {
   FillStore();
   std::atomic<bool> stop{false};
   std::atomic<int> reads{0};
-  std::vector<std::thread> readers;
-  for (int t = 0; t < 8; ++t) {
-    readers.emplace_back([&] {
-      std::uint32_t last = 0;
-      while (!stop) {
-        std::int32_t result = 0;
-        const MailboxRecord record = AskMailbox("acme", "anna", &result);
-        const std::uint32_t quota = record.Limit == 0xFFFFFFFF ? 0 : record.Limit;
-        if (result != 1 || AskPostoffice("acme") != 1 || quota < last) {
-          ADD_FAILURE() << "answer " << result << ", quota " << quota << " after " << last;
-          return;
-        }
-        last = quota;
-        ++reads;
-      }
-    });
-  }
+  test::Threads readers(8, [&](int) {
+    std::uint32_t last = 0;
+    while (!stop) {
+      std::int32_t result = 0;
+      const MailboxRecord record = AskMailbox("acme", "anna", &result);
+      const std::uint32_t quota = record.Limit == 0xFFFFFFFF ? 0 : record.Limit;
+      ASSERT_EQ(result, 1);
+      ASSERT_EQ(AskPostoffice("acme"), 1);
+      ASSERT_GE(quota, last);
+      last = quota;
+      ++reads;
+    }
+  });
   constexpr int kChanges = 25;
   for (int i = 1; i <= kChanges; ++i) {
     const auto change = test::RunProgram(
         {test::ProgramFile("cvctl"), "mailbox", "set", "acme/anna", "--quota", std::to_string(i)});
     ASSERT_EQ(change.exitCode, 0) << change.errors;
-    std::int32_t result = 0;
-    EXPECT_EQ(AskMailbox("acme", "anna", &result).Limit, static_cast<std::uint32_t>(i))
+    EXPECT_EQ(AskMailbox("acme", "anna").Limit, static_cast<std::uint32_t>(i))
         << "a change is seen by the next call";
   }
   stop = true;
-  for (std::thread& reader : readers) reader.join();
+  readers.Join();
   EXPECT_GT(reads, 100);
 }
 

@@ -1,19 +1,19 @@
 // The shipped notification library against a real socket of a service.
-#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <csignal>
 #include <cstdlib>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "SERVICES/Library/LIBRPCNotify/RemoteNotification.h"
 #include "platform/Machine.h"
-#include "platform/SettingsStore.h"
 #include "tests/support/BackgroundProgram.h"
 #include "tests/support/BuildPlaces.h"
 #include "tests/support/DatagramSocket.h"
 #include "tests/support/RunProgram.h"
+#include "tests/support/StoredSettings.h"
 #include "tests/support/TemporaryDirectory.h"
 
 namespace corvane {
@@ -28,20 +28,18 @@ class NotifyRemoteTest : public ::testing::Test {
     static const test::TemporaryDirectory directory;
     setenv("CORVANE_SETTINGS", (directory / "settings.db").c_str(), 1);
     platform::SettingsStore::UsePath(directory / "settings.db");
-    Set(".", "Application Directory", test::ShippedLibraries());
+    test::StoreSetting("Application Directory", test::ShippedLibraries());
     ASSERT_EQ(BindRemoteNotification(), 1);
   }
-  NotifyRemoteTest() { Set("Providers", "Run Directory", run_.Path()); }
-
-  static void Set(const std::string& key, const char* name, const std::string& value) {
-    const std::string product = "SOFTWARE\\Wow6432Node\\Corvane\\Corvane";
-    ASSERT_TRUE(platform::SettingsStore::Default().SetString(
-        key == "." ? product : product + "\\" + key, name, value));
-  }
+  NotifyRemoteTest() { test::StoreSetting("Run Directory", run_.Path(), "Providers"); }
 
   static test::ProgramResult Cvctl(std::vector<std::string> words) {
     words.insert(words.begin(), test::ProgramFile("cvctl"));
     return test::RunProgram(words);
+  }
+  // cvctl watch acme/`mailbox`, whose lines go to the file "output".
+  [[nodiscard]] test::BackgroundProgram Watch(const std::string& mailbox) const {
+    return {{test::ProgramFile("cvctl"), "watch", "acme/" + mailbox}, {}, run_ / "output"};
   }
   // Sends a signal as soon as somebody takes it.
   static std::int32_t SendPatiently(const char* text) {
@@ -51,10 +49,6 @@ class NotifyRemoteTest : public ::testing::Test {
       if (answer != 0) usleep(10'000);
     }
     return answer;
-  }
-  static void Number(const char* name, std::uint32_t value) {
-    ASSERT_TRUE(platform::SettingsStore::Default().SetDword(
-        "SOFTWARE\\Wow6432Node\\Corvane\\Corvane", name, value));
   }
 
   test::TemporaryDirectory run_;
@@ -72,32 +66,21 @@ TEST_F(NotifyRemoteTest, ASignalReachesTheServiceOfItsProtocolWord) {
   EXPECT_EQ(mta.Next(), "any case");
 }
 
-struct RefusedCase {
-  const char* name;
-  const char* server;
-  const char* protocol;
-  std::int32_t answer;
-};
-
-const RefusedCase kRefused[] = {
-    {"NoServiceOfThatName", "", "POP3", 2},
-    {"AnotherMachine", "SOME-OTHER-MACHINE", "MTA", 64},
-    {"NoWord", "", "", 123},
-    {"AWordThatLeavesTheDirectory", "", "../MTA", 123},
-};
-
 TEST_F(NotifyRemoteTest, WhatNobodyTakesFails) {
   Service mta(run_ / "MTA.sock");
-  for (const RefusedCase& refused : kRefused) {
-    EXPECT_EQ(NotifyRemote(refused.server, refused.protocol, "text"), refused.answer)
-        << refused.name;
+  { Service gone(run_ / "GONE.sock"); }
+  // A case, the server, the protocol word, and the answer.
+  const std::tuple<const char*, const char*, const char*, std::int32_t> cases[] = {
+      {"NoServiceOfThatName", "", "POP3", 2},
+      {"ASocketThatNobodyHoldsAnyMore", "", "GONE", 2},
+      {"AnotherMachine", "SOME-OTHER-MACHINE", "MTA", 64},
+      {"NoWord", "", "", 123},
+      {"AWordThatLeavesTheDirectory", "", "../MTA", 123},
+  };
+  for (const auto& [name, server, protocol, answer] : cases) {
+    EXPECT_EQ(NotifyRemote(server, protocol, "text"), answer) << name;
   }
   EXPECT_EQ(mta.Next(), "nothing");
-}
-
-TEST_F(NotifyRemoteTest, ASocketThatNobodyHoldsAnyMoreFails) {
-  { Service gone(run_ / "MTA.sock"); }
-  EXPECT_EQ(NotifyRemote("", "MTA", "text"), 2);
 }
 
 TEST_F(NotifyRemoteTest, AFullQueueFailsAtOnce) {
@@ -114,21 +97,19 @@ TEST_F(NotifyRemoteTest, AFullQueueFailsAtOnce) {
 // cvctl watch takes a service's place: what is about the mailbox comes out, a line each.
 TEST_F(NotifyRemoteTest, WatchShowsWhatIsAboutItsMailbox) {
   const std::string output = run_ / "output";
-  Set("Providers", "Run Directory", run_ / "not/made");
+  test::StoreSetting("Run Directory", run_ / "not/made", "Providers");
   const std::string socket = run_ / "not/made/MTA.sock";
-  Set("Providers", "Configuration Database", run_ / "configuration.db");
-  Number("Allow Custom Postoffice Paths", 1);
+  test::StoreSetting("Configuration Database", run_ / "configuration.db", "Providers");
+  test::StoreSetting("Allow Custom Postoffice Paths", 1);
   EXPECT_EQ(Cvctl({"postoffice", "add", "acme"}).exitCode, 0);
   EXPECT_EQ(Cvctl({"option", "set", "acme", "PostofficeRoot", "/moved"}).exitCode, 0);
   {
-    test::BackgroundProgram watch({test::ProgramFile("cvctl"), "watch", "acme/Anna"}, {}, output);
+    test::BackgroundProgram watch = Watch("Anna");
     EXPECT_EQ(SendPatiently("hello\tall"), 0);
-    EXPECT_EQ(NotifyRemote("", "MTA", "[CV_ACTION]\tTRAIN-HAM\t/m/acme/MAILROOT/anna/Inbox/1.MAI"),
-              0);
-    EXPECT_EQ(NotifyRemote("", "MTA", "[CV_ACTION]\tTRAIN-HAM\t/m/acme/MAILROOT/bob/Inbox/2.MAI"),
-              0);
     for (const char* signal :
-         {"[CV_ACTION]\tTRAIN-HAM\t/moved/mailroot/Anna/4.MAI",
+         {"[CV_ACTION]\tTRAIN-HAM\t/m/acme/MAILROOT/anna/Inbox/1.MAI",
+          "[CV_ACTION]\tTRAIN-HAM\t/m/acme/MAILROOT/bob/Inbox/2.MAI",
+          "[CV_ACTION]\tTRAIN-HAM\t/moved/mailroot/Anna/4.MAI",
           "[CV_NOTIFY]\t1\ttoken\tNEW\tMSG\tacme\tbob\tInbox\t\t5.MAI\r\n\r\n",
           "[CV_NOTIFY]\t1\ttoken\tNEW\tMSG\tACME\tanna\tInbox\t\t6.MAI\r\n\r\n",
           "[CV_NOTIFY]\t1\ttoken\tCOMMIT\r\n\r\n",
@@ -145,20 +126,19 @@ TEST_F(NotifyRemoteTest, WatchShowsWhatIsAboutItsMailbox) {
   }
   EXPECT_NE(access(socket.c_str(), F_OK), 0) << "its socket is gone with it";
   const std::string text = test::ReadBytes(output);
-  EXPECT_NE(text.find("               hello?all\n"), std::string::npos) << text;
-  EXPECT_NE(text.find("  TRAIN-HAM    /m/acme/MAILROOT/anna/Inbox/1.MAI\n"), std::string::npos);
-  EXPECT_EQ(text.find("2.MAI"), std::string::npos);
-  EXPECT_NE(text.find("/moved/mailroot/Anna/4.MAI\n"), std::string::npos) << text;
+  for (const char* shown :
+       {"               hello?all\n", "  TRAIN-HAM    /m/acme/MAILROOT/anna/Inbox/1.MAI\n",
+        "/moved/mailroot/Anna/4.MAI\n", "6.MAI", "COMMIT",
+        "  TRAIN-SPAM   C:\\ACME\\mailroot\\anna\\3.MAI\n"}) {
+    EXPECT_NE(text.find(shown), std::string::npos) << shown << text;
+  }
+  EXPECT_EQ(text.find("2.MAI"), std::string::npos) << text;
   EXPECT_EQ(text.find("5.MAI"), std::string::npos) << text;
-  EXPECT_NE(text.find("6.MAI"), std::string::npos) << text;
-  EXPECT_NE(text.find("COMMIT"), std::string::npos) << text;
-  EXPECT_NE(text.find("  TRAIN-SPAM   C:\\ACME\\mailroot\\anna\\3.MAI\n"), std::string::npos);
 }
 
 TEST_F(NotifyRemoteTest, WatchReplacesTheSocketOfADeadProgram) {
   { Service dead(run_ / "MTA.sock"); }
-  test::BackgroundProgram watch({test::ProgramFile("cvctl"), "watch", "acme/anna"}, {},
-                                run_ / "output");
+  test::BackgroundProgram watch = Watch("anna");
   EXPECT_EQ(SendPatiently("hello"), 0);
   EXPECT_EQ(watch.Signal(SIGTERM), 0);
 }
@@ -170,8 +150,7 @@ TEST_F(NotifyRemoteTest, WatchTouchesNothingThatIsNoSocketAndNoSocketOfAnother) 
   EXPECT_NE(refused.errors.find("is no socket"), std::string::npos) << refused.errors;
   EXPECT_EQ(test::ReadBytes(run_ / "MTA.sock"), "kept");
   unlink((run_ / "MTA.sock").c_str());
-  test::BackgroundProgram watch({test::ProgramFile("cvctl"), "watch", "acme/anna"}, {},
-                                run_ / "output");
+  test::BackgroundProgram watch = Watch("anna");
   EXPECT_EQ(SendPatiently("hello"), 0);
   unlink((run_ / "MTA.sock").c_str());
   const Service other(run_ / "MTA.sock");

@@ -1,4 +1,3 @@
-#include <gtest/gtest.h>
 
 #include "SERVICES/Library/LIBStoreIndexSerialisation/IndexInspection.h"
 #include "SERVICES/Library/LIBStoreLibrary/StoreLibrary.h"
@@ -20,8 +19,7 @@ TEST(StoreProvider, PutsMessagesIntoTheIndexOfTheirFolder) {
   settings.Use(test::ShippedLibraries());
   EXPECT_EQ(Lib_Direct_StoreIndex_InsertItem("acme", "anna", "Inbox", "A.MAI"), 0)
       << "a mail root that is not there yet is asked for again";
-  ASSERT_TRUE(platform::SettingsStore::Default().SetString(
-      "SOFTWARE\\Wow6432Node\\Corvane\\Corvane", "Mail Root", root.Path()));
+  test::StoreSetting("Mail Root", root.Path());
   const std::string inbox = root / "acme/MAILROOT/anna/Inbox";
   ASSERT_TRUE(platform::CreateDirectories(inbox));
   for (const char* name : {"A.MAI", "B.MAI"}) {

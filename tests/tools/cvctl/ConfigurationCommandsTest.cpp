@@ -1,9 +1,7 @@
 // The tool's commands on an installation of its own, run as programs: exit codes, what they print,
 // what the next command sees.
-#include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <string>
 

@@ -31,6 +31,13 @@ inline void ExpectRefused(const ProgramResult& result, const Refusal& refusal) {
   EXPECT_EQ(result.output, "") << refusal.says;
 }
 
+// Runs the tool with that settings store.
+inline ProgramResult RunCvctl(Words words, const std::string& store = {},
+                              const std::string& input = {}) {
+  words.insert(words.begin(), ProgramFile("cvctl"));
+  return RunProgram(words, {{"CORVANE_SETTINGS", store}}, input);
+}
+
 class Cvctl : public ::testing::Test {
  protected:
   Cvctl() {
@@ -39,9 +46,8 @@ class Cvctl : public ::testing::Test {
   }
 
   [[nodiscard]] std::string Home() const { return directory_ / "home"; }
-  [[nodiscard]] ProgramResult Run(Words words, const std::string& input = {}) const {
-    words.insert(words.begin(), ProgramFile("cvctl"));
-    return RunProgram(words, {{"CORVANE_SETTINGS", Home() + "/settings.db"}}, input);
+  [[nodiscard]] ProgramResult Run(const Words& words, const std::string& input = {}) const {
+    return RunCvctl(words, Home() + "/settings.db", input);
   }
   void Do(const Words& words, const std::string& input = {}) const {
     const auto result = Run(words, input);

@@ -1,5 +1,7 @@
 // MessageShowTest.cpp -- cvctl message show: the JSON form that other programs read, and the plain
 // one.
+#include <tuple>
+
 #include "tests/tools/cvctl/CvctlFixture.h"
 
 namespace corvane {
@@ -30,9 +32,9 @@ constexpr const char* kMessage =
 
 class MessageShowTest : public testing::Test {
  protected:
-  test::ProgramResult Show(std::vector<std::string> arguments) {
-    arguments.insert(arguments.begin(), {CORVANE_CVCTL, "message", "show"});
-    return test::RunProgram(arguments, {});
+  static test::ProgramResult Show(test::Words words) {
+    words.insert(words.begin(), {"message", "show"});
+    return test::RunCvctl(words);
   }
   json ShowJson(const std::string& content) {
     test::WriteBytes(file_, content);
@@ -47,19 +49,18 @@ class MessageShowTest : public testing::Test {
 
 TEST_F(MessageShowTest, JsonHoldsHeadersPartsAndBodies) {
   json shown = ShowJson(kMessage);
-  EXPECT_EQ(shown["subject"],
-            "gr\xC3\xB6\xC3\x9F"
-            "er als");
-  EXPECT_EQ(shown["from"], "J\xC3\xB6rg <j@x.test>");
-  EXPECT_EQ(shown["cc"], "");
-  EXPECT_EQ(shown["messageId"], "<1@x.test>");
-  EXPECT_EQ(shown["date"], "2023-01-01T08:00:00");
-  EXPECT_EQ(shown["received"], "2023-01-01T08:00:05");
+  const std::pair<const char*, json> fields[] = {{"subject", "gr\u00F6\u00DFer als"},
+                                                 {"from", "J\xC3\xB6rg <j@x.test>"},
+                                                 {"cc", ""},
+                                                 {"messageId", "<1@x.test>"},
+                                                 {"date", "2023-01-01T08:00:00"},
+                                                 {"received", "2023-01-01T08:00:05"},
+                                                 {"structureComplete", true},
+                                                 {"text", "na\xC3\xAFve"},
+                                                 {"html", ""}};
+  for (const auto& [name, value] : fields) EXPECT_EQ(shown[name], value) << name;
   ASSERT_EQ(shown["headers"].size(), 8U);
   EXPECT_EQ(shown["headers"][6], json({{"name", "X-Raw"}, {"value", "caf\xC3\xA9"}}));
-  EXPECT_EQ(shown["structureComplete"], true);
-  EXPECT_EQ(shown["text"], "na\xC3\xAFve");
-  EXPECT_EQ(shown["html"], "");
   ASSERT_EQ(shown["parts"].size(), 2U);
   EXPECT_EQ(shown["parts"][1],
             json({{"number", 2},
@@ -90,24 +91,24 @@ TEST_F(MessageShowTest, AnyBytesGiveOneJsonDocument) {
 }
 
 TEST_F(MessageShowTest, PlainViewIsForPeople) {
-  test::WriteBytes(file_, kMessage);
-  test::ProgramResult result = Show({file_});
-  EXPECT_EQ(result.exitCode, 0);
-  EXPECT_EQ(result.output,
-            "From: J\xC3\xB6rg <j@x.test>\nTo: a@x.test\nDate: 2023-01-01T08:00:00\n"
-            "Subject: gr\xC3\xB6\xC3\x9F"
-            "er als\nParts:\n  multipart/mixed\n"
-            "    text/plain, iso-8859-1, 5 bytes\n"
-            "    application/pdf, \"x.pdf\", 3 bytes, attachment\n\nna\xC3\xAFve\n");
-}
-
-TEST_F(MessageShowTest, PlainViewOfHtmlAlone) {
-  test::WriteBytes(file_,
-                   "Subject: x\x1B[2Jy\nContent-Type: text/html; charset=utf-8\n\n"
-                   "<p>caf\xC3\xA9 5 &euro;\n<br>\x07\xC2\x9B.\n");
-  EXPECT_EQ(Show({file_}).output,
-            "Subject: x?[2Jy\nParts:\n  text/html, utf-8, 29 bytes\n\n"
-            "\ncaf\xC3\xA9 5 \xE2\x82\xAC\n??.\n");
+  const std::tuple<const char*, const char*, const char*> cases[] = {
+      {"several parts", kMessage,
+       "From: J\xC3\xB6rg <j@x.test>\nTo: a@x.test\nDate: 2023-01-01T08:00:00\n"
+       "Subject: gr\u00F6\u00DFer als\nParts:\n  multipart/mixed\n"
+       "    text/plain, iso-8859-1, 5 bytes\n"
+       "    application/pdf, \"x.pdf\", 3 bytes, attachment\n\nna\xC3\xAFve\n"},
+      {"HTML alone",
+       "Subject: x\x1B[2Jy\nContent-Type: text/html; charset=utf-8\n\n"
+       "<p>caf\xC3\xA9 5 &euro;\n<br>\x07\xC2\x9B.\n",
+       "Subject: x?[2Jy\nParts:\n  text/html, utf-8, 29 bytes\n\n"
+       "\ncaf\xC3\xA9 5 \xE2\x82\xAC\n??.\n"},
+  };
+  for (const auto& [name, message, shown] : cases) {
+    test::WriteBytes(file_, message);
+    const test::ProgramResult result = Show({file_});
+    EXPECT_EQ(result.exitCode, 0) << name;
+    EXPECT_EQ(result.output, shown) << name;
+  }
 }
 
 TEST_F(MessageShowTest, WhatCannotBeReadIsSaidInOneLine) {

@@ -4,16 +4,13 @@
 #include <memory>
 
 #include "cvctl/Progress.h"
-#include "platform/Clock.h"
+#include "tests/support/TestClock.h"
 
 namespace corvane {
 namespace {
 
 class ProgressTest : public ::testing::Test {
  protected:
-  ProgressTest() { platform::SetClock(&clock_); }
-  ~ProgressTest() override { platform::SetClock(nullptr); }
-
   // What came out since the last call.
   std::string Drawn() {
     std::string text(static_cast<std::size_t>(std::ftell(stream_.get())), '\0');
@@ -23,7 +20,7 @@ class ProgressTest : public ::testing::Test {
     return text;
   }
 
-  platform::VirtualClock clock_;
+  test::TestClock clock_;
   std::unique_ptr<std::FILE, int (*)(std::FILE*)> stream_{std::tmpfile(), std::fclose};
 };
 

@@ -1,6 +1,5 @@
 // SettingsCommandsTest.cpp -- cvctl settings as administrators and scripts use it: output, exit
 // codes, and one line on standard error that says what to do.
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -11,11 +10,13 @@
 namespace corvane {
 namespace {
 
+using test::Words;
+
 class SettingsCommandsTest : public testing::Test {
  protected:
-  test::ProgramResult Run(std::vector<std::string> arguments) {
-    arguments.insert(arguments.begin(), {CORVANE_CVCTL, "settings"});
-    return test::RunProgram(arguments, {{"CORVANE_SETTINGS", store_}});
+  test::ProgramResult Run(Words words) {
+    words.insert(words.begin(), "settings");
+    return test::RunCvctl(words, store_);
   }
   std::string Get(const std::string& key, const std::string& name) {
     return Run({"get", key, name}).output;
@@ -40,11 +41,8 @@ TEST_F(SettingsCommandsTest, ValuesAreSetReadAndDeletedByEverySpellingOfAKey) {
 }
 
 TEST_F(SettingsCommandsTest, TypesComeFromTheTableOrTheCommandLine) {
-  struct Case {
-    std::vector<std::string> set;
-    const char* shown;
-  };
-  const Case cases[] = {
+  // What is set, and how it is shown.
+  const std::pair<Words, const char*> cases[] = {
       {{"CONNECTORS\\SF", "Maximum Pickup Threads", "20"}, "20\n"},
       {{"CONNECTORS\\SF", "Maximum Pickup Threads", "0x10"}, "16\n"},
       {{".", "Notify Clients TimeOut", "-1"}, "4294967295\n"},
@@ -54,20 +52,20 @@ TEST_F(SettingsCommandsTest, TypesComeFromTheTableOrTheCommandLine) {
       {{"A\\B", "Any", "7", "--string"}, "7\n"},
       {{"A\\B", "Any", "00 ff,1A", "--binary"}, "00ff1a\n"},
   };
-  for (const Case& row : cases) {
-    std::vector<std::string> arguments = row.set;
-    arguments.insert(arguments.begin(), "set");
-    test::ProgramResult result = Run(arguments);
-    EXPECT_EQ(result.exitCode, 0) << row.set[1] << result.errors;
-    EXPECT_EQ(Get(row.set[0], row.set[1]), row.shown);
+  for (const auto& [set, shown] : cases) {
+    Words words = set;
+    words.insert(words.begin(), "set");
+    const test::ProgramResult result = Run(words);
+    EXPECT_EQ(result.exitCode, 0) << set[1] << result.errors;
+    EXPECT_EQ(Get(set[0], set[1]), shown);
   }
 }
 
 TEST_F(SettingsCommandsTest, EveryCommandAnswersInJsonWhenAsked) {
   using nlohmann::json;
-  const auto ask = [&](std::vector<std::string> arguments) {
-    arguments.emplace_back("--json");
-    return json::parse(Run(arguments).output, nullptr, false);
+  const auto ask = [&](Words words) {
+    words.emplace_back("--json");
+    return json::parse(Run(words).output, nullptr, false);
   };
   EXPECT_EQ(ask({"set", ".", "Mail Root", "/srv\x1b\xff"})["done"], "set");
   const json root = ask({"get", ".", "Mail Root"});
@@ -87,11 +85,7 @@ TEST_F(SettingsCommandsTest, EveryCommandAnswersInJsonWhenAsked) {
 
 TEST_F(SettingsCommandsTest, WrongUseIsOneHelpfulLineAndExit2) {
   test::WriteBytes(directory_ / "bad.reg", "REGEDIT4\n[HKLM\\A]\n\"a\"=dword:1\n\"b\"=nonsense\n");
-  struct Case {
-    test::Words words;
-    const char* says;
-  };
-  const Case cases[] = {
+  const std::pair<Words, const char*> cases[] = {
       {{"set", ".", "Cluster Status", "many"}, "no 32-bit number"},
       {{"set", ".", "Cluster Status", "4294967296"}, "no 32-bit number"},
       {{"set", ".", "Cluster Status", ""}, "no 32-bit number"},
@@ -111,9 +105,7 @@ TEST_F(SettingsCommandsTest, WrongUseIsOneHelpfulLineAndExit2) {
       {{}, "--help"},
       {{"paint"}, "--help"},
   };
-  for (const Case& row : cases) {
-    test::ExpectRefused(Run(row.words), {row.words, 2, row.says});
-  }
+  for (const auto& [words, says] : cases) test::ExpectRefused(Run(words), {words, 2, says});
   EXPECT_FALSE(std::filesystem::exists(store_)) << "nothing was changed";
 }
 
@@ -125,15 +117,14 @@ TEST_F(SettingsCommandsTest, AnUnusableStoreIsExit3AMissingOne1) {
   EXPECT_EQ(Run({"import", directory_ / "none.reg"}).exitCode, 0);
   EXPECT_EQ(Run({"export"}).exitCode, 0) << "an import makes the store, whatever it holds";
   test::WriteBytes(store_, std::string(5000, 'x'));
-  for (const char* command : {"get", "set", "list", "export", "delete"}) {
-    std::vector<std::string> arguments = {command};
-    std::string_view name = command;
-    if (name == "get" || name == "set" || name == "delete") {
-      arguments.insert(arguments.end(), {".", "Mail Root"});
-    }
-    if (name == "set") arguments.push_back("/mail");
-    test::ProgramResult result = Run(arguments);
-    EXPECT_EQ(result.exitCode, 3) << command;
+  const Words commands[] = {{"get", ".", "Mail Root"},
+                            {"set", ".", "Mail Root", "/mail"},
+                            {"list"},
+                            {"export"},
+                            {"delete", ".", "Mail Root"}};
+  for (const Words& command : commands) {
+    const test::ProgramResult result = Run(command);
+    EXPECT_EQ(result.exitCode, 3) << command[0];
     EXPECT_NE(result.errors.find("settings.db"), std::string::npos) << result.errors;
   }
 }
@@ -170,25 +161,25 @@ TEST_F(SettingsCommandsTest, TheListShowsWhatIsSetWhatIsUsualAndWhatIsUnknown) {
   ASSERT_EQ(Run({"set", "CONNECTORS\\SF", "Maximum Pickup Threads", "20"}).exitCode, 0);
   ASSERT_EQ(Run({"set", "CONNECTORS\\SF", "Maximum Threads", "3", "--dword"}).exitCode, 0);
   ASSERT_EQ(Run({"set", "HKLM\\SOFTWARE\\Other", "Name", "x", "--string"}).exitCode, 0);
-  auto find = [](const nlohmann::json& list, const char* name) {
-    auto found = std::find_if(list.begin(), list.end(),
-                              [&](const auto& item) { return item["name"] == name; });
-    return found == list.end() ? nlohmann::json() : *found;
+  using nlohmann::json;
+  const auto list = [&](Words words) { return json::parse(Run(std::move(words)).output); };
+  const auto find = [](const json& in, const char* name) {
+    const auto found =
+        std::find_if(in.begin(), in.end(), [&](const json& item) { return item["name"] == name; });
+    return found == in.end() ? json() : *found;
   };
-  auto list = nlohmann::json::parse(Run({"list", "--json"}).output);
-  nlohmann::json threads = find(list, "Maximum Pickup Threads");
+  const json usual = list({"list", "--json"});
+  const json threads = find(usual, "Maximum Pickup Threads");
   EXPECT_EQ(threads["key"], "CONNECTORS\\SF");
   EXPECT_EQ(threads["value"], 20);
   EXPECT_EQ(threads["default"], 10);
   EXPECT_EQ(threads["takesEffect"], "at once");
-  EXPECT_EQ(find(list, "Mail Root")["value"], nullptr);
-  EXPECT_EQ(find(list, "Maximum Threads")["known"], false);
-  EXPECT_TRUE(find(list, "Name").is_null());
-  EXPECT_FALSE(
-      find(nlohmann::json::parse(Run({"list", "--all", "--json"}).output), "Name").is_null());
-  auto audit = nlohmann::json::parse(Run({"list", "auditing", "--json"}).output);
-  EXPECT_EQ(audit.size(), 4U);
-  std::string table = Run({"list"}).output;
+  EXPECT_EQ(find(usual, "Mail Root")["value"], nullptr);
+  EXPECT_EQ(find(usual, "Maximum Threads")["known"], false);
+  EXPECT_TRUE(find(usual, "Name").is_null());
+  EXPECT_FALSE(find(list({"list", "--all", "--json"}), "Name").is_null());
+  EXPECT_EQ(list({"list", "auditing", "--json"}).size(), 4U);
+  const std::string table = Run({"list"}).output;
   EXPECT_NE(table.find("? Maximum Threads"), std::string::npos);
   EXPECT_NE(table.find("most messages in delivery at a time"), std::string::npos);
 }

@@ -1,15 +1,14 @@
-#include <gtest/gtest.h>
 
 #include <atomic>
 #include <stdexcept>
 #include <string>
 #include <thread>
-#include <vector>
 
 #include "PROVIDERS/Library/LIBOption/ConfigurationProviders.h"
 #include "connector/settings/ProcessState.h"
-#include "platform/Reports.h"
+#include "tests/support/HeardEvents.h"
 #include "tests/support/StubProviders.h"
+#include "tests/support/Threads.h"
 
 namespace corvane {
 namespace {
@@ -18,21 +17,16 @@ template <typename Record>
 std::int32_t Ask(std::int32_t (*call)(Record&), Record record) {
   return call(record);
 }
-std::int32_t CallPostofficeGet() { return Ask<PostofficeRecord>(PostofficeGet, {"acme", 1, 0}); }
-std::int32_t CallMailboxGet() {
-  return Ask<MailboxRecord>(MailboxGet, {"acme", "anna", "", -1, -1, 0xFFFFFFFF, 0xFFFFFFFE});
-}
-std::int32_t CallGroupGet() { return Ask<GroupRecord>(GroupGet, {"", "acme", "sales", 0}); }
-std::int32_t CallFindFirst() {
-  return Ask<GroupMemberRecord>(GroupMemberFindFirst, {"", "acme", "sales"});
-}
-std::int32_t CallFindNext() {
-  return Ask<GroupMemberRecord>(GroupMemberFindNext, {"", "acme", "sales"});
-}
-std::int32_t CallDomainGet() { return Ask<DomainRecord>(SMTPDomainGet, {"acme.test", 1, -1, 0}); }
-std::int32_t CallAddressMapGet() {
-  return Ask<AddressMapRecord>(AddressMapGet, {"", "", "[SF:acme/anna]", "", -1});
-}
+const GroupMemberRecord kSales = {"", "acme", "sales"};
+const MailboxRecord kAnna = {"acme", "anna", "", -1, -1, 0xFFFFFFFF, 0xFFFFFFFE};
+const AddressMapRecord kAnnasMap = {"", "", "[SF:acme/anna]", "", -1};
+std::int32_t CallPostofficeGet() { return Ask(PostofficeGet, PostofficeRecord{"acme", 1, 0}); }
+std::int32_t CallMailboxGet() { return Ask(MailboxGet, kAnna); }
+std::int32_t CallGroupGet() { return Ask(GroupGet, GroupRecord{"", "acme", "sales", 0}); }
+std::int32_t CallFindFirst() { return Ask(GroupMemberFindFirst, kSales); }
+std::int32_t CallFindNext() { return Ask(GroupMemberFindNext, kSales); }
+std::int32_t CallDomainGet() { return Ask(SMTPDomainGet, DomainRecord{"acme.test", 1, -1, 0}); }
+std::int32_t CallAddressMapGet() { return Ask(AddressMapGet, kAnnasMap); }
 
 // Each call, on a record that names acme and a part of it.
 struct NamedCall {
@@ -56,26 +50,24 @@ constexpr const char* kAnswers =
     "GroupMember acme/sales 1 MemberAddress=[SF:acme/bob]\n"
     "SMTPDomainGet acme.test 1\nAddressMapGet [SF:acme/anna] 1\n";
 
+constexpr const char* kProviders[] = {kPostofficeProvider, kSmtpProvider, kAddressMapProvider};
+
 class ConfigurationProviders : public ::testing::Test {
  protected:
   ConfigurationProviders() { stub_.Answer(kAnswers); }
   ~ConfigurationProviders() override {
     settings::StopFlag() = 0;
-    for (const char* name : {kPostofficeProvider, kSmtpProvider, kAddressMapProvider}) {
-      UnloadConfigurationProvider(name);
-    }
+    for (const char* name : kProviders) UnloadConfigurationProvider(name);
   }
   static void LoadAll() {
-    for (const char* name : {kPostofficeProvider, kSmtpProvider, kAddressMapProvider}) {
-      ASSERT_TRUE(LoadConfigurationProvider(name)) << name;
-    }
+    for (const char* name : kProviders) ASSERT_TRUE(LoadConfigurationProvider(name)) << name;
   }
   test::StubProviders stub_;
 };
 
 TEST_F(ConfigurationProviders, EachCallReachesItsLibraryAndNoOther) {
   for (const NamedCall& call : kCalls) EXPECT_EQ(call.call(), 0) << call.name << " before loading";
-  for (const char* loaded : {kPostofficeProvider, kSmtpProvider, kAddressMapProvider}) {
+  for (const char* loaded : kProviders) {
     ASSERT_TRUE(LoadConfigurationProvider(loaded));
     for (const NamedCall& call : kCalls) {
       const bool expected = std::string(call.library) == loaded;
@@ -105,13 +97,13 @@ TEST_F(ConfigurationProviders, TextsWithoutAnEndAreEnded) {
       "GroupMember acme/sales 1 MemberAddress=<full>\n"
       "AddressMapGet [SF:acme/anna] 1 SourceAddress=<full>\n");
   LoadAll();
-  MailboxRecord mailbox = {"acme", "anna", "", -1, -1, 0, 0};
+  MailboxRecord mailbox = kAnna;
   ASSERT_EQ(MailboxGet(mailbox), 1);
   EXPECT_EQ(std::string(mailbox.RedirectAddress), std::string(511, 'x'));
-  GroupMemberRecord member = {"", "acme", "sales"};
+  GroupMemberRecord member = kSales;
   ASSERT_EQ(GroupMemberFindFirst(member), 1);
   EXPECT_EQ(std::string(member.MemberAddress), std::string(255, 'x'));
-  AddressMapRecord map = {"", "", "[SF:acme/anna]", "", -1};
+  AddressMapRecord map = kAnnasMap;
   ASSERT_EQ(AddressMapGet(map), 1);
   EXPECT_EQ(std::string(map.SourceAddress), std::string(1023, 'x'));
 }
@@ -123,24 +115,16 @@ TEST_F(ConfigurationProviders, MembersThatCannotBeReachedAreNoEnd) {
   EXPECT_THROW(CallFindNext(), StoreUnreachable);
 }
 
-std::string reported;
-void Listen(void*, std::string_view, platform::EventType, std::uint32_t, std::string_view,
-            std::string_view text) {
-  reported += text;
-}
-
 TEST_F(ConfigurationProviders, AnExceptionOfPostofficeGetIsReportedAndThrownOn) {
   stub_.Answer("PostofficeGet acme throw\n");
   LoadAll();
-  reported.clear();
-  platform::SetEventListener(Listen, nullptr);
+  const test::HeardEvents heard;
   EXPECT_THROW(CallPostofficeGet(), std::runtime_error);
-  platform::SetEventListener(nullptr, nullptr);
+  ASSERT_EQ(heard.all.size(), 1U);
   EXPECT_TRUE(
-      reported.starts_with("PostofficeGet handled an exception; session will be dropped.\n"
-                           "The exception was: the stub was told to\n"
-                           "The exception occurred in : ConfigurationProviders, line "))
-      << reported;
+      heard.all[0].text.starts_with("PostofficeGet handled an exception; session will be dropped.\n"
+                                    "The exception was: the stub was told to\n"
+                                    "The exception occurred in : ConfigurationProviders, line "));
 }
 
 // On a 0 a worker would bounce what it has in hand.
@@ -165,12 +149,9 @@ TEST_F(ConfigurationProviders, UnloadingUnderCallersIsSafe) {
   LoadAll();
   std::atomic<bool> stop{false};
   std::atomic<int> answered{0};
-  std::vector<std::thread> callers;
-  for (int t = 0; t < 6; ++t) {
-    callers.emplace_back([&] {
-      while (!stop) answered += CallMailboxGet() + CallPostofficeGet();
-    });
-  }
+  test::Threads callers(6, [&](int) {
+    while (!stop) answered += CallMailboxGet() + CallPostofficeGet();
+  });
   for (int i = 0; i < 300; ++i) {
     UnloadConfigurationProvider(kPostofficeProvider);
     ASSERT_TRUE(LoadConfigurationProvider(kPostofficeProvider));
@@ -179,7 +160,7 @@ TEST_F(ConfigurationProviders, UnloadingUnderCallersIsSafe) {
   const int before = answered;
   while (answered == before) std::this_thread::yield();
   stop = true;
-  for (std::thread& caller : callers) caller.join();
+  callers.Join();
   UnloadConfigurationProvider(kPostofficeProvider);
   EXPECT_EQ(CallMailboxGet(), 0);
 }

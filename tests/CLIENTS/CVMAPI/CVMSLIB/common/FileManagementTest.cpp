@@ -7,10 +7,10 @@
 
 #include "CLIENTS/CVMAPI/CVMSLIB/common/FileManagement.h"
 #include "CLIENTS/CVMAPI/CVMSLIB/common/Identifiers.h"
-#include "platform/Clock.h"
 #include "platform/Error.h"
 #include "platform/FileSystem.h"
 #include "tests/support/TemporaryDirectory.h"
+#include "tests/support/TestClock.h"
 
 namespace corvane {
 namespace {
@@ -23,7 +23,7 @@ std::vector<std::string> lines;
 std::int32_t level = 0;
 
 // A clock that sets a holder's file free once so much has been slept.
-class FreeingClock : public platform::VirtualClock {
+class FreeingClock : public test::TestClock {
  public:
   void Sleep(std::int64_t milliseconds) override {
     VirtualClock::Sleep(milliseconds);
@@ -36,7 +36,6 @@ class FreeingClock : public platform::VirtualClock {
 class FileManagementTest : public testing::Test {
  protected:
   FileManagementTest() {
-    platform::SetClock(&clock_);
     lines.clear();
     level = 10;
     SetFileManagementLog({[](std::string_view text) {
@@ -46,10 +45,7 @@ class FileManagementTest : public testing::Test {
                           [](std::int32_t above) { return level > above; }});
     test::WriteBytes(path_, "x");
   }
-  ~FileManagementTest() override {
-    SetFileManagementLog({});
-    platform::SetClock(nullptr);
-  }
+  ~FileManagementTest() override { SetFileManagementLog({}); }
 
   void Hold(std::int64_t freeAfter = INT64_MAX) {
     clock_.freeAfter = freeAfter;

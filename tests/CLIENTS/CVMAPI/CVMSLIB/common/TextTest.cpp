@@ -1,20 +1,16 @@
 // TextTest.cpp -- tokens, search, replace.
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <string>
+#include <tuple>
 
 #include "CLIENTS/CVMAPI/CVMSLIB/common/Text.h"
 
 namespace corvane {
 namespace {
 
-struct CountCase {
-  std::string text;
-  const char* separator;
-  std::int32_t count;
-};
-const CountCase kCounts[] = {
+// A text, the separator, and the number of tokens.
+const std::tuple<std::string, const char*, std::int32_t> kCounts[] = {
     {"", ";", 0},      {"a", ";", 1},
     {";", ";", 1},     {"a;", ";", 2},
     {"a;b;c", ";", 3}, {";a;b", ";", 2},
@@ -24,8 +20,8 @@ const CountCase kCounts[] = {
 };
 
 TEST(CountTokens, SeparatorsFromTheSecondCharacterOn) {
-  for (const CountCase& row : kCounts) {
-    EXPECT_EQ(CountTokens(row.text, row.separator), row.count) << row.text.substr(0, 40);
+  for (const auto& [text, separator, count] : kCounts) {
+    EXPECT_EQ(CountTokens(text, separator), count) << text.substr(0, 40);
   }
 }
 
@@ -75,8 +71,7 @@ TEST(GetToken, Table) {
 struct FindCase {
   const char* text;
   const char* pattern;
-  std::ptrdiff_t textLength;
-  std::ptrdiff_t patternLength;
+  std::ptrdiff_t textLength, patternLength;
   std::ptrdiff_t at;  // -1: nothing
 };
 const FindCase kFinds[] = {
@@ -110,8 +105,7 @@ struct ReplaceCase {
   const char* find;
   const char* replacement;
   std::int32_t limit;
-  bool rescan;
-  bool exactCase;
+  bool rescan, exactCase;
   std::int32_t made;
   const char* result;
 };
