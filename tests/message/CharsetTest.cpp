@@ -21,18 +21,17 @@ TEST(CharsetTable, HasItsRowsAndPages) {
 }
 
 TEST(CharsetTable, FirstRowOfANameDecides) {
-  struct Case {
+  const struct {
     const char* name;
     int page;
-  };
-  const Case kCases[] = {
+  } kCases[] = {
       {"utf-8", 65001},       {"Utf8", 65001},       {"UTF-16", 1200},   {"us-ascii", 20127},
       {"iso-2022-jp", 50221}, {"ISO-8859-1", 28591}, {"latin1", 28591},  {"euc-kr", 949},
       {"gb2312", 936},        {"SHIFFT_JIS", 932},   {"shift-jis", 932}, {"CP819", 1252},
       {"hz-gb-2312", 52936},  {"x-iscii-pa", 57011}, {"utf-7", 0},       {"", 0},
       {"utf-8 ", 0},          {"iso-8859-10", 0},    {"cp1252x", 0},
   };
-  for (const Case& c : kCases) EXPECT_EQ(LookupCodePage(c.name), c.page) << c.name;
+  for (const auto& c : kCases) EXPECT_EQ(LookupCodePage(c.name), c.page) << c.name;
   for (const CharsetRow& row : CharsetRows()) EXPECT_NE(LookupCodePage(row.name), 0) << row.name;
 }
 
@@ -95,15 +94,12 @@ TEST(CodePages, EveryPageOfTheTableConvertsButTheFiveThatNobodyHas) {
   }
 }
 
-struct RecodeCase {
+const struct {
   const char* name;
-  std::string_view from;
-  std::string_view bytes;
-  std::string_view to;
+  std::string_view from, bytes, to;
   bool result;
   std::string_view text;
-};
-const RecodeCase kRecodes[] = {
+} kRecodes[] = {
     {"EqualNamesLeaveBytes", "X-Nobody", "\xFF", "x-nobody", true, "\xFF"},
     {"UnknownSourceLeavesBytes", "x-nobody", "\xE9", "utf-8", false, "\xE9"},
     {"UnknownTargetLeavesBytes", "latin1", "\xE9", "x-nobody", false, "\xE9"},
@@ -129,7 +125,7 @@ const RecodeCase kRecodes[] = {
 };
 
 TEST(RecodeText, Cases) {
-  for (const RecodeCase& c : kRecodes) {
+  for (const auto& c : kRecodes) {
     std::string result;
     EXPECT_EQ(RecodeText(c.from, c.bytes, result, c.to), c.result) << c.name;
     EXPECT_EQ(result, c.text) << c.name;

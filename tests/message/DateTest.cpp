@@ -85,12 +85,11 @@ class Zone {
 };
 
 TEST(FormatMessageDate, IsLocalTimeWithItsZone) {
-  struct ZoneCase {
+  const struct {
     const char* zone;  // its sign is turned: minus is east
     std::int64_t now;
     std::string_view date;
-  };
-  const ZoneCase kZones[] = {
+  } kZones[] = {
       {"UTC0", 1'672'736'707, "Tue, 3 Jan 2023 09:05:07 +0000"},
       {"XXX-1", 1'672'736'707, "Tue, 3 Jan 2023 10:05:07 +0100"},
       {"XXX-5:45", 1'672'736'707, "Tue, 3 Jan 2023 14:50:07 +0545"},
@@ -99,7 +98,7 @@ TEST(FormatMessageDate, IsLocalTimeWithItsZone) {
       {"XXX10", 1'704'067'200, "Sun, 31 Dec 2023 14:00:00 -1000"},
       {"XXX-1YYY,M3.5.0,M10.5.0/3", 1'690'000'000, "Sat, 22 Jul 2023 06:26:40 +0200"},
   };
-  for (const ZoneCase& c : kZones) {
+  for (const auto& c : kZones) {
     Zone zone(c.zone);
     platform::VirtualClock clock(c.now);
     platform::Clock* before = platform::SetClock(&clock);
@@ -143,14 +142,12 @@ TEST(ParseCompactDate, Cases) {
 }
 
 TEST(ParseCalendarDate, Cases) {
-  struct CalendarCase {
+  const struct {
     const char* name;
-    std::string_view text;
-    std::string_view zone;
+    std::string_view text, zone;
     bool invert;
     std::string_view result;
-  };
-  const CalendarCase kCases[] = {
+  } kCases[] = {
       {"Basic", "20230205T101112Z", "", false, "2023-02-05 10:11:12"},
       {"DateAlone", "20230205", "", false, "2023-02-05 00:00:00"},
       {"WithHyphens", "2023-02-05T10:11:12", "", false, "2023-02-05 10:11:12"},
@@ -168,7 +165,7 @@ TEST(ParseCalendarDate, Cases) {
       {"NoSuchMonth", "20231305", "", false, ""},
       {"Empty", "", "", false, ""},
   };
-  for (const CalendarCase& c : kCases) {
+  for (const auto& c : kCases) {
     FileTime time = 0;
     bool result = ParseCalendarDate(c.text, time, c.zone, c.invert);
     EXPECT_EQ(result ? Show(time) : "", c.result) << c.name;
@@ -198,18 +195,17 @@ TEST(Calendar, NthWeekday) {
 }
 
 TEST(FileAge, CountsMonthsOfThirtyDays) {
-  struct AgeCase {
+  constexpr std::int64_t kDay = 86'400'000;
+  const struct {
     std::int64_t days;
     std::int64_t ages[8];
-  };
-  constexpr std::int64_t kDay = 86'400'000;
-  const AgeCase kAges[] = {
+  } kAges[] = {
       {0, {0, 0, 1, 0, 0, 0, 0, 0}},
       {1, {0, 0, 1, 1, 24, 1440, 86400, kDay}},
       {31, {0, 0, 2, 30, 720, 43200, 2592000, 30 * kDay}},
       {365, {0, 1, 13, 365, 8760, 525600, 31536000, 365 * kDay}},
   };
-  for (const AgeCase& c : kAges) {
+  for (const auto& c : kAges) {
     for (int unit = 0; unit < 8; ++unit) {
       EXPECT_EQ(AgeOf(c.days * kDay, static_cast<AgeUnit>(unit)), c.ages[unit])
           << c.days << " days, unit " << unit;
@@ -218,12 +214,11 @@ TEST(FileAge, CountsMonthsOfThirtyDays) {
 }
 
 TEST(FileAge, IsTheTimeSinceTheLastWrite) {
-  struct FileCase {
+  const struct {
     const char* name;
     std::int64_t secondsAgo;
     std::int64_t ages[8];
-  };
-  const FileCase kFiles[] = {
+  } kFiles[] = {
       {"JustWritten", 0, {0, 0, 1, 0, 0, 0, 0, 0}},
       {"ADayAndABit", 90'061, {0, 0, 1, 1, 25, 1501, 90'061, 90'061'000}},
       {"InTheFuture", -60, {0, 0, 0, 0, 0, 0, 0, 0}},
@@ -233,7 +228,7 @@ TEST(FileAge, IsTheTimeSinceTheLastWrite) {
   test::WriteBytes(path, "x");
   platform::VirtualClock clock;
   platform::Clock* before = platform::SetClock(&clock);
-  for (const FileCase& c : kFiles) {
+  for (const auto& c : kFiles) {
     ASSERT_TRUE(platform::SetLastWriteTime(path, platform::NowSeconds() - c.secondsAgo));
     for (int unit = 0; unit < 8; ++unit) {
       EXPECT_EQ(FileAge(path, static_cast<AgeUnit>(unit)), c.ages[unit]) << c.name << " " << unit;

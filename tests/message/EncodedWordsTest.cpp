@@ -7,12 +7,10 @@
 namespace corvane {
 namespace {
 
-struct WordCase {
+const struct {
   const char* name;
-  std::string_view text;
-  std::string_view result;
-};
-const WordCase kWords[] = {
+  std::string_view text, result;
+} kWords[] = {
     {"PlainText", "just text", "just text"},
     {"LeadingWhiteSpaceGoes", "\r\n  text ", "text "},
     {"UnderscoreIsBlank", "=?utf-8?Q?a_b?=", "a b"},
@@ -47,7 +45,7 @@ const WordCase kWords[] = {
 };
 
 TEST(DecodeEncodedWords, Cases) {
-  for (const WordCase& c : kWords) {
+  for (const auto& c : kWords) {
     std::u16string wide = u"old";
     DecodeEncodedWords(c.text, wide);
     EXPECT_EQ(ToUtf8(wide), c.result) << c.name;

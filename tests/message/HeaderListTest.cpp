@@ -16,12 +16,10 @@ std::string Show(const HeaderList& list) {
   return result;
 }
 
-struct BlockCase {
-  const char* name;
-  const char* block;
+const struct {
+  const char *name, *block;
   std::string_view headers;
-};
-const BlockCase kBlocks[] = {
+} kBlocks[] = {
     {"Empty", "", ""},
     {"CrLfAndLf", "A: 1\r\nB: 2\nC:3", "[A|1][B|2][C|3]"},
     {"NamesStandAsTheyAre", "sUbJect : x\r\n", "[sUbJect |x]"},
@@ -37,7 +35,7 @@ const BlockCase kBlocks[] = {
 };
 
 TEST(HeaderList, Parses) {
-  for (const BlockCase& c : kBlocks) {
+  for (const auto& c : kBlocks) {
     for (bool decode : {false, true}) {
       HeaderList list;
       list.Parse(c.block, decode);
@@ -78,15 +76,11 @@ TEST(HeaderList, SetReplacesTheFirstOrAdds) {
   EXPECT_EQ(Show(list), "[a|x\xC3\xA9][B|2][A|3][C|newer]");
 }
 
-struct ParameterCase {
-  const char* name;
-  const char* header;
-  const char* parameter;
+const struct {
+  const char *name, *header, *parameter;
   std::u16string_view value;
-  const char* charset;
-  const char* language;
-};
-const ParameterCase kParameters[] = {
+  const char *charset, *language;
+} kParameters[] = {
     {"Plain", "Content-Type: a/b; Charset=utf-8; x=y", "charset", u"utf-8", "", ""},
     {"QuotesGo", "Content-Type: a/b;\r\n name = \"x y\" ", "name", u"x y", "", ""},
     {"Disposition", "CONTENT-DISPOSITION: attachment; filename=f", "filename", u"f", "", ""},
@@ -103,7 +97,7 @@ const ParameterCase kParameters[] = {
 };
 
 TEST(HeaderList, Parameters) {
-  for (const ParameterCase& c : kParameters) {
+  for (const auto& c : kParameters) {
     HeaderList list;
     list.Parse(c.header, false);
     HeaderParameters parameters = list.At(0).Parameters;
@@ -119,16 +113,14 @@ TEST(HeaderList, Parameters) {
   EXPECT_TRUE(list.At(0).Parameters.empty());
 }
 
-struct WriteCase {
-  const char* name;
-  std::string_view header;
-  std::string value;
-  std::string_view text;
-};
-
 TEST(HeaderList, Serialises) {
   const std::string kLong(90, 'x');
-  const WriteCase kWrites[] = {
+  const struct {
+    const char* name;
+    std::string_view header;
+    std::string value;
+    std::string_view text;
+  } kWrites[] = {
       {"Short", "A", "b c", "A: b c"},
       {"FoldedAtTheLastBlank", "A", std::string(70, 'a') + " bbb cccc d",
        "A: aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaa bbb\r\n cccc d"},
@@ -146,7 +138,7 @@ TEST(HeaderList, Serialises) {
        "A-Name-That-Is-Rather-Long: \r\n "
        "aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaa"},
   };
-  for (const WriteCase& c : kWrites) {
+  for (const auto& c : kWrites) {
     HeaderList list;
     list.Set(c.header, c.value);
     EXPECT_EQ(list.Serialise(), c.text) << c.name;

@@ -9,13 +9,11 @@
 namespace corvane {
 namespace {
 
-struct DecodeCase {
+const struct {
   const char* name;
-  std::string_view text;
-  std::string_view result;
+  std::string_view text, result;
   bool underscoreIsBlank = false;
-};
-const DecodeCase kQuotedPrintable[] = {
+} kQuotedPrintable[] = {
     {"HexOfEitherCase", "=c3=A9.", "\xC3\xA9."},
     {"SoftBreaksVanish", "a=\r\nb=\nc", "abc"},
     {"SoftBreakAtTheEnd", "a=\r\n", "a"},
@@ -29,7 +27,7 @@ const DecodeCase kQuotedPrintable[] = {
 };
 
 TEST(QuotedPrintable, Decodes) {
-  for (const DecodeCase& c : kQuotedPrintable) {
+  for (const auto& c : kQuotedPrintable) {
     std::string result;
     EXPECT_TRUE(DecodeQuotedPrintable(c.text, result, c.underscoreIsBlank)) << c.name;
     EXPECT_EQ(result, c.result) << c.name;
@@ -80,13 +78,12 @@ TEST(QuotedPrintable, EverythingComesBack) {
   }
 }
 
-struct Base64Case {
+const struct {
   const char* name;
   std::string_view text;
   bool result;
   std::string_view bytes;
-};
-const Base64Case kBase64[] = {
+} kBase64[] = {
     {"Empty", "", true, ""},
     {"OneByte", "QQ==", true, "A"},
     {"TwoBytes", "QUI=", true, "AB"},
@@ -103,7 +100,7 @@ const Base64Case kBase64[] = {
 };
 
 TEST(Base64, Decodes) {
-  for (const Base64Case& c : kBase64) {
+  for (const auto& c : kBase64) {
     std::string bytes;
     EXPECT_EQ(DecodeBase64(c.text, bytes), c.result) << c.name;
     EXPECT_EQ(bytes, c.bytes) << c.name;

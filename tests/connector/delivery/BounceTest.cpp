@@ -31,12 +31,9 @@ constexpr const char* kName = "0123456789ABCDEF0123456789ABCDEF.MAI";
 constexpr const char* kMessage = "From: x\r\nSubject: one\r\n two\r\n\r\nbody\r\n";
 
 TEST(SmtpRouteTest, AddressesAndSourceRoutes) {
-  struct Row {
-    const char* address;
-    const char* domain;
-    const char* out;
-  };
-  const Row rows[] = {
+  const struct {
+    const char *address, *domain, *out;
+  } rows[] = {
       {"a@b.example", "b.example", "a@b.example"},
       {"a@b@c.example", "b@c.example", "a@b@c.example"},
       {"@one,@two:a@b.example", "@one", "@two:a@b.example"},
@@ -46,7 +43,7 @@ TEST(SmtpRouteTest, AddressesAndSourceRoutes) {
       {"", "house.example", "POSTMASTER@house.example"},
   };
   settings::Hold(settings::kLocalDomainName, "house.example");
-  for (const Row& row : rows) {
+  for (const auto& row : rows) {
     std::string domain;
     std::string out;
     ResolveSmtpRoute(row.address, domain, out);
@@ -118,19 +115,16 @@ class BounceTest : public test::SettingsFixture {
 };
 
 TEST_F(BounceTest, TheFromAddressFollowsTheSender) {
-  struct Row {
-    const char* sender;
-    const char* to;
-    const char* from;
-  };
-  const Row rows[] = {
+  const struct {
+    const char *sender, *to, *from;
+  } rows[] = {
       {"[SMTP:a@b.example]", "a@b.example", "post@house.example"},
       {"[SMTP:a@served.example]", "a@served.example", "POSTMASTER@served.example"},
       {"[SMTP:nobody]", "POSTMASTER@house.example", "POSTMASTER@house.example"},
       {"no item", "POSTMASTER@house.example", "POSTMASTER@house.example"},
       {"[SMTP:@one,@two:a@b.example]", "@two:a@b.example", "post@house.example"},
   };
-  for (const Row& row : rows) {
+  for (const auto& row : rows) {
     SCOPED_TRACE(row.sender);
     Prepare();
     SetText(message_.Sender, row.sender);
@@ -213,17 +207,16 @@ TEST_F(BounceTest, LoopsEndInBadMail) {
     EXPECT_TRUE(InBadMail()) << sender;
     EXPECT_EQ(Command(), "") << sender;
   }
-  struct Row {
+  const struct {
     std::string head;
     bool loop;
-  };
-  const Row rows[] = {
+  } rows[] = {
       {"AUTO-SUBMITTED:   auto-Replied\r\n", true},
       {"Auto-Submitted: auto-generated\r\n", false},
       {"Auto-Submitted: auto-replied (away)\r\n", false},
       {"\r\nAuto-Submitted: auto-replied\r\n", false},
   };
-  for (const Row& row : rows) {
+  for (const auto& row : rows) {
     SCOPED_TRACE(row.head);
     Prepare();
     WriteMessage("A: 1\r\n" + row.head + kMessage);

@@ -38,16 +38,13 @@ class CopyWithReceivedLineTest : public test::SettingsFixture {
 constexpr const char* kReceived =
     "Received: with Corvane Postoffice Connector; Wed, 15 Nov 2023 07:43:20 +0930\r\n";
 
-struct TextCase {
-  const char* name;
-  std::string source;
-  std::string copy;
-};
-
 TEST_F(CopyWithReceivedLineTest, PutsTheLineFirstAndKeepsTheText) {
   using std::string_literals::operator""s;
   const std::string longLine(9000, 'x');
-  const TextCase cases[] = {
+  const struct {
+    const char* name;
+    std::string source, copy;
+  } cases[] = {
       {"Usual", "A: 1\r\n\r\nbody\r\n", "A: 1\r\n\r\nbody\r\n"},
       {"LfBecomesCrLf", "A: 1\n\nbody\n", "A: 1\r\n\r\nbody\r\n"},
       {"LastLineWithoutEnd", "A: 1\r\n\r\nbody", "A: 1\r\n\r\nbody"},
@@ -57,7 +54,7 @@ TEST_F(CopyWithReceivedLineTest, PutsTheLineFirstAndKeepsTheText) {
       {"LineEndAtThePieceEdge", std::string(4095, 'x') + "\r\nb", std::string(4095, 'x') + "\r\nb"},
       {"Empty", "", ""},
   };
-  for (const TextCase& row : cases) {
+  for (const auto& row : cases) {
     SCOPED_TRACE(row.name);
     test::WriteBytes(Source(), row.source);
     EXPECT_EQ(CopyWithReceivedLine(message_, newMessage_), 1);

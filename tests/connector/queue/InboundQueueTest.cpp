@@ -170,17 +170,15 @@ TEST_F(InboundQueueTest, TheLogTellsWhatWasReset) {
             "Reset 1 messages out of 2 in inbound queue for SF\n");
 }
 
-struct HeaderCase {
-  const char* name;
-  std::string text;
-  bool found;
-  std::string value;
-};
-
 TEST_F(InboundQueueTest, ReadsOneHeaderOfAFile) {
   std::string elevenLines;
   for (int i = 0; i < 11; ++i) elevenLines += "A: 1\n";
-  const HeaderCase cases[] = {
+  const struct {
+    const char* name;
+    std::string text;
+    bool found;
+    std::string value;
+  } cases[] = {
       {"any case, blanks dropped", "A: 1\r\nsubject:   two  \r\n\r\n", true, "two  "},
       {"folds as they stand", "Subject: one\r\n two\r\n\tthree\r\nB: x\r\n\r\n", true,
        "one two\tthree"},
@@ -194,7 +192,7 @@ TEST_F(InboundQueueTest, ReadsOneHeaderOfAFile) {
       {"behind a long line", "A: " + std::string(5000, 'a') + "\r\nSubject: one\r\n", true, "one"},
       {"cut", "Subject: " + std::string(100, 's') + "\r\n\r\n", true, std::string(63, 's')},
   };
-  for (const HeaderCase& row : cases) {
+  for (const auto& row : cases) {
     SCOPED_TRACE(row.name);
     WriteBytes(Path(), row.text);
     std::string value = "old";

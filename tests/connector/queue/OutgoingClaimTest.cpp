@@ -30,15 +30,13 @@ class OutgoingClaimTest : public test::SettingsFixture {
   }
 };
 
-struct ClaimCase {
+// The virtual clock of the fixture stands at 1,700,000,000.
+const struct {
   const char* name;
   std::string_view before;
   std::int32_t result;
   std::string_view after;
-};
-
-// The virtual clock of the fixture stands at 1,700,000,000.
-const ClaimCase kClaims[] = {
+} kClaims[] = {
     {"DueIsTaken", "Server=OLD\r\nStatus=Unsent\r\n", 1, "Server=NODE1\r\nStatus=Delivering\r\n"},
     {"LastLineNeedsNoEnd", "Recipients=[SF:a/b]\r\nServer=\r\nStatus=Unsent", 1,
      "Recipients=[SF:a/b]\r\nServer=NODE1\r\nStatus=Delivering"},
@@ -75,7 +73,7 @@ const ClaimCase kClaims[] = {
 };
 
 TEST_F(OutgoingClaimTest, TakesWhatIsDueAndChangesNothingElse) {
-  for (const ClaimCase& row : kClaims) {
+  for (const auto& row : kClaims) {
     SCOPED_TRACE(row.name);
     Put(row.before);
     EXPECT_EQ(Lock(), row.result);

@@ -20,16 +20,14 @@ class OutgoingResetTest : public test::SettingsFixture {
   [[nodiscard]] std::string Path() const { return Directory() / kName; }
 };
 
-struct ResetCase {
+const char* const kFresh = "TimeAcquired=1700000000\r\n";
+
+const struct {
   const char* name;
   std::string before;
   std::int32_t result;
   std::string after;
-};
-
-const char* const kFresh = "TimeAcquired=1700000000\r\n";
-
-const ResetCase kCases[] = {
+} kCases[] = {
     {"OwnMessageGoesBack",
      "Recipients=[SF:a/"
      "b]\r\nServer=NODE1\r\nRetries=3\r\nNextSendTime=5\r\nTimeAcquired=1699999999\r\n"
@@ -64,7 +62,7 @@ const ResetCase kCases[] = {
 };
 
 TEST_F(OutgoingResetTest, ResetsWhatQualifiesAndLeavesTheRest) {
-  for (const ResetCase& row : kCases) {
+  for (const auto& row : kCases) {
     SCOPED_TRACE(row.name);
     test::WriteBytes(Path(), row.before);
     EXPECT_EQ(Reset(), row.result);

@@ -32,13 +32,10 @@ class SetMessageHeaderTest : public test::SettingsFixture {
   ConnectorMessage message_;
 };
 
-struct HeaderCase {
+const struct {
   const char* name;
-  std::string before;
-  std::string after;
-};
-
-const HeaderCase kCases[] = {
+  std::string before, after;
+} kCases[] = {
     {"AddedBeforeTheBlankLine", "A: 1\r\n\r\nbody", "A: 1\r\nReturn-Path: <a@b>\r\n\r\nbody"},
     {"BlankLineKeepsItsEnd", "A: 1\n\nbody\n", "A: 1\nReturn-Path: <a@b>\r\n\nbody\n"},
     {"ReplacedInPlace", "A: 1\r\nReturn-Path: <old>\r\nB: 2\r\n\r\nbody",
@@ -73,7 +70,7 @@ const HeaderCase kCases[] = {
 };
 
 TEST_F(SetMessageHeaderTest, ChangesTheHeaderAndNothingElse) {
-  for (const HeaderCase& row : kCases) {
+  for (const auto& row : kCases) {
     SCOPED_TRACE(row.name);
     test::WriteBytes(Path(), row.before);
     EXPECT_EQ(Replace(), 1);

@@ -152,14 +152,11 @@ TEST_F(BadMailTest, TheConsoleSaysWhyAHeaderIsNotSet) {
             "there are permissions issues\r\n");
 }
 
-struct HeaderCase {
-  const char* name;
-  std::string before;
-  std::string after;
-};
-
 TEST_F(BadMailTest, SetsAHeaderOfAnyFile) {
-  const HeaderCase cases[] = {
+  const struct {
+    const char* name;
+    std::string before, after;
+  } cases[] = {
       {"replaced, without a blank too", "A: 1\r\nx-why:old\r\n\r\nb",
        "A: 1\r\nX-Why: new\r\n\r\nb"},
       {"before the blank line", "A: 1\n\nb", "A: 1\nX-Why: new\r\n\nb"},
@@ -167,7 +164,7 @@ TEST_F(BadMailTest, SetsAHeaderOfAnyFile) {
       {"body stays", "\r\nX-Why: old\r\n", "X-Why: new\r\n\r\nX-Why: old\r\n"},
   };
   const std::string path = Directory() / "file";
-  for (const HeaderCase& row : cases) {
+  for (const auto& row : cases) {
     SCOPED_TRACE(row.name);
     WriteBytes(path, row.before);
     EXPECT_TRUE(SetMessageFileHeader(path, "X-Why", "new", false));

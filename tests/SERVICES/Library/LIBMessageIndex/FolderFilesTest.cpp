@@ -18,18 +18,16 @@ class FolderFilesTest : public test::MessageFixture {
   [[nodiscard]] std::string DetailsPath() const { return Folder() + "/_FOLDER.DAT"; }
 };
 
-struct BrandCase {
-  std::int64_t created;
-  std::uint32_t brand;
-};
-
 TEST_F(FolderFilesTest, BrandIsWhenTheFolderWasMade) {
-  const BrandCase cases[] = {
+  const struct {
+    std::int64_t created;
+    std::uint32_t brand;
+  } cases[] = {
       {1'396'310'401, 1'396'310'401U},
       {1'700'000'000, 1'700'000'000U},
       {1'396'310'400, 0x53204000U},  // 130,407,840,000,000,000 in 100 ns, its low half
   };
-  for (const BrandCase& row : cases) {
+  for (const auto& row : cases) {
     ASSERT_TRUE(platform::SetCreationTime(Folder(), row.created));
     EXPECT_EQ(FolderBrand(Folder()), row.brand) << row.created;
   }
@@ -55,20 +53,19 @@ TEST_F(FolderFilesTest, DetailsAreThirteenWords) {
 
 TEST_F(FolderFilesTest, ImpossibleCountsAreLimited) {
   FolderDetails details;
-  struct Count {
+  const struct {
     std::uint32_t FolderDetails::*count;
     std::uint32_t before, after;
-  };
-  const Count kCounts[] = {{&FolderDetails::TotalCount, 5, 5},
-                           {&FolderDetails::DeletedCount, 6, 5},
-                           {&FolderDetails::AnsweredCount, 0xFFFFFFFF, 0},
-                           {&FolderDetails::SeenCount, 5, 5},
-                           {&FolderDetails::RecentCount, 99, 5},
-                           {&FolderDetails::Reserved9, 6, 5},
-                           {&FolderDetails::FlaggedCount, 77, 77}};  // nobody limits it
-  for (const Count& row : kCounts) details.*row.count = row.before;
+  } kCounts[] = {{&FolderDetails::TotalCount, 5, 5},
+                 {&FolderDetails::DeletedCount, 6, 5},
+                 {&FolderDetails::AnsweredCount, 0xFFFFFFFF, 0},
+                 {&FolderDetails::SeenCount, 5, 5},
+                 {&FolderDetails::RecentCount, 99, 5},
+                 {&FolderDetails::Reserved9, 6, 5},
+                 {&FolderDetails::FlaggedCount, 77, 77}};  // nobody limits it
+  for (const auto& row : kCounts) details.*row.count = row.before;
   NormaliseFolderDetails(details);
-  for (const Count& row : kCounts) EXPECT_EQ(details.*row.count, row.after) << row.before;
+  for (const auto& row : kCounts) EXPECT_EQ(details.*row.count, row.after) << row.before;
   details.TotalCount = 0x80000000;
   NormaliseFolderDetails(details);
   EXPECT_EQ(details.TotalCount, 0U);

@@ -32,8 +32,7 @@ const Combination kCombinations[] = {
 class Model : public test::MailFolder {
  protected:
   struct Row {
-    std::string subject;
-    std::string flags;
+    std::string subject, flags;
   };
 
   void Use(const Combination& c) {

@@ -49,19 +49,17 @@ class FolderFlagsTest : public test::SettingsFixture {
 };
 
 TEST_F(FolderFlagsTest, EachFlagHasItsNameAndText) {
-  struct Row {
+  const struct {
     FolderFlag flag;
-    const char* name;
-    const char* text;
-  };
-  const Row rows[] = {
+    const char *name, *text;
+  } rows[] = {
       {FolderFlag::kChanged, "_CHANGE.DTY", kChangedText},
       {FolderFlag::kTooBigForInsert, "_CHANGE.DTY", kCachedText},
       {FolderFlag::kCached, "_CACHE.DTY", kCachedText},
       {FolderFlag::kSubfolders, "_FOLDER.DTY", kChangedText},
       {FolderFlag::kNotify, "_NOTIFY.NFY", kChangedText},
   };
-  for (const Row& row : rows) {
+  for (const auto& row : rows) {
     SCOPED_TRACE(row.name);
     EXPECT_FALSE(IsFolderFlagSet(Folder(), row.flag));
     WriteFolderFlag(Folder(), row.flag);
@@ -101,16 +99,14 @@ TEST_F(FolderFlagsTest, AFlagOfAnotherSystemIsSeenAndAnswered) {
   EXPECT_FALSE(TestFolderFlag(Folder(), FolderFlag::kChanged, true));
 }
 
-struct TestCase {
-  const char* name;
-  bool indexFiles;
-  std::set<std::string> there;
-  bool changed;  // the test of _CHANGE.DTY
-  bool any;      // the test of _*.DTY
-};
-
 TEST_F(FolderFlagsTest, AReaderLooksAgainForAFlagOrWithoutAnIndex) {
-  const TestCase cases[] = {
+  const struct {
+    const char* name;
+    bool indexFiles;
+    std::set<std::string> there;
+    bool changed;  // the test of _CHANGE.DTY
+    bool any;      // the test of _*.DTY
+  } cases[] = {
       {"current", true, {"_index.xml"}, false, false},
       {"stale", true, {"_index.xml", "_CHANGE.DTY"}, true, true},
       {"new subfolder", true, {"_index.xml", "_FOLDER.DTY"}, false, true},
@@ -119,7 +115,7 @@ TEST_F(FolderFlagsTest, AReaderLooksAgainForAFlagOrWithoutAnIndex) {
       {"no index", true, {}, true, true},
       {"indexes off", false, {"_index.xml"}, true, true},
   };
-  for (const TestCase& row : cases) {
+  for (const auto& row : cases) {
     for (const bool remove : {false, true}) {
       SCOPED_TRACE(row.name);
       Set("Index Files Enabled", row.indexFiles ? 1U : 0U, kConnector);
@@ -147,15 +143,12 @@ TEST_F(FolderFlagsTest, NotificationFlagsStayASecondEach) {
   EXPECT_TRUE(Names().empty());
 }
 
-struct MarkCase {
-  const char* name;
-  std::uint32_t mode;
-  std::uint32_t indexFiles;
-  bool flagged;
-};
-
 TEST_F(FolderFlagsTest, TheModeDecidesWhatANoticeLeaves) {
-  const MarkCase cases[] = {
+  const struct {
+    const char* name;
+    std::uint32_t mode, indexFiles;
+    bool flagged;
+  } cases[] = {
       {"flag", 0, 0, true},
       {"flag, with indexes on", 0, 1, true},
       {"an unknown mode", 1, 1, false},
@@ -165,7 +158,7 @@ TEST_F(FolderFlagsTest, TheModeDecidesWhatANoticeLeaves) {
       {"insertion without indexes", 4, 0, false},
       {"insertion, indexes at 2", 4, 2, false},
   };
-  for (const MarkCase& row : cases) {
+  for (const auto& row : cases) {
     SCOPED_TRACE(row.name);
     Set("Store Event Notification Mode", row.mode);
     Set("Index Files Enabled", row.indexFiles, kConnector);

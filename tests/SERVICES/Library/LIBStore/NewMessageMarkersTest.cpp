@@ -54,17 +54,15 @@ class NewMessageMarkersTest : public test::SettingsFixture {
   }
 };
 
-struct MarkerCase {
-  const char* name;
-  Files before;
-  std::int32_t count;
-  Files afterCount;
-  std::string added;
-  Files afterAdd;  // on the same start
-};
-
 TEST_F(NewMessageMarkersTest, MarkersCollapseIntoTheHighest) {
-  const MarkerCase cases[] = {
+  const struct {
+    const char* name;
+    Files before;
+    std::int32_t count;
+    Files afterCount;
+    std::string added;
+    Files afterAdd;  // on the same start
+  } cases[] = {
       {"none", {}, 0, {}, "", {{"_1.NEW", ""}}},
       {"one", {{"_9.NEW", ""}}, 9, {}, "", {{"_10.NEW", ""}}},
       {"left over", {{"_3.NEW", ""}, {"_5.NEW", ""}, {"_2.NEW", ""}}, 5, {}, "", {{"_6.NEW", ""}}},
@@ -77,7 +75,7 @@ TEST_F(NewMessageMarkersTest, MarkersCollapseIntoTheHighest) {
       {"other case", {{"_4.new", ""}}, 4, {}, "", {{"_5.NEW", ""}}},
       {"the highest", {{"_2147483647.NEW", ""}}, 2147483647, {}, "", {{"_2147483647.NEW", ""}}},
   };
-  for (const MarkerCase& row : cases) {
+  for (const auto& row : cases) {
     SCOPED_TRACE(row.name);
     Put(row.before);
     EXPECT_EQ(Take(), row.count);

@@ -12,17 +12,15 @@ using test::IndexOf;
 
 class StreamReader : public test::IndexFixture {};
 
-struct LoadCase {
+const std::string kTwo = Element("a", 1, "one") + Element("b", 2, "two");
+const struct {
   const char* name;
   std::string file;
-  std::int32_t level;
-  std::int32_t state;
+  std::int32_t level, state;
   std::uint32_t lastUid;
   std::string items;
   bool rewrites;
-};
-const std::string kTwo = Element("a", 1, "one") + Element("b", 2, "two");
-const LoadCase kLoads[] = {
+} kLoads[] = {
     {"HeaderAlone", IndexOf("x00000005", kTwo), 1, 1, 5, "", false},
     {"Keys", IndexOf("x00000005", kTwo), 2, 2, 5, "a= b= ", false},
     {"All", IndexOf("x00000005", kTwo), 4, 4, 5, "a=one b=two ", false},
@@ -46,7 +44,7 @@ const LoadCase kLoads[] = {
 };
 
 TEST_F(StreamReader, ReadsEveryFormAsFarAsItIsAsked) {
-  for (const LoadCase& c : kLoads) {
+  for (const auto& c : kLoads) {
     SCOPED_TRACE(c.name);
     WriteIndex(c.file);
     StoreIndex& store = Loaded(c.level);
@@ -58,13 +56,11 @@ TEST_F(StreamReader, ReadsEveryFormAsFarAsItIsAsked) {
   EXPECT_TRUE(events_.empty());
 }
 
-struct MalformedCase {
-  std::string file;
-  std::string message;
-};
 const std::string kHead = "<BASEELEMENT LASTUID=\"x00000002\">";
 const std::string kTail = "</BASEELEMENT>\r\n";
-const MalformedCase kMalformed[] = {
+const struct {
+  std::string file, message;
+} kMalformed[] = {
     {"</BASEELEMENT>" + kHead + kTail,
      "Encountered root element end tag before root element start tag"},
     {kHead + kTail + kTail,
@@ -110,7 +106,7 @@ const MalformedCase kMalformed[] = {
 };
 
 TEST_F(StreamReader, TellsTheFirstThingThatIsWrong) {
-  for (const MalformedCase& c : kMalformed) {
+  for (const auto& c : kMalformed) {
     WriteIndex(c.file);
     events_.clear();
     StoreIndex store(&files_);

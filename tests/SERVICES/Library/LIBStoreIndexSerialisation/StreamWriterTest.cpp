@@ -84,13 +84,10 @@ TEST_F(StreamWriter, RemovalsAreBlankedInPlaceAndNothingMoves) {
   EXPECT_EQ(again.Index.LastUID, 5U);
 }
 
-struct ChangeCase {
-  const char* name;
-  const char* filter;
-  const char* changed;
+const struct {
+  const char *name, *filter, *changed;
   std::string subject;
-};
-const ChangeCase kChanges[] = {
+} kChanges[] = {
     {"GrowsInTheMiddle", "c", "c", "much longer than it was before, longer than an element"},
     {"ShrinksInTheMiddle", "c", "c", "x"},
     {"SameSize", "c", "c", "new"},
@@ -103,7 +100,7 @@ const ChangeCase kChanges[] = {
 };
 
 TEST_F(StreamWriter, AChangeKeepsEverythingThatWasNotLoaded) {
-  for (const ChangeCase& c : kChanges) {
+  for (const auto& c : kChanges) {
     SCOPED_TRACE(c.name);
     WriteFive();
     StoreIndex& store = Loaded(kAllProperties, c.filter);
@@ -126,21 +123,20 @@ TEST_F(StreamWriter, AChangeKeepsEverythingThatWasNotLoaded) {
                    "grown so much that the gap will overflow the next item.");
 }
 
-struct FaultCase {
+const struct {
   const char* name;
   platform::FileCall call;
   std::uint32_t durability;
   bool saves;
   const char* b;  // on the disk afterwards
-};
-const FaultCase kFaults[] = {
+} kFaults[] = {
     {"NoRoomForWhatGrew", platform::FileCall::kTruncate, 1, false, "b=old"},
     {"NotMadeDurable", platform::FileCall::kFlush, 1, false, "b=longer than it was"},
     {"DurabilityGivenUp", platform::FileCall::kFlush, 0, true, "b=longer than it was"},
 };
 
 TEST_F(StreamWriter, AChangeInPlaceHasRoomAndIsDurable) {
-  for (const FaultCase& c : kFaults) {
+  for (const auto& c : kFaults) {
     SCOPED_TRACE(c.name);
     Set("Delivery Durability", c.durability);
     WriteFive();

@@ -18,13 +18,10 @@ TEST(IndexItem, TextsAndNumbersComeBackInBothForms) {
   EXPECT_FALSE(item.Has("SUBJECT"));
   EXPECT_EQ(item.GetText("SUBJECT"), "");
   EXPECT_EQ(item.GetNumber("SUBJECT"), 0U);
-  struct Case {
-    const char* name;
-    const char* text;
-    const char* asText;
+  const struct {
+    const char *name, *text, *asText;
     std::uint32_t asNumber;
-  };
-  const Case kCases[] = {
+  } kCases[] = {
       {"SUBJECT", "12 monkeys", "12 monkeys", 12},
       {"SUBJECT", "monkeys 12", "monkeys 12", 0},
       {"SUBJECT", "  7", "  7", 7},
@@ -32,7 +29,7 @@ TEST(IndexItem, TextsAndNumbersComeBackInBothForms) {
       {"SIZE", "x", "0", 0},
       {"SIZE", "99999999999", "4294967295", 4294967295},
   };
-  for (const Case& c : kCases) {
+  for (const auto& c : kCases) {
     EXPECT_TRUE(item.SetText(c.name, c.text));
     EXPECT_EQ(item.GetText(c.name), c.asText) << c.text;
     EXPECT_EQ(item.GetNumber(c.name), c.asNumber) << c.text;

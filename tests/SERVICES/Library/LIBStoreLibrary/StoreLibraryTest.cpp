@@ -56,17 +56,16 @@ TEST(StoreLibrary, AMissingExportSilencesItsOwnWrapperOnly) {
 
 TEST(StoreLibrary, AnInsertionTakesTheRightExport) {
   const std::string plain = "Direct_StoreIndex_InsertItem \\Inbox A.MAI\n";
-  struct Case {
+  const struct {
     const char* variant;
     bool withItem;
     std::string calls;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"full", false, plain},
       {"full", true, "Direct_StoreIndex_InsertItemEx \\Inbox A.MAI\n" + plain},
       {"noinsertex", true, plain},
   };
-  for (const Case& row : cases) {
+  for (const auto& row : cases) {
     test::StubProviders stub(row.variant);
     stub.Answer(kInserts);
     Lib_StoreLibrary_Init();

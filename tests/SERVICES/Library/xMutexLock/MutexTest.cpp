@@ -112,20 +112,18 @@ TEST_F(MutexTest, FailedUnlockThrowsUnlessAnotherExceptionIsUnderWay) {
       std::runtime_error);
 }
 
-struct DescriptionCase {
-  Exception exception;
-  const char* description;
-};
-
 TEST(Exception, DescriptionHoldsWhatIsPresent) {
-  const DescriptionCase cases[] = {
+  const struct {
+    Exception exception;
+    const char* description;
+  } cases[] = {
       {Exception("text"), "text"},
       {Exception("text", "file"), "text (file)"},
       {Exception("text", "file", 12), "text (file:12)"},
       {Exception("", "file", 12), "(file:12)"},
       {Exception("text", "", 12), "text (:12)"},
   };
-  for (const DescriptionCase& row : cases) {
+  for (const auto& row : cases) {
     EXPECT_EQ(row.exception.description(), row.description);
   }
 }

@@ -31,8 +31,7 @@ constexpr const char* kPlain = "MailboxGet * 1 Status=1";
 
 struct MailboxCase {
   const char* name;
-  std::string told;
-  std::string files;
+  std::string told, files;
   const char* answers = kPlain;
   std::vector<test::Number> numbers = {};
   std::function<void(Stages&)> stages = {};
@@ -310,15 +309,12 @@ TEST_F(MailboxPipelineTest, TheSameRecipientTwiceGetsOneFile) {
   EXPECT_EQ(Files(), "anna/Inbox/ID anna/Inbox/_CHANGE.DTY anna/_2.NEW");
 }
 
-struct QuotaCase {
-  const char* limit;
-  const char* size;
-  std::size_t bytes;
-  bool fits;
-};
-
 TEST_F(MailboxPipelineTest, MeasuresTheQuotaInKilobytesBegun) {
-  const QuotaCase cases[] = {
+  const struct {
+    const char *limit, *size;
+    std::size_t bytes;
+    bool fits;
+  } cases[] = {
       {"100000", "99999", 1023, true},
       {"100000", "99999", 1024, false},
       {"0", "0", 0, false},
@@ -326,7 +322,7 @@ TEST_F(MailboxPipelineTest, MeasuresTheQuotaInKilobytesBegun) {
       {"10", "4294967294", 0, false},
       {"0", "4294967295", 0, true},
   };
-  for (const QuotaCase& row : cases) {
+  for (const auto& row : cases) {
     SCOPED_TRACE(std::string(row.limit) + " " + row.size + " " + std::to_string(row.bytes));
     Stub().Answer(std::string("MailboxGet * 1 Status=1 Limit=") + row.limit + " Size=" + row.size);
     test::WriteBytes(Queued(), std::string(row.bytes, 'x'));
@@ -335,22 +331,18 @@ TEST_F(MailboxPipelineTest, MeasuresTheQuotaInKilobytesBegun) {
   }
 }
 
-struct ReturnPathCase {
-  const char* commandType;
-  const char* sender;
-  const char* value;
-};
-
 TEST_F(MailboxPipelineTest, WritesTheReturnPathForTheMailboxAndTheQueue) {
   Set("Bad Mail Notification Sender Address", "postmaster@x.test", "CONNECTORS\\SMTP");
-  const ReturnPathCase cases[] = {
+  const struct {
+    const char *commandType, *sender, *value;
+  } cases[] = {
       {"NORMAL", "[SMTP:s@x.test]", "<s@x.test>"},
       {"ndr", "[SMTP:s@x.test]", "<>"},
       {"NORMAL", "[SMTP:PostMaster@X.test]", "<>"},
       {"", "[SF:acme/bob]", "<>"},
       {"", "[SMTP:s@x.test", "<>"},
   };
-  for (const ReturnPathCase& row : cases) {
+  for (const auto& row : cases) {
     for (const bool last : {false, true}) {
       SCOPED_TRACE(std::string(row.sender) + (last ? " last" : ""));
       const std::string before = "Subject: t\r\n\r\nbody\r\n";
