@@ -8,15 +8,8 @@
 
 #include "tests/endtoend/Installation.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
-
-namespace fs = std::filesystem;
-using test::CommandFor;
-using test::Installation;
-using test::NameOf;
-using test::ReadBytes;
-using test::WithoutReturnPath;
 
 const std::string kMessage = "From: a@b.example\r\nSubject: one\r\n\r\nbody\r\n";
 const std::string kDelivered =
@@ -80,4 +73,4 @@ TEST(DeliveryTest, RealMessagesArriveAsTheyWere) {
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

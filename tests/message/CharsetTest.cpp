@@ -10,7 +10,7 @@
 #include "message/Unicode.h"
 #include "tests/message/MessageTestSupport.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
 
 TEST(CharsetTable, HasItsRowsAndPages) {
@@ -37,7 +37,7 @@ TEST(CharsetTable, FirstRowOfANameDecides) {
 
 TEST(CodePages, SingleBytePagesMatchIndependentTables) {
   std::size_t judged = 0;
-  for (const auto& row : test::ReadTable(test::DataFile("single-byte-pages.tsv"))) {
+  for (const auto& row : ReadTable(DataFile("single-byte-pages.tsv"))) {
     int page = std::stoi(row[0]);
     std::istringstream expected(row[2]);
     std::string all;
@@ -65,11 +65,11 @@ TEST(CodePages, SingleBytePagesMatchIndependentTables) {
 }
 
 TEST(CodePages, MultiByteTextsMatchIndependentCodecs) {
-  for (const auto& row : test::ReadTable(test::DataFile("multi-byte-samples.tsv"))) {
-    std::string bytes = test::FromHex(row[2]);
+  for (const auto& row : ReadTable(DataFile("multi-byte-samples.tsv"))) {
+    std::string bytes = FromHex(row[2]);
     std::string text;
     EXPECT_TRUE(RecodeText(row[0], bytes, text)) << row[0];
-    EXPECT_EQ(text, test::FromHex(row[3])) << row[0] << " by " << row[1];
+    EXPECT_EQ(text, FromHex(row[3])) << row[0] << " by " << row[1];
     std::string back;
     EXPECT_TRUE(RecodeText("utf-8", text, back, row[0])) << row[0];
     std::string again;
@@ -150,7 +150,7 @@ TEST(Unicode, EveryCharacterGoesThroughAllForms) {
 }
 
 TEST(CodePages, NoBytesUpsetAPage) {
-  std::string bytes = test::RandomBytes(5, 6000);
+  std::string bytes = RandomBytes(5, 6000);
   for (const CharsetRow& row : CharsetRows()) {
     std::string text;
     // Equal names leave the bytes.
@@ -160,4 +160,4 @@ TEST(CodePages, NoBytesUpsetAPage) {
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

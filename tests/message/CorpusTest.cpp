@@ -20,7 +20,7 @@
 #include "tests/support/Corpus.h"
 #include "tests/support/TemporaryDirectory.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
 
 using nlohmann::json;
@@ -343,7 +343,7 @@ class Comparison {
 };
 
 TEST(Corpus, AgreesWithOtherReaders) {
-  std::filesystem::path folder = test::CorpusFolder();
+  std::filesystem::path folder = CorpusFolder();
   if (folder.empty()) GTEST_SKIP() << "no corpus; CORVANE_CORPUS names its folder";
   Comparison comparison;
   std::size_t messages = 0;
@@ -353,7 +353,7 @@ TEST(Corpus, AgreesWithOtherReaders) {
     Reading reading{theirs, {}, false, {}};
     for (const json& trait : theirs["traits"]) reading.traits.insert(trait.get<std::string>());
     std::string path = (folder / theirs["file"].get<std::string>()).string();
-    ASSERT_TRUE(reading.message.Load(test::ReadBytes(path), false, true, false));
+    ASSERT_TRUE(reading.message.Load(ReadBytes(path), false, true, false));
     reading.message.ParseHeaders(reading.message.Headers, false);
     reading.complete = reading.message.ParseParts(false);
     comparison.Compare(reading);
@@ -366,4 +366,4 @@ TEST(Corpus, AgreesWithOtherReaders) {
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

@@ -13,7 +13,7 @@
 #include "platform/FileSystem.h"
 #include "tests/support/TemporaryDirectory.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
 
 struct DateCase {
@@ -223,9 +223,9 @@ TEST(FileAge, IsTheTimeSinceTheLastWrite) {
       {"ADayAndABit", 90'061, {0, 0, 1, 1, 25, 1501, 90'061, 90'061'000}},
       {"InTheFuture", -60, {0, 0, 0, 0, 0, 0, 0, 0}},
   };
-  test::TemporaryDirectory directory;
+  TemporaryDirectory directory;
   std::string path = directory / "file.txt";
-  test::WriteBytes(path, "x");
+  WriteBytes(path, "x");
   platform::VirtualClock clock;
   platform::Clock* before = platform::SetClock(&clock);
   for (const auto& c : kFiles) {
@@ -239,4 +239,4 @@ TEST(FileAge, IsTheTimeSinceTheLastWrite) {
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

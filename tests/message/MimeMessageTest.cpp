@@ -8,7 +8,7 @@
 #include "tests/message/MessageTestSupport.h"
 #include "tests/support/TemporaryDirectory.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
 
 // `text` with CR LF for every LF.
@@ -219,7 +219,7 @@ TEST(MimeMessage, Separators) {
 
 TEST(WithCrLf, MatchesAPlainLoop) {
   for (unsigned seed = 1; seed < 400; ++seed) {
-    std::string text = test::RandomBytes(seed, seed % 70);
+    std::string text = RandomBytes(seed, seed % 70);
     for (char& c : text) c = "a\r\n\n\x8A\x0B"[static_cast<unsigned char>(c) % 6];
     std::string expected;
     for (std::size_t i = 0; i < text.size(); ++i) {
@@ -231,8 +231,8 @@ TEST(WithCrLf, MatchesAPlainLoop) {
 }
 
 TEST(MimeMessage, LoadsFiles) {
-  test::TemporaryDirectory directory;
-  test::WriteBytes(directory / "m.mai", "Subject: x\n\nbody");
+  TemporaryDirectory directory;
+  WriteBytes(directory / "m.mai", "Subject: x\n\nbody");
   MimeMessage message;
   EXPECT_TRUE(message.Load(directory / "m.mai", true, true, true));
   EXPECT_EQ(message.HeaderBlock, "Subject: x");
@@ -350,8 +350,8 @@ TEST(MimeMessage, BuildWithoutPartsIsHeadersAlone) {
 TEST(MimeMessage, WhatItBuildsReadsBack) {
   for (unsigned seed = 1; seed <= 100; ++seed) {
     // White space at the start of a body is passed over in reading.
-    std::string text = "." + test::RandomBytes(seed, seed * 7);
-    std::string html = "." + test::RandomBytes(seed + 500, seed * 3);
+    std::string text = "." + RandomBytes(seed, seed * 7);
+    std::string html = "." + RandomBytes(seed + 500, seed * 3);
     std::string_view encoding = seed % 2 == 0 ? "base64" : "quoted-printable";
     MimeMessage message;
     message.HeaderBlock = "Subject: x";
@@ -370,4 +370,4 @@ TEST(MimeMessage, WhatItBuildsReadsBack) {
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

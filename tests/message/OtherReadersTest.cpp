@@ -13,7 +13,7 @@
 #include "tests/support/RunProgram.h"
 #include "tests/support/TemporaryDirectory.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
 
 using nlohmann::json;
@@ -55,14 +55,14 @@ class OtherReaders : public testing::Test {
 
   void Add(const MimeMessage& message) {
     files_.push_back(directory_ / (std::to_string(files_.size()) + ".eml"));
-    test::WriteBytes(files_.back(), message.RawText);
+    WriteBytes(files_.back(), message.RawText);
   }
 
   // What the other reader makes of each message that was added.
   std::vector<json> Read() {
     std::vector<std::string> command = {kPython, "-c", kReader};
     command.insert(command.end(), files_.begin(), files_.end());
-    test::ProgramResult result = test::RunProgram(command, {});
+    ProgramResult result = RunProgram(command, {});
     EXPECT_EQ(result.exitCode, 0) << result.errors;
     std::vector<json> readings;
     std::istringstream lines(result.output);
@@ -71,7 +71,7 @@ class OtherReaders : public testing::Test {
   }
 
  private:
-  test::TemporaryDirectory directory_;
+  TemporaryDirectory directory_;
   std::vector<std::string> files_;
 };
 
@@ -140,8 +140,8 @@ TEST_F(OtherReaders, GetTheBodiesAndAttachmentsThatBuildWrites) {
   };
   std::vector<Written> all;
   for (unsigned seed = 1; seed <= 40; ++seed) {
-    Written written{test::RandomBytes(seed, seed * 7), test::RandomBytes(seed + 500, seed * 3),
-                    test::RandomBytes(seed + 900, seed * 11)};
+    Written written{RandomBytes(seed, seed * 7), RandomBytes(seed + 500, seed * 3),
+                    RandomBytes(seed + 900, seed * 11)};
     std::string_view encoding = seed % 2 == 0 ? "base64" : "quoted-printable";
     MimeMessage message;
     message.HeaderBlock = "Subject: x\r\nMIME-Version: 1.0";
@@ -172,4 +172,4 @@ TEST_F(OtherReaders, GetTheBodiesAndAttachmentsThatBuildWrites) {
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

@@ -6,7 +6,7 @@
 #include "message/QuotedPrintable.h"
 #include "tests/message/MessageTestSupport.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
 
 const struct {
@@ -64,7 +64,7 @@ TEST(QuotedPrintable, LinesStayBelowTheLimit) {
 
 TEST(QuotedPrintable, EverythingComesBack) {
   for (unsigned seed = 1; seed <= 200; ++seed) {
-    std::string bytes = test::RandomBytes(seed, seed % 97 + 1);
+    std::string bytes = RandomBytes(seed, seed % 97 + 1);
     for (std::size_t limit : {0U, 1U, 4U, 72U}) {
       for (bool encodeLineEnds : {false, true}) {
         std::string encoded;
@@ -109,7 +109,7 @@ TEST(Base64, Decodes) {
 
 TEST(Base64, EverythingComesBackFromOneLine) {
   for (unsigned size = 0; size <= 300; ++size) {
-    std::string bytes = test::RandomBytes(size + 1, size);
+    std::string bytes = RandomBytes(size + 1, size);
     std::string encoded;
     EncodeBase64(bytes, encoded);
     EXPECT_EQ(encoded.size(), (size + 2) / 3 * 4);
@@ -129,4 +129,4 @@ TEST(PercentDecode, Cases) {
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

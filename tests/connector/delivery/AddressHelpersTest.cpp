@@ -10,10 +10,10 @@
 #include "tests/support/SettingsFixture.h"
 #include "tests/support/StubProviders.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
 
-class AddressHelpersTest : public test::SettingsFixture {
+class AddressHelpersTest : public SettingsFixture {
  protected:
   AddressHelpersTest() {
     Set("Bad Mail Notification Sender Address", "post@main.test", "CONNECTORS\\SMTP");
@@ -21,7 +21,7 @@ class AddressHelpersTest : public test::SettingsFixture {
     SetText(mailbox_.Mailbox, "anna");
   }
   void Use(const std::string& variant, const std::string& answers) {
-    stub_.Use(test::StubLibraries(variant));
+    stub_.Use(StubLibraries(variant));
     stub_.Answer(answers);
     UnloadOptionProvider();
     for (const char* name : {kSmtpProvider, kAddressMapProvider}) {
@@ -31,7 +31,7 @@ class AddressHelpersTest : public test::SettingsFixture {
   }
   ~AddressHelpersTest() override { Use("nowhere", ""); }
 
-  test::StubProviders stub_;
+  StubProviders stub_;
   MailboxRecord mailbox_{};
 };
 
@@ -107,4 +107,4 @@ TEST_F(AddressHelpersTest, TellsASenderWithoutADomain) {
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

@@ -17,12 +17,8 @@
 #include "tests/support/FaultWalk.h"
 #include "tests/support/SettingsFixture.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
-
-namespace fs = std::filesystem;
-using test::ReadBytes;
-using test::WriteBytes;
 
 // A program looks once whether the debugger channel is wanted, at its first line.
 [[maybe_unused]] const int kChannelWanted = setenv("CORVANE_DEBUG_CHANNEL", "1", 1);
@@ -56,12 +52,12 @@ TEST(SmtpRouteTest, AddressesAndSourceRoutes) {
   settings::ForgetSettings();
 }
 
-class BounceTest : public test::SettingsFixture {
+class BounceTest : public SettingsFixture {
  protected:
   BounceTest() {
     Prepare();
     setenv("CORVANE_STUB_ANSWERS", (Directory() / "answers").c_str(), 1);
-    Set("Application Directory", test::StubLibraries("full"));
+    Set("Application Directory", StubLibraries("full"));
     Set("Bad Mail Directory", Directory() / "badmail");
     Set("Local Domain Name", "house.example", "CONNECTORS\\SMTP");
     Set("Bad Mail Notification Sender Address", "post@house.example", "CONNECTORS\\SMTP");
@@ -248,7 +244,7 @@ TEST_F(BounceTest, WithoutTheSmtpProviderBadMailKeepsACopy) {
 // A bounce has its message file, or there is none and the message stays in the queue.
 TEST_F(BounceTest, FaultsLeaveNoHalfBounce) {
   for (const auto action : {platform::FaultAction::kFail, platform::FaultAction::kThrow}) {
-    test::WalkFaults(
+    WalkFaults(
         action, [&] { Prepare(); }, [&] { Bounce(); },
         [&](std::uint64_t call) {
           SCOPED_TRACE(call);
@@ -266,7 +262,7 @@ TEST_F(BounceTest, FaultsLeaveNoHalfBounce) {
 TEST_F(BounceTest, FaultsLeaveNoHalfNotice) {
   Set("DSN Status", 1, "CONNECTORS\\SMTP");
   std::int32_t result = -1;
-  test::WalkFaults(
+  WalkFaults(
       platform::FaultAction::kFail,
       [&] {
         Prepare();
@@ -320,4 +316,4 @@ TEST_F(BounceTest, ANoticeIsMadeForThoseWhoAskedForIt) {
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

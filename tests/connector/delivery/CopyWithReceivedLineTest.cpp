@@ -10,10 +10,10 @@
 #include "tests/support/FaultWalk.h"
 #include "tests/support/SettingsFixture.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
 
-class CopyWithReceivedLineTest : public test::SettingsFixture {
+class CopyWithReceivedLineTest : public SettingsFixture {
  protected:
   CopyWithReceivedLineTest() {
     setenv("TZ", "XYZ-9:30", 1);
@@ -56,27 +56,27 @@ TEST_F(CopyWithReceivedLineTest, PutsTheLineFirstAndKeepsTheText) {
   };
   for (const auto& row : cases) {
     SCOPED_TRACE(row.name);
-    test::WriteBytes(Source(), row.source);
+    WriteBytes(Source(), row.source);
     EXPECT_EQ(CopyWithReceivedLine(message_, newMessage_), 1);
-    EXPECT_EQ(test::ReadBytes(Target()), kReceived + row.copy);
-    EXPECT_EQ(test::ReadBytes(Source()), row.source);
+    EXPECT_EQ(ReadBytes(Target()), kReceived + row.copy);
+    EXPECT_EQ(ReadBytes(Source()), row.source);
   }
 }
 
 TEST_F(CopyWithReceivedLineTest, LeavesNothingWhereAFileWontOpen) {
   EXPECT_EQ(CopyWithReceivedLine(message_, newMessage_), 0);
   EXPECT_FALSE(std::filesystem::exists(Target()));
-  test::WriteBytes(Source(), "A: 1\r\n");
+  WriteBytes(Source(), "A: 1\r\n");
   std::filesystem::remove_all(Directory() / "SF/Inbound");
   EXPECT_EQ(CopyWithReceivedLine(message_, newMessage_), 0);
-  EXPECT_EQ(test::ReadBytes(Source()), "A: 1\r\n");
+  EXPECT_EQ(ReadBytes(Source()), "A: 1\r\n");
 }
 
 TEST_F(CopyWithReceivedLineTest, AppearsWholeOrNotAtAll) {
   const std::string body(40'000, 'b');
-  test::WriteBytes(Source(), body);
+  WriteBytes(Source(), body);
   std::int32_t result = 0;
-  test::WalkFaults(
+  WalkFaults(
       [&] {
         result = 0;
         std::filesystem::remove(Target());
@@ -85,7 +85,7 @@ TEST_F(CopyWithReceivedLineTest, AppearsWholeOrNotAtAll) {
       [&](std::uint64_t call) {
         SCOPED_TRACE("call " + std::to_string(call));
         if (std::filesystem::exists(Target())) {
-          EXPECT_EQ(test::ReadBytes(Target()), kReceived + body);
+          EXPECT_EQ(ReadBytes(Target()), kReceived + body);
         } else {
           EXPECT_EQ(result, 0);
         }
@@ -93,4 +93,4 @@ TEST_F(CopyWithReceivedLineTest, AppearsWholeOrNotAtAll) {
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

@@ -11,19 +11,15 @@
 #include "tests/support/FaultWalk.h"
 #include "tests/support/SettingsFixture.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
-
-namespace fs = std::filesystem;
-using test::ReadBytes;
-using test::WriteBytes;
 
 // A program looks once whether the debugger channel is wanted, at its first line.
 [[maybe_unused]] const int kChannelWanted = setenv("CORVANE_DEBUG_CHANNEL", "1", 1);
 
 constexpr const char* kName = "0123456789ABCDEF0123456789ABCDEF.MAI";
 
-class InboundQueueTest : public test::SettingsFixture {
+class InboundQueueTest : public SettingsFixture {
  protected:
   InboundQueueTest() {
     fs::create_directories(Directory() / "SF/Inbound/Messages");
@@ -100,13 +96,12 @@ TEST_F(InboundQueueTest, ReadingEmptiesFillsAndCuts) {
 }
 
 TEST_F(InboundQueueTest, ACommandAppearsWholeOrNotAtAll) {
-  test::WalkFaults(
-      [&] { fs::remove(Path()); },
-      [&] { EXPECT_EQ(WriteInboundNDRCommand(message_), 1) << "a failure is tried again"; },
-      [&](std::uint64_t) {
-        const std::string text = ReadBytes(Path());
-        EXPECT_TRUE(!fs::exists(Path()) || text.ends_with("Status=Undelivered\r\n")) << text;
-      });
+  WalkFaults([&] { fs::remove(Path()); },
+             [&] { EXPECT_EQ(WriteInboundNDRCommand(message_), 1) << "a failure is tried again"; },
+             [&](std::uint64_t) {
+               const std::string text = ReadBytes(Path());
+               EXPECT_TRUE(!fs::exists(Path()) || text.ends_with("Status=Undelivered\r\n")) << text;
+             });
   EXPECT_EQ(ReadBytes(Path()),
             "CommandType=NORMAL\r\nRecipients=[SMTP:b@b.example];[SMTP:c@c.example]\r\nServer=\r\n"
             "Sender=[SMTP:a@b.example]\r\nTimeAcquired=17\r\nNextSendTime=17\r\nMessageID=" +
@@ -137,15 +132,14 @@ TEST_F(InboundQueueTest, ResetPutsBackWhatIsNotUndelivered) {
 TEST_F(InboundQueueTest, ACutResetLeavesTheOldTextOrTheNew) {
   const std::string before = "Recipients=x\r\nStatus=Delivering\r\n";
   auto outcome = InboundReset::kFailed;
-  test::WalkFaults([&] { WriteBytes(Path(), before); },
-                   [&] { outcome = ResetInboundCommandFile(Root(), kName); },
-                   [&](std::uint64_t call) {
-                     const bool reset =
-                         ReadBytes(Path()).find("Status=Undelivered") != std::string::npos;
-                     EXPECT_TRUE(reset || ReadBytes(Path()) == before) << call;
-                     EXPECT_TRUE(reset || outcome == InboundReset::kFailed) << call;
-                     outcome = InboundReset::kFailed;
-                   });
+  WalkFaults([&] { WriteBytes(Path(), before); },
+             [&] { outcome = ResetInboundCommandFile(Root(), kName); },
+             [&](std::uint64_t call) {
+               const bool reset = ReadBytes(Path()).find("Status=Undelivered") != std::string::npos;
+               EXPECT_TRUE(reset || ReadBytes(Path()) == before) << call;
+               EXPECT_TRUE(reset || outcome == InboundReset::kFailed) << call;
+               outcome = InboundReset::kFailed;
+             });
   fs::remove(Path());
   EXPECT_EQ(ResetInboundCommandFile(Root(), kName), InboundReset::kFailed);
   EXPECT_FALSE(fs::exists(Path()));
@@ -204,4 +198,4 @@ TEST_F(InboundQueueTest, ReadsOneHeaderOfAFile) {
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

@@ -13,15 +13,12 @@
 #include "tests/support/SettingsFixture.h"
 #include "tests/support/TemporaryDirectory.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
-
-using test::ReadBytes;
-using test::WriteBytes;
 
 constexpr const char* kName = "0123456789ABCDEF0123456789ABCDEF.MAI";
 
-class OutgoingClaimTest : public test::SettingsFixture {
+class OutgoingClaimTest : public SettingsFixture {
  protected:
   [[nodiscard]] std::string Path() const { return Directory() / kName; }
   void Put(std::string_view text) const { WriteBytes(Path(), text); }
@@ -142,7 +139,7 @@ TEST_F(OutgoingClaimTest, ACutClaimLeavesTheOldTextOrTheNew) {
   const std::string before = "Server=\r\nStatus=Unsent\r\n";
   const std::string after = "Server=NODE1\r\nStatus=Delivering\r\n";
   std::int32_t result = 0;
-  test::WalkFaults(
+  WalkFaults(
       [&] {
         result = 0;
         Put(before);
@@ -160,4 +157,4 @@ TEST_F(OutgoingClaimTest, ACutClaimLeavesTheOldTextOrTheNew) {
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

@@ -8,12 +8,12 @@
 #include "platform/File.h"
 #include "tests/support/SettingsFixture.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
 
 constexpr const char* kName = "0123456789ABCDEF0123456789ABCDEF.MAI";
 
-class OutgoingCommandFileTest : public test::SettingsFixture {
+class OutgoingCommandFileTest : public SettingsFixture {
  protected:
   OutgoingCommandFileTest() {
     std::filesystem::create_directories(Directory() / "SF/Outgoing/Messages");
@@ -32,11 +32,11 @@ TEST_F(OutgoingCommandFileTest, ReadsEveryKeyAndCutsAtItsLimit) {
                           "Account=", "CommandType="}) {
     text += key + x + "\r\n";
   }
-  test::WriteBytes(Path(), text +
-                               "\r\nRecipients=first\r\nRetries=-2\r\nNextSendTime=99999999999\r\n"
-                               "TimeAcquired= 17x\r\nAuthenticationStatus=yes\r\nUnknown=1\r\n"
-                               "retries=9\r\nDSNFlags=a\r\nMessageID=..\\..\\x\r\nRecipients=" +
-                               std::string(30'000, 'r'));
+  WriteBytes(Path(), text +
+                         "\r\nRecipients=first\r\nRetries=-2\r\nNextSendTime=99999999999\r\n"
+                         "TimeAcquired= 17x\r\nAuthenticationStatus=yes\r\nUnknown=1\r\n"
+                         "retries=9\r\nDSNFlags=a\r\nMessageID=..\\..\\x\r\nRecipients=" +
+                         std::string(30'000, 'r'));
   ASSERT_EQ(ReadOutgoingCommandFile(message_), 1);
   const std::pair<std::string, std::size_t> kept[] = {
       {message_.Status, 15},   {message_.DomainName, 255}, {message_.Sender, 511},
@@ -73,14 +73,14 @@ TEST_F(OutgoingCommandFileTest, WritesItsLinesInOrder) {
   const std::string tail =
       "AccountName=acme\r\nClientIP=10.0.0.1\r\nPriority=Normal\r\nStatus=Unsent\r\n";
   ASSERT_EQ(WriteOutgoingCommandFile(message_), 1);
-  EXPECT_EQ(test::ReadBytes(Path()), head + tail);
+  EXPECT_EQ(ReadBytes(Path()), head + tail);
 
   Set("DSN Status", 1, "CONNECTORS\\SMTP");
   Set("Campaign Status", 1, "CONNECTORS\\SMTP");
   SetText(message_.DSNFlags, "NOTIFY=NEVER");
   SetText(message_.Campaign, "spring\r\nStatus=Held");
   ASSERT_EQ(WriteOutgoingCommandFile(message_), 1);
-  EXPECT_EQ(test::ReadBytes(Path()),
+  EXPECT_EQ(ReadBytes(Path()),
             head + "DSNFlags=NOTIFY=NEVER\r\nCampaign=spring  Status=Held\r\n" + tail);
   ConnectorMessage again;
   SetText(again.Connector, "SF");
@@ -91,7 +91,7 @@ TEST_F(OutgoingCommandFileTest, WritesItsLinesInOrder) {
 }
 
 TEST_F(OutgoingCommandFileTest, WritingWaitsForAHolderTenTimes) {
-  test::WriteBytes(Path(), "x");
+  WriteBytes(Path(), "x");
   auto holder = platform::File::Open(Path(), platform::Access::kRead, platform::kShareNone,
                                      platform::Disposition::kOpenExisting);
   ASSERT_TRUE(holder);
@@ -104,7 +104,7 @@ TEST_F(OutgoingCommandFileTest, WritingWaitsForAHolderTenTimes) {
 TEST_F(OutgoingCommandFileTest, TextsThatAreNoCommandFileAreRefused) {
   for (const std::string& text :
        {std::string(), std::string("Status=Unsent"), std::string(5, '\0')}) {
-    test::WriteBytes(Path(), text);
+    WriteBytes(Path(), text);
     EXPECT_EQ(ReadOutgoingCommandFile(message_), 0);
   }
   std::filesystem::remove(Path());
@@ -118,4 +118,4 @@ TEST_F(OutgoingCommandFileTest, DeletingWhatIsGoneSucceedsAtOnce) {
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

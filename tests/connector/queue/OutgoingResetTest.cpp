@@ -7,12 +7,12 @@
 #include "connector/queue/OutgoingReset.h"
 #include "tests/support/SettingsFixture.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
 
 constexpr const char* kName = "0123456789ABCDEF0123456789ABCDEF.MAI";
 
-class OutgoingResetTest : public test::SettingsFixture {
+class OutgoingResetTest : public SettingsFixture {
  protected:
   [[nodiscard]] std::int32_t Reset() const {
     return ResetOutgoingCommandFile(Directory().Path().c_str(), kName, "NODE1", 90);
@@ -64,29 +64,29 @@ const struct {
 TEST_F(OutgoingResetTest, ResetsWhatQualifiesAndLeavesTheRest) {
   for (const auto& row : kCases) {
     SCOPED_TRACE(row.name);
-    test::WriteBytes(Path(), row.before);
+    WriteBytes(Path(), row.before);
     EXPECT_EQ(Reset(), row.result);
-    EXPECT_EQ(test::ReadBytes(Path()), row.after);
+    EXPECT_EQ(ReadBytes(Path()), row.after);
   }
 }
 
 TEST_F(OutgoingResetTest, KeepsEveryLineOfALongFile) {
   std::string before = "Server=NODE1\r\n";
   for (int i = 0; i < 60; ++i) before += "Extra" + std::to_string(i) + "=x\r\n";
-  test::WriteBytes(Path(), before + "Recipients=[SF:a/b]\r\nStatus=Delivering\r\n");
+  WriteBytes(Path(), before + "Recipients=[SF:a/b]\r\nStatus=Delivering\r\n");
   EXPECT_EQ(Reset(), 1);
-  const std::string after = test::ReadBytes(Path());
+  const std::string after = ReadBytes(Path());
   EXPECT_NE(after.find("Recipients=[SF:a/b]\r\nStatus=Unsent"), std::string::npos);
   EXPECT_NE(after.find("Extra59=x\r\n"), std::string::npos);
 }
 
 TEST_F(OutgoingResetTest, LeavesAMessageThatAWorkerHolds) {
-  test::WriteBytes(Path(), "Server=\r\nStatus=Unsent\r\n");
+  WriteBytes(Path(), "Server=\r\nStatus=Unsent\r\n");
   auto claim = OutgoingClaim::Take(Directory().Path(), kName);
   ASSERT_TRUE(claim.Commit("Delivering", "NODE1"));
-  const std::string delivering = test::ReadBytes(Path());
+  const std::string delivering = ReadBytes(Path());
   EXPECT_EQ(Reset(), 1);
-  EXPECT_EQ(test::ReadBytes(Path()), delivering);
+  EXPECT_EQ(ReadBytes(Path()), delivering);
   EXPECT_EQ(Clock().Slept(), 9 * 2000) << "ten tries, two seconds apart";
   EXPECT_FALSE(ForceOutgoingReset(Directory().Path().c_str(), kName));
 }
@@ -97,4 +97,4 @@ TEST_F(OutgoingResetTest, AMissingFileGivesZeroAtOnce) {
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

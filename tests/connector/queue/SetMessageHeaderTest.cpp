@@ -9,12 +9,12 @@
 #include "tests/support/FaultWalk.h"
 #include "tests/support/SettingsFixture.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
 
 constexpr const char* kName = "0123456789ABCDEF0123456789ABCDEF.MAI";
 
-class SetMessageHeaderTest : public test::SettingsFixture {
+class SetMessageHeaderTest : public SettingsFixture {
  protected:
   SetMessageHeaderTest() {
     std::filesystem::create_directories(Directory() / "SF/Outgoing/Messages");
@@ -72,9 +72,9 @@ const struct {
 TEST_F(SetMessageHeaderTest, ChangesTheHeaderAndNothingElse) {
   for (const auto& row : kCases) {
     SCOPED_TRACE(row.name);
-    test::WriteBytes(Path(), row.before);
+    WriteBytes(Path(), row.before);
     EXPECT_EQ(Replace(), 1);
-    EXPECT_EQ(test::ReadBytes(Path()), row.after);
+    EXPECT_EQ(ReadBytes(Path()), row.after);
   }
 }
 
@@ -82,14 +82,14 @@ TEST_F(SetMessageHeaderTest, ChangesTheHeaderAndNothingElse) {
 TEST_F(SetMessageHeaderTest, HoldsAtEveryBufferEdge) {
   for (std::size_t length = 4080; length < 4110; ++length) {
     const std::string head = "A: " + std::string(length, 'y') + "\r\n";
-    test::WriteBytes(Path(), head + head + "\r\nbody\r\n");
+    WriteBytes(Path(), head + head + "\r\nbody\r\n");
     ASSERT_EQ(Replace(), 1);
-    ASSERT_EQ(test::ReadBytes(Path()), head + head + "Return-Path: <a@b>\r\n\r\nbody\r\n");
+    ASSERT_EQ(ReadBytes(Path()), head + head + "Return-Path: <a@b>\r\n\r\nbody\r\n");
   }
 }
 
 TEST_F(SetMessageHeaderTest, AValueThatIsThereRewritesNothing) {
-  test::WriteBytes(Path(), "Return-Path: <a@b>\r\n\r\nbody");
+  WriteBytes(Path(), "Return-Path: <a@b>\r\n\r\nbody");
   struct stat before {};
   struct stat after {};
   ASSERT_EQ(stat(Path().c_str(), &before), 0);
@@ -99,9 +99,9 @@ TEST_F(SetMessageHeaderTest, AValueThatIsThereRewritesNothing) {
 }
 
 TEST_F(SetMessageHeaderTest, PutsFirstWithoutReplaceAndKnowsTheInboundQueue) {
-  test::WriteBytes(Path("Inbound"), "A: 1\r\n\r\n");
+  WriteBytes(Path("Inbound"), "A: 1\r\n\r\n");
   EXPECT_EQ(SetMessageHeader(message_, "X-Mark", "v", true, false), 1);
-  EXPECT_EQ(test::ReadBytes(Path("Inbound")), "X-Mark: v\r\nA: 1\r\n\r\n");
+  EXPECT_EQ(ReadBytes(Path("Inbound")), "X-Mark: v\r\nA: 1\r\n\r\n");
   EXPECT_EQ(Replace(), 0) << "there is no file in the outbound queue";
 }
 
@@ -110,14 +110,14 @@ TEST_F(SetMessageHeaderTest, ACutRewriteLeavesTheOldFileOrTheNew) {
   const std::string before = "A: 1\r\n\r\n" + body;
   const std::string after = "A: 1\r\nReturn-Path: <a@b>\r\n\r\n" + body;
   std::int32_t result = 0;
-  test::WalkFaults(
+  WalkFaults(
       [&] {
         result = 0;
-        test::WriteBytes(Path(), before);
+        WriteBytes(Path(), before);
       },
       [&] { result = Replace(); },
       [&](std::uint64_t call) {
-        const std::string bytes = test::ReadBytes(Path());
+        const std::string bytes = ReadBytes(Path());
         EXPECT_TRUE(bytes == before || bytes == after) << "call " << call;
         if (result == 1) {
           EXPECT_EQ(bytes, after) << "call " << call;
@@ -126,4 +126,4 @@ TEST_F(SetMessageHeaderTest, ACutRewriteLeavesTheOldFileOrTheNew) {
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

@@ -10,19 +10,15 @@
 #include "tests/support/FaultWalk.h"
 #include "tests/support/SettingsFixture.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
-
-namespace fs = std::filesystem;
-using test::ReadBytes;
-using test::WriteBytes;
 
 constexpr const char* kName = "0123456789ABCDEF0123456789ABCDEF.MAI";
 constexpr const char* kCommand = "Recipients=x\r\nStatus=Delivering\r\n";
 constexpr const char* kMessage = "Subject: one\r\n\r\nbody\r\n";
 constexpr const char* kKept = "Subject: one\r\nX-CV-BADMAIL: WORD, text\r\n\r\nbody\r\n";
 
-class BadMailTest : public test::SettingsFixture {
+class BadMailTest : public SettingsFixture {
  protected:
   BadMailTest() {
     Set("Bad Mail Directory", Bad());
@@ -114,7 +110,7 @@ TEST_F(BadMailTest, ATargetThatIsHeldStays) {
 
 // At each call that fails or dies, the queue or bad mail has both files whole.
 TEST_F(BadMailTest, FaultsLoseNothing) {
-  test::WalkFaults(
+  WalkFaults(
       [&] {
         Prepare();
         message_.KeepInQueue = false;
@@ -177,4 +173,4 @@ TEST_F(BadMailTest, SetsAHeaderOfAnyFile) {
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

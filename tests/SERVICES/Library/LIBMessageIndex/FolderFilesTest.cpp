@@ -9,10 +9,10 @@
 #include "platform/FileSystem.h"
 #include "tests/SERVICES/Library/LIBMessageIndex/MessageIndexTestSupport.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
 
-class FolderFilesTest : public test::MessageFixture {
+class FolderFilesTest : public MessageFixture {
  protected:
   FolderFilesTest() { Set("Index Files Enabled", 1U, "CONNECTORS\\SF"); }
   [[nodiscard]] std::string DetailsPath() const { return Folder() + "/_FOLDER.DAT"; }
@@ -41,7 +41,7 @@ TEST_F(FolderFilesTest, DetailsAreThirteenWords) {
   details.FirstSeenPosition = 0x01020304;
   details.LastUID = 9;
   EXPECT_TRUE(WriteFolderDetailsFile(Folder(), details));
-  const std::string bytes = test::ReadBytes(DetailsPath());
+  const std::string bytes = ReadBytes(DetailsPath());
   ASSERT_EQ(bytes.size(), 52U);
   EXPECT_EQ(bytes.substr(20, 12), std::string("\4\3\2\1\3\0\0\0\2\0\0\0", 12));
   EXPECT_EQ(bytes[44], 9);
@@ -75,7 +75,7 @@ TEST_F(FolderFilesTest, ImpossibleCountsAreLimited) {
 TEST_F(FolderFilesTest, WhatCannotBeReadIsZeroAndWhatMayNotBeIsLeft) {
   for (const std::uint32_t enabled : {1U, 0U}) {
     Set("Index Files Enabled", enabled, "CONNECTORS\\SF");
-    test::WriteBytes(DetailsPath(), std::string(51, '\1'));
+    WriteBytes(DetailsPath(), std::string(51, '\1'));
     FolderDetails details;
     details.LastUID = 7;
     EXPECT_FALSE(ReadFolderDetailsFile(Folder(), details));
@@ -109,4 +109,4 @@ TEST(IndexStylesheets, KeysAreQuoted) {
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

@@ -10,7 +10,7 @@
 #include "tests/SERVICES/Library/LIBMessageIndex/MailFolder.h"
 #include "tests/support/ChildProcess.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
 
 struct Combination {
@@ -29,7 +29,7 @@ const Combination kCombinations[] = {
     {"DocumentReaderOfStreams", false, true, true, true},
 };
 
-class Model : public test::MailFolder {
+class Model : public MailFolder {
  protected:
   struct Row {
     std::string subject, flags;
@@ -56,7 +56,7 @@ class Model : public test::MailFolder {
     if (indexed) {
       ASSERT_EQ(InsertIntoFolderIndex(folder_, name), 1);
     } else {
-      test::WriteBytes(PathOf("_CHANGE.DTY"), "x");
+      WriteBytes(PathOf("_CHANGE.DTY"), "x");
       StoreIndex store(MessageIndexFiles());
       ASSERT_TRUE(Open(&store));
     }
@@ -163,7 +163,7 @@ TEST_F(Model, AChangeThatIsCutShortLosesNoMessage) {
       SCOPED_TRACE(std::string(name) + " " + std::to_string(call));
       ASSERT_LT(call, 200U);
       prepare();
-      const int ended = test::RunInChild([&] {
+      const int ended = RunInChild([&] {
         platform::ArmFault({.number = call, .action = platform::FaultAction::kKill});
         change(folder_);
         return 0;
@@ -182,4 +182,4 @@ TEST_F(Model, AChangeThatIsCutShortLosesNoMessage) {
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

@@ -10,12 +10,10 @@
 #include "tests/SERVICES/Library/LIBMessageIndex/MessageIndexTestSupport.h"
 #include "tests/support/FaultWalk.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
 
-namespace fs = std::filesystem;
-
-class IndexHeadersTest : public test::MessageFixture {
+class IndexHeadersTest : public MessageFixture {
  protected:
   IndexHeadersTest() { Set("UID Branding Enabled", 1U); }
   RewriteResult Uid(std::uint32_t brand, std::uint32_t uid, std::string_view flags = {}) {
@@ -152,7 +150,7 @@ TEST_F(IndexHeadersTest, EveryFaultLeavesAWholeMessage) {
   const std::string after = "X-UID: 2\r\nTo: x\r\n\r\n" + std::string(300'000, 'b');
   RewriteResult result = RewriteResult::kUntouched;
   for (auto action : {platform::FaultAction::kFail, platform::FaultAction::kThrow}) {
-    test::WalkFaults(
+    WalkFaults(
         action,
         [&] {
           fs::remove_all(Folder());
@@ -175,4 +173,4 @@ TEST_F(IndexHeadersTest, EveryFaultLeavesAWholeMessage) {
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

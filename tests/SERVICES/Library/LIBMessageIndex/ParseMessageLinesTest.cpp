@@ -7,7 +7,7 @@
 namespace corvane::test {
 namespace {
 
-class ParseMessageLinesTest : public test::MessageFixture {
+class ParseMessageLinesTest : public MessageFixture {
  protected:
   std::int32_t Parse(MessageHeaders& headers, bool clearFlags = false, bool branding = false,
                      std::int32_t attachmentMode = kVerifyAttachments, bool ignoreRead = false) {

@@ -13,19 +13,15 @@
 #include "tests/support/SettingsFixture.h"
 #include "tests/support/SmallDisk.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
-
-namespace fs = std::filesystem;
-using test::ReadBytes;
-using test::WriteBytes;
 
 constexpr const char* kChangedText =
     "This file is a flag file that denotes that this folder has been changed";
 constexpr const char* kCachedText = "Caches have been cached, into shared map for later write.";
 constexpr const char* kConnector = "CONNECTORS\\SF";
 
-class FolderFlagsTest : public test::SettingsFixture {
+class FolderFlagsTest : public SettingsFixture {
  protected:
   FolderFlagsTest() {
     Set("Mail Root", Directory().Path());
@@ -196,7 +192,7 @@ TEST_F(FolderFlagsTest, AFlagThatCannotBeWrittenIsPassedOver) {
                                 fs::perms::others_exec);
   fs::permissions(Directory().Path(), fs::perms::all);
   {
-    const test::AsNobody nobody;
+    const AsNobody nobody;
     EXPECT_EQ(Mark(), 1);
   }
   EXPECT_TRUE(Names().empty());
@@ -204,7 +200,7 @@ TEST_F(FolderFlagsTest, AFlagThatCannotBeWrittenIsPassedOver) {
 }
 
 TEST_F(FolderFlagsTest, AFullDiskStillTakesTheName) {
-  const test::SmallDisk disk(64 * 1024, Folder());
+  const SmallDisk disk(64 * 1024, Folder());
   if (!disk.IsMounted()) GTEST_SKIP() << "no right to mount";
   disk.Fill();
   EXPECT_EQ(Mark(), 1);
@@ -212,4 +208,4 @@ TEST_F(FolderFlagsTest, AFullDiskStillTakesTheName) {
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

@@ -15,13 +15,10 @@
 #include "tests/support/BuildPlaces.h"
 #include "tests/support/SettingsFixture.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
 
-namespace fs = std::filesystem;
-using test::WriteBytes;
-
-class FolderPathsTest : public test::SettingsFixture {
+class FolderPathsTest : public SettingsFixture {
  protected:
   FolderPathsTest() { Set("Mail Root", Directory() / "mail"); }
   [[nodiscard]] std::string Root() const { return Directory() / "mail\\acme"; }
@@ -31,7 +28,7 @@ class FolderPathsTest : public test::SettingsFixture {
     WriteBytes(Directory() / "answers", "GetOption acme:PostofficeRoot " + answer + "\n");
     setenv("CORVANE_STUB_ANSWERS", (Directory() / "answers").c_str(), 1);
     setenv("CORVANE_STUB_LOG", (Directory() / "calls").c_str(), 1);
-    Set("Application Directory", test::StubLibraries("full"));
+    Set("Application Directory", StubLibraries("full"));
     Set("Allow Custom Postoffice Paths", 1U);
   }
 };
@@ -183,4 +180,4 @@ TEST_F(FolderPathsTest, ANewDirectoryIsShownToItsParent) {
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

@@ -20,16 +20,12 @@
 #include "tests/support/ChildProcess.h"
 #include "tests/support/SettingsFixture.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
-
-namespace fs = std::filesystem;
-using test::ReadBytes;
-using test::WriteBytes;
 
 using Files = std::map<std::string, std::string>;  // names and content
 
-class NewMessageMarkersTest : public test::SettingsFixture {
+class NewMessageMarkersTest : public SettingsFixture {
  protected:
   NewMessageMarkersTest() {
     Set("Mail Root", Directory() / "mail");
@@ -115,7 +111,7 @@ TEST_F(NewMessageMarkersTest, WhatCannotBeWrittenIsPassedOver) {
   fs::permissions(Mailbox(),
                   fs::perms::owner_all | fs::perms::others_read | fs::perms::others_exec);
   {
-    const test::AsNobody nobody;
+    const AsNobody nobody;
     Add();
     Add("text");
   }
@@ -164,9 +160,8 @@ TEST_F(NewMessageMarkersTest, NobodyLosesACount) {
     for (std::thread& thread : threads) thread.join();
     return taken.load();
   };
-  std::vector<std::unique_ptr<test::ChildProcess>> programs;
-  for (int i = 0; i < kPrograms; ++i)
-    programs.push_back(std::make_unique<test::ChildProcess>(work));
+  std::vector<std::unique_ptr<ChildProcess>> programs;
+  for (int i = 0; i < kPrograms; ++i) programs.push_back(std::make_unique<ChildProcess>(work));
   std::vector<std::thread> asking;
   std::atomic<int> total = 0;
   for (auto& program : programs) {
@@ -179,4 +174,4 @@ TEST_F(NewMessageMarkersTest, NobodyLosesACount) {
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

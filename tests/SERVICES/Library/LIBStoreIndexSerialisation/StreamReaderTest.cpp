@@ -3,14 +3,10 @@
 #include "SERVICES/Library/LIBStoreIndexSerialisation/StreamIndexParser.h"
 #include "tests/SERVICES/Library/LIBStoreIndexSerialisation/IndexFixture.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
 
-using test::Element;
-using test::Holds;
-using test::IndexOf;
-
-class StreamReader : public test::IndexFixture {};
+class StreamReader : public IndexFixture {};
 
 const std::string kTwo = Element("a", 1, "one") + Element("b", 2, "two");
 const struct {
@@ -208,7 +204,7 @@ TEST_F(StreamReader, AReaderWaitsForAWriter) {
 
 TEST_F(StreamReader, ContactsAndGroupsComeTogether) {
   WriteIndex(IndexOf("x00000002", kTwo));
-  test::WriteBytes(folder_ + "/_groups.xml", IndexOf("x00000009", Element("g", 2, "group")));
+  WriteBytes(folder_ + "/_groups.xml", IndexOf("x00000009", Element("g", 2, "group")));
   StoreIndex store(&files_);
   IndexLoad load;
   load.store = &store;
@@ -219,7 +215,7 @@ TEST_F(StreamReader, ContactsAndGroupsComeTogether) {
   EXPECT_EQ(Items(store), "a=one b=two g=group ");
   EXPECT_EQ(store.Index.LastUID, 9U);
   load.skipIfLoaded = true;
-  test::WriteBytes(folder_ + "/_groups.xml", IndexOf("9", Element("h", 3, "old form")));
+  WriteBytes(folder_ + "/_groups.xml", IndexOf("9", Element("h", 3, "old form")));
   EXPECT_TRUE(store.Index.Load(load));
   EXPECT_EQ(Items(store), "a=one b=two g=group ") << "is loaded already";
   load.skipIfLoaded = false;
@@ -235,4 +231,4 @@ TEST_F(StreamReader, ContactsAndGroupsComeTogether) {
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

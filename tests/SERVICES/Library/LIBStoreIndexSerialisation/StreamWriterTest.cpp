@@ -4,14 +4,10 @@
 #include "platform/FaultInjection.h"
 #include "tests/SERVICES/Library/LIBStoreIndexSerialisation/IndexFixture.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
 
-using test::Element;
-using test::Holds;
-using test::IndexOf;
-
-class StreamWriter : public test::IndexFixture {
+class StreamWriter : public IndexFixture {
  protected:
   // a to e with UIDs 1 to 5.
   void WriteFive() {
@@ -239,7 +235,7 @@ TEST_F(StreamWriter, TheOffsetCacheTellsWhereElementsLie) {
     store.Index.ByID.Find(id)->SetText("RECEIVED", "1970-01-01T00:00:00", false);
   }
   ASSERT_TRUE(Save(&store));
-  const std::string cache = test::ReadBytes(folder_ + "/_index.bin");
+  const std::string cache = ReadBytes(folder_ + "/_index.bin");
   ASSERT_EQ(cache.size(), 24U + 3 * 16);
   EXPECT_EQ(cache.substr(0, 24), std::string("\1") + std::string(23, '\0'));
   const auto word = [&cache](std::size_t at) {
@@ -271,4 +267,4 @@ TEST_F(StreamWriter, ItSaysWhyItCouldNotWrite) {
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

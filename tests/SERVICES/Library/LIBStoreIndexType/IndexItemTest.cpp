@@ -4,7 +4,7 @@
 #include "SERVICES/Library/LIBStoreIndexType/IndexItem.h"
 #include "tests/support/ChildProcess.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
 
 struct Listener : IndexItemOwner {
@@ -138,7 +138,7 @@ TEST(PropertyMap, APrivateCopyLearnsTheProcessesNewNames) {
 
 // Made-up names of files fill the map; those of mail items find their place behind them.
 TEST(PropertyMap, AFullMapStillTakesTheNamesOfMailItems) {
-  const int wrong = test::RunInChild([] {
+  const int wrong = RunInChild([] {
     for (std::size_t i = 0; i < kMaximumPropertyNames; ++i) {
       static_cast<void>(FindProperty(nullptr, "MADE-UP" + std::to_string(i)));
     }
@@ -172,4 +172,4 @@ TEST(Array, GrowsByItsModeAndTellsWhatIsWrong) {
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

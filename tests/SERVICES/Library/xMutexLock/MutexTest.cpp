@@ -9,7 +9,7 @@
 #include "SERVICES/Library/xMutexLock/xMutexLock.h"
 #include "tests/support/TemporaryDirectory.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
 
 class MutexTest : public testing::Test {
@@ -49,7 +49,7 @@ class MutexTest : public testing::Test {
     return "locked";
   }
 
-  test::TemporaryDirectory directory_;
+  TemporaryDirectory directory_;
   std::unique_ptr<Mutex> mutex_;
 };
 
@@ -129,4 +129,4 @@ TEST(Exception, DescriptionHoldsWhatIsPresent) {
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

@@ -10,12 +10,8 @@
 #include "platform/File.h"
 #include "tests/connector/delivery/pipeline/PipelineFixture.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
-
-using test::Delivered;
-using test::PipelineFixture;
-using test::Stages;
 
 constexpr const char* kNothing = "";
 constexpr const char* kInInbox = "anna/Inbox/ID anna/Inbox/_CHANGE.DTY anna/_1.NEW";
@@ -33,7 +29,7 @@ struct MailboxCase {
   const char* name;
   std::string told, files;
   const char* answers = kPlain;
-  std::vector<test::Number> numbers = {};
+  std::vector<Number> numbers = {};
   std::function<void(Stages&)> stages = {};
   std::function<void(PipelineFixture&)> arrange = {};
 };
@@ -49,7 +45,7 @@ constexpr const char* kRedirectedAndKept =
 
 void RemoveSource(PipelineFixture& fixture) { std::filesystem::remove(fixture.Queued()); }
 void RemoveSourceInRules(PipelineFixture& fixture) {
-  test::stages.duringRules = [&fixture] { RemoveSource(fixture); };
+  stages.duringRules = [&fixture] { RemoveSource(fixture); };
 }
 
 constexpr const char* kDisabled =
@@ -66,17 +62,17 @@ template <typename Value>
 Arrangement With(Value Stages::*answer, Value value) {
   return [=](Stages& stages) { stages.*answer = value; };
 }
-std::vector<test::Number> On(const char* name, std::uint32_t value) { return {{name, value}}; }
+std::vector<Number> On(const char* name, std::uint32_t value) { return {{name, value}}; }
 
-const std::vector<test::Number> kBothRules = {{"Process Postoffice Rules", 1},
-                                              {"Process Mailbox Rules", 1}};
-const std::vector<test::Number> kRulesAndCheck = {{"Process Mailbox Rules", 1},
-                                                  {"Message Check Delay", 500}};
-const std::vector<test::Number> kInsertion = {{"Store Event Notification Mode", 4, "."},
-                                              {"Index Files Enabled", 1}};
+const std::vector<Number> kBothRules = {{"Process Postoffice Rules", 1},
+                                        {"Process Mailbox Rules", 1}};
+const std::vector<Number> kRulesAndCheck = {{"Process Mailbox Rules", 1},
+                                            {"Message Check Delay", 500}};
+const std::vector<Number> kInsertion = {{"Store Event Notification Mode", 4, "."},
+                                        {"Index Files Enabled", 1}};
 // The setting or stage of a row that has nothing to say of it.
 struct Usual {
-  operator std::vector<test::Number>() const { return {}; }
+  operator std::vector<Number>() const { return {}; }
   operator Arrangement() const { return {}; }
 };
 constexpr Usual kUsual;
@@ -209,7 +205,7 @@ TEST_P(DeliverToMailboxTest, EndsInOneOfItsWays) {
   const MailboxCase& row = GetParam();
   Stub().Answer(row.answers);
   Set(row.numbers);
-  if (row.stages) row.stages(test::stages);
+  if (row.stages) row.stages(stages);
   if (row.arrange) row.arrange(*this);
   std::int32_t result = 99;
   EXPECT_EQ(Told([&] { result = Deliver(); }), row.told);
@@ -231,7 +227,7 @@ TEST_F(MailboxPipelineTest, RunsItsStagesInTheirOrder) {
        {"Process Mailbox Rules", 1},
        {"Auto Responders Enabled", 1},
        {"Remote Notification Mode", 1}});
-  test::stages.tellAll = true;
+  stages.tellAll = true;
   EXPECT_EQ(Told([&] { DeliverWell(); }),
             "[ID] Checking message for postoffice filters.\n"
             "> Rules acme\n"
@@ -271,7 +267,7 @@ TEST_F(MailboxPipelineTest, WaitsOnceForAMessageThatIsMissing) {
   EXPECT_EQ(Told([&] { DeliverWell(); }),
             "[ID] Message does not exist after postoffice level filter for PO=acme.\n");
   EXPECT_EQ(Time().Slept(), 500);
-  Time().onSleep = [&](std::int64_t) { test::WriteBytes(Queued(), kText); };
+  Time().onSleep = [&](std::int64_t) { WriteBytes(Queued(), kText); };
   EXPECT_EQ(Told([&] { DeliverWell(); }),
             "[ID] Message became available after wait for PO=acme.\n" + Delivered());
 }
@@ -282,7 +278,7 @@ TEST_F(MailboxPipelineTest, AThrowingProviderIsReportedAndLeavesTheMessage) {
   EXPECT_EQ(told.substr(0, told.find(", line")),
             "DeliverToMailbox handled an exception; session will be dropped.\n"
             "The exception was: the stub was told to\nThe exception occurred in : SFDeliver");
-  EXPECT_EQ(test::ReadBytes(Queued()), kText);
+  EXPECT_EQ(ReadBytes(Queued()), kText);
 }
 
 // Nobody knows whether a rule's action has flushed what it wrote.
@@ -304,7 +300,7 @@ TEST_F(MailboxPipelineTest, TheSameRecipientTwiceGetsOneFile) {
   for (const bool last : {false, true}) {
     Message().LastRecipient = last;
     EXPECT_EQ(Told([&] { DeliverWell(); }), Delivered());
-    EXPECT_EQ(test::ReadBytes(target), kText);
+    EXPECT_EQ(ReadBytes(target), kText);
   }
   EXPECT_EQ(Files(), "anna/Inbox/ID anna/Inbox/_CHANGE.DTY anna/_2.NEW");
 }
@@ -325,7 +321,7 @@ TEST_F(MailboxPipelineTest, MeasuresTheQuotaInKilobytesBegun) {
   for (const auto& row : cases) {
     SCOPED_TRACE(std::string(row.limit) + " " + row.size + " " + std::to_string(row.bytes));
     Stub().Answer(std::string("MailboxGet * 1 Status=1 Limit=") + row.limit + " Size=" + row.size);
-    test::WriteBytes(Queued(), std::string(row.bytes, 'x'));
+    WriteBytes(Queued(), std::string(row.bytes, 'x'));
     const std::string told = Told([&] { DeliverWell(); });
     EXPECT_EQ(told == Delivered(), row.fits) << told;
   }
@@ -348,16 +344,16 @@ TEST_F(MailboxPipelineTest, WritesTheReturnPathForTheMailboxAndTheQueue) {
       const std::string before = "Subject: t\r\n\r\nbody\r\n";
       const std::string after =
           std::string("Subject: t\r\nReturn-Path: ") + row.value + "\r\n\r\nbody\r\n";
-      test::WriteBytes(Queued(), before);
+      WriteBytes(Queued(), before);
       SetText(Message().CommandType, row.commandType);
       SetText(Message().Sender, row.sender);
       Message().LastRecipient = last;
       static_cast<void>(Told([&] { DeliverWell(); }));
-      EXPECT_EQ(test::ReadBytes(InMailRoot(std::string("anna/Inbox/") + kId)), after);
-      EXPECT_EQ(test::ReadBytes(Queued()), last ? before : after);
+      EXPECT_EQ(ReadBytes(InMailRoot(std::string("anna/Inbox/") + kId)), after);
+      EXPECT_EQ(ReadBytes(Queued()), last ? before : after);
     }
   }
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

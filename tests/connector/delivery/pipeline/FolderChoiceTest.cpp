@@ -7,14 +7,10 @@
 
 #include "tests/connector/delivery/pipeline/PipelineFixture.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
 
-using test::Delivered;
-using test::PipelineFixture;
-using test::Stages;
-
-using Numbers = std::vector<test::Number>;
+using Numbers = std::vector<Number>;
 
 struct FolderCase {
   const char* name;
@@ -98,7 +94,7 @@ TEST_P(FolderChoiceTest, SortsByFlagsListsAndSenders) {
   Set(row.numbers);
   Set("RMail Receipts Sender", "S@X.test", "Services\\WEBMAIL\\Options");
   SetText(Message().CommandType, row.commandType);
-  if (row.stages) row.stages(test::stages);
+  if (row.stages) row.stages(stages);
   const std::string told = Told([&] { EXPECT_EQ(Deliver(), 1); });
   const std::string quota = told.substr(0, told.find('\n') + 1);
   EXPECT_NE(quota.find("Checking message of size"), std::string::npos);
@@ -111,4 +107,4 @@ INSTANTIATE_TEST_SUITE_P(Table, FolderChoiceTest, ::testing::ValuesIn(kFolders),
                          [](const auto& info) { return info.param.name; });
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

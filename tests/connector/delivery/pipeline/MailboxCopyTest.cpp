@@ -12,12 +12,11 @@
 #include "tests/connector/delivery/pipeline/PipelineFixture.h"
 #include "tests/support/FaultWalk.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
 
 using platform::FaultAction;
 using platform::FileCall;
-using test::PipelineFixture;
 
 // Placing a file under its name: with a link where files can be nameless, else with a rename.
 constexpr std::uint32_t kPlacing =
@@ -32,7 +31,7 @@ class MailboxCopyFixture : public PipelineFixture {
   ~MailboxCopyFixture() override { platform::DisarmFault(); }
   // Somebody reads that file and lets nobody else near it.
   void Hold(const std::string& path) {
-    test::WriteBytes(InMailRoot(path), "held");
+    WriteBytes(InMailRoot(path), "held");
     held_.push_back(platform::File::Open(InMailRoot(path), platform::Access::kRead,
                                          platform::kShareNone,
                                          platform::Disposition::kOpenExisting));
@@ -86,7 +85,7 @@ struct CopyCase {
 };
 
 void UseJunkFolder(MailboxCopyFixture& fixture) {
-  test::stages.flags.Junk = 1;
+  stages.flags.Junk = 1;
   fixture.Set({{"Deliver-To Status", 1}});
   std::filesystem::create_directories(fixture.InMailRoot("anna/Junk E-mail"));
 }
@@ -141,7 +140,7 @@ const CopyCase kCopies[] = {
        fixture.Stub().Answer(
            "GetOption acme/anna:MailBox-MailboxRulesStatus 1 Value=1\nMailboxGet * 1 Status=1");
        fixture.Set({{"Process Mailbox Rules", 1}});
-       test::stages.mailboxRules = 1;
+       stages.mailboxRules = 1;
        platform::ArmFault(Failing(112, true));
      },
      0, 0,
@@ -184,7 +183,7 @@ TEST_P(MailboxCopyTest, GoesTheRoadToItsEnd) {
     EXPECT_EQ(Files(), row.files);
   }
   if (row.files == kInBackup) {
-    EXPECT_EQ(test::ReadBytes(InMailRoot(InboxFile("G"))), kText);
+    EXPECT_EQ(ReadBytes(InMailRoot(InboxFile("G"))), kText);
   }
 }
 INSTANTIATE_TEST_SUITE_P(Table, MailboxCopyTest,
@@ -204,7 +203,7 @@ class BrokenDeliveryTest : public MailboxCopyFixture, public ::testing::WithPara
   void Prepare() {
     std::filesystem::remove_all(InMailRoot("anna"));
     std::filesystem::create_directories(InMailRoot("anna/Inbox"));
-    test::WriteBytes(Queued(), kBefore);
+    WriteBytes(Queued(), kBefore);
     Message().Delivered.clear();
     Message().LastRecipient = GetParam();
     result_ = settled_ = false;
@@ -214,7 +213,7 @@ class BrokenDeliveryTest : public MailboxCopyFixture, public ::testing::WithPara
     settled_ = FlushDelivered(Message());
   }
   void CheckWhole(const std::string& path) const {
-    const std::string bytes = test::ReadBytes(path);
+    const std::string bytes = ReadBytes(path);
     EXPECT_TRUE(bytes == kBefore || bytes == kAfter) << path << ": " << bytes;
   }
   void Check(const std::string& told) {
@@ -235,24 +234,24 @@ class BrokenDeliveryTest : public MailboxCopyFixture, public ::testing::WithPara
 
 TEST_P(BrokenDeliveryTest, NeverLeavesAPartOfAMessage) {
   std::string told;
-  test::WalkFaults([&] { Prepare(); },
-                   [&] {
-                     told = Told([&] {
-                       try {
-                         Work();
-                       } catch (const platform::FaultStop&) {
-                         result_ = settled_ = false;
-                       }
-                     });
-                   },
-                   [&](std::uint64_t call) {
-                     SCOPED_TRACE("call " + std::to_string(call));
-                     Check(told);
-                   });
+  WalkFaults([&] { Prepare(); },
+             [&] {
+               told = Told([&] {
+                 try {
+                   Work();
+                 } catch (const platform::FaultStop&) {
+                   result_ = settled_ = false;
+                 }
+               });
+             },
+             [&](std::uint64_t call) {
+               SCOPED_TRACE("call " + std::to_string(call));
+               Check(told);
+             });
 }
 INSTANTIATE_TEST_SUITE_P(Recipients, BrokenDeliveryTest, ::testing::Bool(), [](const auto& info) {
   return std::string(info.param ? "Last" : "Earlier");
 });
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test
