@@ -245,7 +245,6 @@ class Comparison {
       std::string why = both.find("=?") != both.npos ? "encoded words inside a name" : "";
       Count(reading, "filename", found, why, both + " | " + expected);
     }
-    CompareContent(reading, ours, theirs);
     CompareHash(reading, ours, theirs);
   }
 
@@ -296,24 +295,6 @@ class Comparison {
       if (!byte && next != "\r\n") return true;
     }
     return false;
-  }
-
-  // Bodies are compared where LF for CR LF can't matter, or by size without the white space at
-  // the ends, which both sides treat in their own ways.
-  void CompareContent(const Reading& reading, const MimePart& ours, const json& theirs) {
-    if (!BothSay(theirs["size"])) return;
-    Text body = DecodedBody(ours);
-    auto size = theirs["size"]["v"].get<std::size_t>();
-    auto lineEnds =
-        static_cast<std::size_t>(std::count(body.View().begin(), body.View().end(), '\n'));
-    bool base64 = EqualsIgnoringCase(ours.TransferEncoding, "base64");
-    bool same = body.size() == size ||
-                (!base64 && body.size() - lineEnds <= size && size <= body.size() + 2);
-    std::string reason = ContentReason(reading, ours);
-    if (reason.empty() && size > body.size()) reason = kStartGoes;
-    Count(reading, base64 ? "size base64" : "size other", same, reason,
-          std::to_string(body.size()) + " | " + std::to_string(size) + " " +
-              ours.ContentType.String());
   }
 
   void CompareBody(Reading& reading, const char* field,

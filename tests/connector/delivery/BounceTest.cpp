@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <ctime>
 #include <filesystem>
 #include <regex>
 #include <string>
@@ -16,6 +15,7 @@
 #include "tests/support/BuildPlaces.h"
 #include "tests/support/FaultWalk.h"
 #include "tests/support/SettingsFixture.h"
+#include "tests/support/TimeZone.h"
 
 namespace corvane::test {
 namespace {
@@ -134,11 +134,8 @@ TEST_F(BounceTest, TheFromAddressFollowsTheSender) {
 
 TEST_F(BounceTest, ThePlainFormIsOneTextWithTheOriginal) {
   WriteMessage("Subject: one\n\n" + std::string(5000, 'x') + "\n\r\nlast");
-  setenv("TZ", "XYZ-2", 1);
-  tzset();
+  const TimeZone zone("XYZ-2");
   EXPECT_EQ(GenerateNDR(message_, "[SMTP:who@b.example]", "It is so."), 1);
-  unsetenv("TZ");
-  tzset();
   const std::string id = fs::path(Only(Directory() / "SF/Inbound")).filename();
   EXPECT_TRUE(std::regex_match(id, std::regex("[0-9A-F]{32}\\.MAI"))) << id;
   const std::string date = "Wed, 15 Nov 2023 00:13:20 +0200";

@@ -1,14 +1,13 @@
 // CopyWithReceivedLineTest.cpp -- the copy that delivery sends on.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <ctime>
 #include <filesystem>
 #include <string>
 
 #include "connector/delivery/CopyWithReceivedLine.h"
 #include "tests/support/FaultWalk.h"
 #include "tests/support/SettingsFixture.h"
+#include "tests/support/TimeZone.h"
 
 namespace corvane::test {
 namespace {
@@ -16,21 +15,16 @@ namespace {
 class CopyWithReceivedLineTest : public SettingsFixture {
  protected:
   CopyWithReceivedLineTest() {
-    setenv("TZ", "XYZ-9:30", 1);
-    tzset();
     std::filesystem::create_directories(Directory() / "SF/Outgoing/Messages");
     std::filesystem::create_directories(Directory() / "SF/Inbound/Messages");
     for (ConnectorMessage* message : {&message_, &newMessage_}) SetText(message->Connector, "SF");
     SetText(message_.MessageID, "OLD.MAI");
     SetText(newMessage_.MessageID, "NEW.MAI");
   }
-  ~CopyWithReceivedLineTest() override {
-    unsetenv("TZ");
-    tzset();
-  }
   [[nodiscard]] std::string Source() const { return Directory() / "SF/Outgoing/Messages/OLD.MAI"; }
   [[nodiscard]] std::string Target() const { return Directory() / "SF/Inbound/Messages/NEW.MAI"; }
 
+  const TimeZone zone_{"XYZ-9:30"};
   ConnectorMessage message_;
   ConnectorMessage newMessage_;
 };
