@@ -14,7 +14,7 @@
 #include "connector/settings/Settings.h"
 #include "tests/support/BuildPlaces.h"
 #include "tests/support/FaultWalk.h"
-#include "tests/support/SettingsFixture.h"
+#include "tests/support/QueueFixture.h"
 #include "tests/support/TimeZone.h"
 
 namespace corvane::test {
@@ -23,7 +23,6 @@ namespace {
 // A program looks once whether the debugger channel is wanted, at its first line.
 [[maybe_unused]] const int kChannelWanted = setenv("CORVANE_DEBUG_CHANNEL", "1", 1);
 
-constexpr const char* kName = "0123456789ABCDEF0123456789ABCDEF.MAI";
 constexpr const char* kMessage = "From: x\r\nSubject: one\r\n two\r\n\r\nbody\r\n";
 
 TEST(SmtpRouteTest, AddressesAndSourceRoutes) {
@@ -52,7 +51,7 @@ TEST(SmtpRouteTest, AddressesAndSourceRoutes) {
   settings::ForgetSettings();
 }
 
-class BounceTest : public SettingsFixture {
+class BounceTest : public QueueFixture {
  protected:
   BounceTest() {
     Prepare();
@@ -71,16 +70,13 @@ class BounceTest : public SettingsFixture {
       fs::remove_all(Directory() / queue);
       fs::create_directories(Directory() / (std::string(queue) + "/Messages"));
     }
-    WriteBytes(Directory() / (std::string("SF/Outgoing/") + kName), "Recipients=x\r\n");
-    WriteMessage(kMessage);
+    WriteBytes(CommandFile(), "Recipients=x\r\n");
+    WriteBytes(MessageFile(), kMessage);
     message_ = ConnectorMessage{};
     SetText(message_.Connector, "SF");
     SetText(message_.MessageID, kName);
     SetText(message_.Sender, "[SMTP:a@b.example]");
     message_.TimeAcquired = 17;
-  }
-  void WriteMessage(const std::string& text) const {
-    WriteBytes(Directory() / (std::string("SF/Outgoing/Messages/") + kName), text);
   }
   std::int32_t Bounce() { return GenerateNDR(message_, "[SF:acme/nobody]", "It is so."); }
   std::int32_t Notice() {
@@ -90,10 +86,8 @@ class BounceTest : public SettingsFixture {
     return GenerateDSN(message_, mailbox, DsnKind::kSuccess);
   }
   // The one command file in the inbound queue, or empty.
-  [[nodiscard]] std::string Command() const { return ReadBytes(Only(Directory() / "SF/Inbound")); }
-  [[nodiscard]] std::string Text() const {
-    return ReadBytes(Only(Directory() / "SF/Inbound/Messages"));
-  }
+  [[nodiscard]] std::string Command() const { return ReadBytes(Only(Queue("Inbound"))); }
+  [[nodiscard]] std::string Text() const { return ReadBytes(Only(Queue("Inbound") + "/Messages")); }
   [[nodiscard]] bool InBadMail() const {
     return fs::exists(Directory() / (std::string("badmail/Messages/") + kName));
   }
@@ -106,8 +100,6 @@ class BounceTest : public SettingsFixture {
     }
     return path;
   }
-
-  ConnectorMessage message_;
 };
 
 TEST_F(BounceTest, TheFromAddressFollowsTheSender) {
@@ -133,10 +125,10 @@ TEST_F(BounceTest, TheFromAddressFollowsTheSender) {
 }
 
 TEST_F(BounceTest, ThePlainFormIsOneTextWithTheOriginal) {
-  WriteMessage("Subject: one\n\n" + std::string(5000, 'x') + "\n\r\nlast");
+  WriteBytes(MessageFile(), "Subject: one\n\n" + std::string(5000, 'x') + "\n\r\nlast");
   const TimeZone zone("XYZ-2");
   EXPECT_EQ(GenerateNDR(message_, "[SMTP:who@b.example]", "It is so."), 1);
-  const std::string id = fs::path(Only(Directory() / "SF/Inbound")).filename();
+  const std::string id = fs::path(Only(Queue("Inbound"))).filename();
   EXPECT_TRUE(std::regex_match(id, std::regex("[0-9A-F]{32}\\.MAI"))) << id;
   const std::string date = "Wed, 15 Nov 2023 00:13:20 +0200";
   EXPECT_EQ(Text(),
@@ -163,7 +155,7 @@ TEST_F(BounceTest, TheLogTellsItsStepsInTheirOrder) {
   testing::internal::CaptureStderr();
   EXPECT_EQ(Bounce(), 1);
   const std::string told = testing::internal::GetCapturedStderr();
-  const std::string id = fs::path(Only(Directory() / "SF/Inbound")).filename();
+  const std::string id = fs::path(Only(Queue("Inbound"))).filename();
   std::size_t at = 0;
   for (const std::string& line :
        {std::string("[") + kName +
@@ -212,7 +204,7 @@ TEST_F(BounceTest, LoopsEndInBadMail) {
   for (const auto& row : rows) {
     SCOPED_TRACE(row.head);
     Prepare();
-    WriteMessage("A: 1\r\n" + row.head + kMessage);
+    WriteBytes(MessageFile(), "A: 1\r\n" + row.head + kMessage);
     EXPECT_EQ(Bounce(), 1);
     EXPECT_EQ(InBadMail(), row.loop);
     EXPECT_EQ(Command().empty(), row.loop);
@@ -220,7 +212,7 @@ TEST_F(BounceTest, LoopsEndInBadMail) {
 }
 
 TEST_F(BounceTest, WithoutTheOriginalItSaysSo) {
-  fs::remove(Directory() / (std::string("SF/Outgoing/Messages/") + kName));
+  fs::remove(MessageFile());
   EXPECT_EQ(Bounce(), 1);
   EXPECT_TRUE(
       Text().ends_with("\t[SF:acme/nobody]\r\nCorvane: Message Delivery Failure.\r\n\r\n"
@@ -232,7 +224,7 @@ TEST_F(BounceTest, WithoutTheSmtpProviderBadMailKeepsACopy) {
   EXPECT_EQ(Bounce(), 0);
   EXPECT_EQ(Command(), "");
   EXPECT_TRUE(InBadMail());
-  EXPECT_TRUE(fs::exists(Directory() / (std::string("SF/Outgoing/Messages/") + kName)));
+  EXPECT_TRUE(fs::exists(MessageFile()));
   settings::StopFlag() = 1;
   EXPECT_THROW(Bounce(), ProviderUnloaded) << "the connector stops: it bounces after the restart";
   settings::StopFlag() = 0;
@@ -287,7 +279,7 @@ TEST_F(BounceTest, ANoticeIsMadeForThoseWhoAskedForIt) {
   EXPECT_EQ(Text(), "");
   SetText(message_.DSNFlags, "failure,success");
   EXPECT_EQ(Notice(), 1);
-  const std::string id = fs::path(Only(Directory() / "SF/Inbound")).filename();
+  const std::string id = fs::path(Only(Queue("Inbound"))).filename();
   EXPECT_EQ(Command(),
             "Recipients=[SMTP:a@b.example]\r\nServer=\r\nSender=[SMTP:post@house.example]\r\n"
             "TimeAcquired=17\r\nClientIP=\r\nAuthenticationStatus=0\r\nDSNFlags=\r\n"

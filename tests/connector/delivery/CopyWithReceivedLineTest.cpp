@@ -1,31 +1,25 @@
 // CopyWithReceivedLineTest.cpp -- the copy that delivery sends on.
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <string>
 
 #include "connector/delivery/CopyWithReceivedLine.h"
 #include "tests/support/FaultWalk.h"
-#include "tests/support/SettingsFixture.h"
+#include "tests/support/QueueFixture.h"
 #include "tests/support/TimeZone.h"
 
 namespace corvane::test {
 namespace {
 
-class CopyWithReceivedLineTest : public SettingsFixture {
+class CopyWithReceivedLineTest : public QueueFixture {
  protected:
   CopyWithReceivedLineTest() {
-    std::filesystem::create_directories(Directory() / "SF/Outgoing/Messages");
-    std::filesystem::create_directories(Directory() / "SF/Inbound/Messages");
-    for (ConnectorMessage* message : {&message_, &newMessage_}) SetText(message->Connector, "SF");
-    SetText(message_.MessageID, "OLD.MAI");
+    SetText(newMessage_.Connector, "SF");
     SetText(newMessage_.MessageID, "NEW.MAI");
   }
-  [[nodiscard]] std::string Source() const { return Directory() / "SF/Outgoing/Messages/OLD.MAI"; }
-  [[nodiscard]] std::string Target() const { return Directory() / "SF/Inbound/Messages/NEW.MAI"; }
+  [[nodiscard]] std::string Target() const { return Queue("Inbound") + "/Messages/NEW.MAI"; }
 
   const TimeZone zone_{"XYZ-9:30"};
-  ConnectorMessage message_;
   ConnectorMessage newMessage_;
 };
 
@@ -50,35 +44,35 @@ TEST_F(CopyWithReceivedLineTest, PutsTheLineFirstAndKeepsTheText) {
   };
   for (const auto& row : cases) {
     SCOPED_TRACE(row.name);
-    WriteBytes(Source(), row.source);
+    WriteBytes(MessageFile(), row.source);
     EXPECT_EQ(CopyWithReceivedLine(message_, newMessage_), 1);
     EXPECT_EQ(ReadBytes(Target()), kReceived + row.copy);
-    EXPECT_EQ(ReadBytes(Source()), row.source);
+    EXPECT_EQ(ReadBytes(MessageFile()), row.source);
   }
 }
 
 TEST_F(CopyWithReceivedLineTest, LeavesNothingWhereAFileWontOpen) {
   EXPECT_EQ(CopyWithReceivedLine(message_, newMessage_), 0);
-  EXPECT_FALSE(std::filesystem::exists(Target()));
-  WriteBytes(Source(), "A: 1\r\n");
-  std::filesystem::remove_all(Directory() / "SF/Inbound");
+  EXPECT_FALSE(fs::exists(Target()));
+  WriteBytes(MessageFile(), "A: 1\r\n");
+  fs::remove_all(Queue("Inbound"));
   EXPECT_EQ(CopyWithReceivedLine(message_, newMessage_), 0);
-  EXPECT_EQ(ReadBytes(Source()), "A: 1\r\n");
+  EXPECT_EQ(ReadBytes(MessageFile()), "A: 1\r\n");
 }
 
 TEST_F(CopyWithReceivedLineTest, AppearsWholeOrNotAtAll) {
   const std::string body(40'000, 'b');
-  WriteBytes(Source(), body);
+  WriteBytes(MessageFile(), body);
   std::int32_t result = 0;
   WalkFaults(
       [&] {
         result = 0;
-        std::filesystem::remove(Target());
+        fs::remove(Target());
       },
       [&] { result = CopyWithReceivedLine(message_, newMessage_); },
       [&](std::uint64_t call) {
         SCOPED_TRACE("call " + std::to_string(call));
-        if (std::filesystem::exists(Target())) {
+        if (fs::exists(Target())) {
           EXPECT_EQ(ReadBytes(Target()), kReceived + body);
         } else {
           EXPECT_EQ(result, 0);

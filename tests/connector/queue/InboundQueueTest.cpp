@@ -9,7 +9,7 @@
 #include "connector/queue/ReadHeaderValue.h"
 #include "platform/File.h"
 #include "tests/support/FaultWalk.h"
-#include "tests/support/SettingsFixture.h"
+#include "tests/support/QueueFixture.h"
 
 namespace corvane::test {
 namespace {
@@ -17,15 +17,10 @@ namespace {
 // A program looks once whether the debugger channel is wanted, at its first line.
 [[maybe_unused]] const int kChannelWanted = setenv("CORVANE_DEBUG_CHANNEL", "1", 1);
 
-constexpr const char* kName = "0123456789ABCDEF0123456789ABCDEF.MAI";
-
-class InboundQueueTest : public SettingsFixture {
+class InboundQueueTest : public QueueFixture {
  protected:
   InboundQueueTest() {
-    fs::create_directories(Directory() / "SF/Inbound/Messages");
     message_.Recipients = "[SMTP:b@b.example];[SMTP:c@c.example]";
-    SetText(message_.Connector, "SF");
-    SetText(message_.MessageID, kName);
     SetText(message_.Sender, "[SMTP:a@b.example]");
     SetText(message_.ClientIP, "192.0.2.1");
     SetText(message_.User, "anna");
@@ -40,7 +35,7 @@ class InboundQueueTest : public SettingsFixture {
   }
   [[nodiscard]] std::string Root() const { return Directory() / "SF"; }
   [[nodiscard]] std::string Path(const std::string& name = kName) const {
-    return Directory() / ("SF/Inbound/" + name);
+    return Queue("Inbound") + "/" + name;
   }
   [[nodiscard]] std::string Written() const {
     EXPECT_EQ(WriteInboundCommandFile(Root(), message_), 1);
@@ -53,8 +48,6 @@ class InboundQueueTest : public SettingsFixture {
     queue.ConnectorDirectory = Root();
     return ResetInboundQueue(queue);
   }
-
-  ConnectorMessage message_;
 };
 
 TEST_F(InboundQueueTest, SwitchesDecideWhichLinesAreWritten) {

@@ -2,34 +2,20 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include <filesystem>
 #include <string>
 
 #include "connector/queue/SetMessageHeader.h"
 #include "tests/support/FaultWalk.h"
-#include "tests/support/SettingsFixture.h"
+#include "tests/support/QueueFixture.h"
 
 namespace corvane::test {
 namespace {
 
-constexpr const char* kName = "0123456789ABCDEF0123456789ABCDEF.MAI";
-
-class SetMessageHeaderTest : public SettingsFixture {
+class SetMessageHeaderTest : public QueueFixture {
  protected:
-  SetMessageHeaderTest() {
-    std::filesystem::create_directories(Directory() / "SF/Outgoing/Messages");
-    std::filesystem::create_directories(Directory() / "SF/Inbound/Messages");
-    SetText(message_.Connector, "SF");
-    SetText(message_.MessageID, kName);
-  }
-  [[nodiscard]] std::string Path(const char* queue = "Outgoing") const {
-    return Directory() / "SF/" + queue + "/Messages/" + kName;
-  }
   [[nodiscard]] std::int32_t Replace() {
     return SetMessageHeader(message_, "Return-Path", "<a@b>", false, true);
   }
-
-  ConnectorMessage message_;
 };
 
 const struct {
@@ -72,9 +58,9 @@ const struct {
 TEST_F(SetMessageHeaderTest, ChangesTheHeaderAndNothingElse) {
   for (const auto& row : kCases) {
     SCOPED_TRACE(row.name);
-    WriteBytes(Path(), row.before);
+    WriteBytes(MessageFile(), row.before);
     EXPECT_EQ(Replace(), 1);
-    EXPECT_EQ(ReadBytes(Path()), row.after);
+    EXPECT_EQ(ReadBytes(MessageFile()), row.after);
   }
 }
 
@@ -82,26 +68,26 @@ TEST_F(SetMessageHeaderTest, ChangesTheHeaderAndNothingElse) {
 TEST_F(SetMessageHeaderTest, HoldsAtEveryBufferEdge) {
   for (std::size_t length = 4080; length < 4110; ++length) {
     const std::string head = "A: " + std::string(length, 'y') + "\r\n";
-    WriteBytes(Path(), head + head + "\r\nbody\r\n");
+    WriteBytes(MessageFile(), head + head + "\r\nbody\r\n");
     ASSERT_EQ(Replace(), 1);
-    ASSERT_EQ(ReadBytes(Path()), head + head + "Return-Path: <a@b>\r\n\r\nbody\r\n");
+    ASSERT_EQ(ReadBytes(MessageFile()), head + head + "Return-Path: <a@b>\r\n\r\nbody\r\n");
   }
 }
 
 TEST_F(SetMessageHeaderTest, AValueThatIsThereRewritesNothing) {
-  WriteBytes(Path(), "Return-Path: <a@b>\r\n\r\nbody");
+  WriteBytes(MessageFile(), "Return-Path: <a@b>\r\n\r\nbody");
   struct stat before {};
   struct stat after {};
-  ASSERT_EQ(stat(Path().c_str(), &before), 0);
+  ASSERT_EQ(stat(MessageFile().c_str(), &before), 0);
   EXPECT_EQ(Replace(), 1);
-  ASSERT_EQ(stat(Path().c_str(), &after), 0);
+  ASSERT_EQ(stat(MessageFile().c_str(), &after), 0);
   EXPECT_EQ(before.st_ino, after.st_ino);
 }
 
 TEST_F(SetMessageHeaderTest, PutsFirstWithoutReplaceAndKnowsTheInboundQueue) {
-  WriteBytes(Path("Inbound"), "A: 1\r\n\r\n");
+  WriteBytes(MessageFile("Inbound"), "A: 1\r\n\r\n");
   EXPECT_EQ(SetMessageHeader(message_, "X-Mark", "v", true, false), 1);
-  EXPECT_EQ(ReadBytes(Path("Inbound")), "X-Mark: v\r\nA: 1\r\n\r\n");
+  EXPECT_EQ(ReadBytes(MessageFile("Inbound")), "X-Mark: v\r\nA: 1\r\n\r\n");
   EXPECT_EQ(Replace(), 0) << "there is no file in the outbound queue";
 }
 
@@ -113,11 +99,11 @@ TEST_F(SetMessageHeaderTest, ACutRewriteLeavesTheOldFileOrTheNew) {
   WalkFaults(
       [&] {
         result = 0;
-        WriteBytes(Path(), before);
+        WriteBytes(MessageFile(), before);
       },
       [&] { result = Replace(); },
       [&](std::uint64_t call) {
-        const std::string bytes = ReadBytes(Path());
+        const std::string bytes = ReadBytes(MessageFile());
         EXPECT_TRUE(bytes == before || bytes == after) << "call " << call;
         if (result == 1) {
           EXPECT_EQ(bytes, after) << "call " << call;

@@ -8,22 +8,19 @@
 #include "SERVICES/Library/LIBBadMail/SetMessageFileHeader.h"
 #include "platform/File.h"
 #include "tests/support/FaultWalk.h"
-#include "tests/support/SettingsFixture.h"
+#include "tests/support/QueueFixture.h"
 
 namespace corvane::test {
 namespace {
 
-constexpr const char* kName = "0123456789ABCDEF0123456789ABCDEF.MAI";
 constexpr const char* kCommand = "Recipients=x\r\nStatus=Delivering\r\n";
 constexpr const char* kMessage = "Subject: one\r\n\r\nbody\r\n";
 constexpr const char* kKept = "Subject: one\r\nX-CV-BADMAIL: WORD, text\r\n\r\nbody\r\n";
 
-class BadMailTest : public SettingsFixture {
+class BadMailTest : public QueueFixture {
  protected:
   BadMailTest() {
     Set("Bad Mail Directory", Bad());
-    SetText(message_.MessageID, kName);
-    SetText(message_.Connector, "SF");
     Prepare();
   }
   void Prepare() const {
@@ -31,10 +28,9 @@ class BadMailTest : public SettingsFixture {
     fs::remove_all(Bad());
     fs::create_directories(Queue() + "/Messages");
     fs::create_directories(Bad() + "/Messages");
-    WriteBytes(Queue() + "/" + kName, kCommand);
-    WriteBytes(Queue() + "/Messages/" + kName, kMessage);
+    WriteBytes(CommandFile(), kCommand);
+    WriteBytes(MessageFile(), kMessage);
   }
-  [[nodiscard]] std::string Queue() const { return Directory() / "SF/Outgoing"; }
   [[nodiscard]] std::string Bad() const { return Directory() / "badmail"; }
   void Move() { EXPECT_EQ(SystemOutboundMoveToBadMail(Queue(), message_, "WORD, text"), 1); }
   void ExpectPair(const std::string& directory, const std::string& message,
@@ -42,8 +38,6 @@ class BadMailTest : public SettingsFixture {
     EXPECT_EQ(ReadBytes(directory + "/" + name), message.empty() ? "" : kCommand);
     EXPECT_EQ(ReadBytes(directory + "/Messages/" + name), message);
   }
-
-  ConnectorMessage message_;
 };
 
 TEST_F(BadMailTest, MovesBothFilesAndSaysWhy) {
@@ -77,7 +71,7 @@ TEST_F(BadMailTest, WithoutOverwriteTheNewOneTakesANewName) {
 }
 
 TEST_F(BadMailTest, AMessageWithoutItsFileLeavesNothingThere) {
-  fs::remove(Queue() + "/Messages/" + kName);
+  fs::remove(MessageFile());
   Move();
   EXPECT_FALSE(fs::exists(Bad() + "/" + kName));
   EXPECT_FALSE(message_.KeepInQueue) << "there is nothing to keep";
@@ -121,8 +115,8 @@ TEST_F(BadMailTest, FaultsLoseNothing) {
         const std::string kept = ReadBytes(Bad() + "/Messages/" + kName);
         const bool inBad =
             ReadBytes(Bad() + "/" + kName) == kCommand && (kept == kKept || kept == kMessage);
-        const bool inQueue = ReadBytes(Queue() + "/" + kName) == kCommand &&
-                             ReadBytes(Queue() + "/Messages/" + kName) == kMessage;
+        const bool inQueue =
+            ReadBytes(CommandFile()) == kCommand && ReadBytes(MessageFile()) == kMessage;
         EXPECT_TRUE(inBad || inQueue);
         if (!message_.KeepInQueue) return;
         EXPECT_FALSE(fs::exists(Bad() + "/" + kName)) << "no half of it there";
@@ -131,18 +125,18 @@ TEST_F(BadMailTest, FaultsLoseNothing) {
 }
 
 TEST_F(BadMailTest, TheConsoleSaysWhyAHeaderIsNotSet) {
-  const std::string path = Queue() + "/Messages/" + kName;
   const auto told = [&] {
     testing::internal::CaptureStdout();
-    EXPECT_FALSE(SetMessageFileHeader(path, "X-Why", "new", false));
-    EXPECT_EQ(ReadBytes(path), kMessage);
+    EXPECT_FALSE(SetMessageFileHeader(MessageFile(), "X-Why", "new", false));
+    EXPECT_EQ(ReadBytes(MessageFile()), kMessage);
     return testing::internal::GetCapturedStdout();
   };
   platform::ArmFault({.error = platform::kErrorAccessDenied});
   EXPECT_EQ(told(), "Error: Could not open message file for writing. Error Code: 5\r\n");
   platform::DisarmFault();
-  const auto held = platform::File::Open(path, platform::Access::kRead, platform::kShareRead,
-                                         platform::Disposition::kOpenExisting);
+  const auto held =
+      platform::File::Open(MessageFile(), platform::Access::kRead, platform::kShareRead,
+                           platform::Disposition::kOpenExisting);
   EXPECT_EQ(told(),
             "Could not remove original copy of message file. Check if file has readonly set or if "
             "there are permissions issues\r\n");
