@@ -192,22 +192,19 @@ TEST_F(BounceTest, LoopsEndInBadMail) {
     EXPECT_TRUE(InBadMail()) << sender;
     EXPECT_EQ(Command(), "") << sender;
   }
-  const struct {
-    std::string head;
-    bool loop;
-  } rows[] = {
+  const std::pair<std::string, bool> rows[] = {
       {"AUTO-SUBMITTED:   auto-Replied\r\n", true},
       {"Auto-Submitted: auto-generated\r\n", false},
       {"Auto-Submitted: auto-replied (away)\r\n", false},
       {"\r\nAuto-Submitted: auto-replied\r\n", false},
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.head);
+  for (const auto& [head, loop] : rows) {
+    SCOPED_TRACE(head);
     Prepare();
-    WriteBytes(MessageFile(), "A: 1\r\n" + row.head + kMessage);
+    WriteBytes(MessageFile(), "A: 1\r\n" + head + kMessage);
     EXPECT_EQ(Bounce(), 1);
-    EXPECT_EQ(InBadMail(), row.loop);
-    EXPECT_EQ(Command().empty(), row.loop);
+    EXPECT_EQ(InBadMail(), loop);
+    EXPECT_EQ(Command().empty(), loop);
   }
 }
 

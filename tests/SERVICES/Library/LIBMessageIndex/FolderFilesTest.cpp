@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <utility>
 
 #include "SERVICES/Library/LIBMessageIndex/FolderBrand.h"
 #include "SERVICES/Library/LIBMessageIndex/FolderDetailsFile.h"
@@ -19,17 +20,14 @@ class FolderFilesTest : public MessageFixture {
 };
 
 TEST_F(FolderFilesTest, BrandIsWhenTheFolderWasMade) {
-  const struct {
-    std::int64_t created;
-    std::uint32_t brand;
-  } cases[] = {
+  const std::pair<std::int64_t, std::uint32_t> cases[] = {
       {1'396'310'401, 1'396'310'401U},
       {1'700'000'000, 1'700'000'000U},
       {1'396'310'400, 0x53204000U},  // 130,407,840,000,000,000 in 100 ns, its low half
   };
-  for (const auto& row : cases) {
-    ASSERT_TRUE(platform::SetCreationTime(Folder(), row.created));
-    EXPECT_EQ(FolderBrand(Folder()), row.brand) << row.created;
+  for (const auto& [created, brand] : cases) {
+    ASSERT_TRUE(platform::SetCreationTime(Folder(), created));
+    EXPECT_EQ(FolderBrand(Folder()), brand) << created;
   }
   EXPECT_EQ(FolderBrand(Folder() + "/none"), 0U);
 }

@@ -82,11 +82,8 @@ class Model : public MailFolder {
   // The file, read whole, holds what the map holds, and is sound.
   void Compare() {
     StoreIndex store(MessageIndexFiles());
-    IndexLoad load;
-    load.store = &store;
-    load.path = folder_;
-    load.useChangeFlag = false;
-    ASSERT_TRUE(store.Index.Load(load));
+    ASSERT_TRUE(store.Index.Load(
+        {.store = &store, .path = folder_, .keyFilter = {}, .useChangeFlag = false}));
     std::map<std::string, std::string> found;
     for (const auto* item : store.Index.Sequence) {
       found[item->GetText("ID")] = item->GetText("SUBJECT") + "|" + item->GetText("FLAGSTATUS");

@@ -105,7 +105,7 @@ TEST_F(Recovery, WithoutABackupTheFileIsPutAside) {
   WriteIndex("torn");
   StoreIndex store(&files_);
   EXPECT_FALSE(Load(&store, kAllProperties, {}, 0, false, true));
-  EXPECT_PRED2(Holds, events_.back(),
+  EXPECT_PRED2(Holds, heard_.all.back().text,
                ". Unable to find recovery index. Recovering Index (there may be "
                "some flag loss)\n");
   EXPECT_FALSE(platform::FileExists(index_));
@@ -132,12 +132,12 @@ TEST_F(Recovery, GroupsNeverTouchTheBackupOfContacts) {
     WriteBytes(folder_ + name, std::string("torn") + name);
   }
   StoreIndex store(&files_);
-  IndexLoad load;
-  load.store = &store;
-  load.path = folder_;
-  load.messageClass = kClassGroups;
-  load.forceRescan = load.recover = true;
-  EXPECT_TRUE(store.Index.Load(load));
+  EXPECT_TRUE(store.Index.Load({.store = &store,
+                                .path = folder_,
+                                .messageClass = kClassGroups,
+                                .keyFilter = {},
+                                .forceRescan = true,
+                                .recover = true}));
   EXPECT_EQ(IndexText(), "torn/_index.xml");
   EXPECT_FALSE(Backup(".bad"));
   EXPECT_EQ(ReadBytes(folder_ + "/_groups.xml"), IndexOf("x00000000", ""));

@@ -49,14 +49,12 @@ TEST_F(StreamReader, ReadsEveryFormAsFarAsItIsAsked) {
     EXPECT_EQ(Items(store), c.items);
     EXPECT_EQ(store.Index.FullRewrite, c.rewrites);
   }
-  EXPECT_TRUE(events_.empty());
+  EXPECT_TRUE(heard_.all.empty());
 }
 
 const std::string kHead = "<BASEELEMENT LASTUID=\"x00000002\">";
 const std::string kTail = "</BASEELEMENT>\r\n";
-const struct {
-  std::string file, message;
-} kMalformed[] = {
+const std::pair<std::string, std::string> kMalformed[] = {
     {"</BASEELEMENT>" + kHead + kTail,
      "Encountered root element end tag before root element start tag"},
     {kHead + kTail + kTail,
@@ -102,23 +100,23 @@ const struct {
 };
 
 TEST_F(StreamReader, TellsTheFirstThingThatIsWrong) {
-  for (const auto& c : kMalformed) {
-    WriteIndex(c.file);
-    events_.clear();
+  for (const auto& [file, message] : kMalformed) {
+    WriteIndex(file);
+    heard_.all.clear();
     StoreIndex store(&files_);
-    EXPECT_FALSE(Load(&store, kAllProperties, {}, 0, false, true)) << c.message;
-    EXPECT_EQ(store.Index.ItemCount(), 0U) << c.message;
-    EXPECT_EQ(IndexText(), c.file) << "without backups nothing is put aside";
-    ASSERT_EQ(events_.size(), 2U) << c.message;
-    EXPECT_PRED2(Holds, events_[0],
-                 "] Malformed index detected: " + c.message + " (" + folder_ + ")\n");
-    EXPECT_PRED2(Holds, events_[1], "Failed to deserialise index: " + folder_ + ".");
+    EXPECT_FALSE(Load(&store, kAllProperties, {}, 0, false, true)) << message;
+    EXPECT_EQ(store.Index.ItemCount(), 0U) << message;
+    EXPECT_EQ(IndexText(), file) << "without backups nothing is put aside";
+    ASSERT_EQ(heard_.all.size(), 2U) << message;
+    EXPECT_PRED2(Holds, heard_.all[0].text,
+                 "] Malformed index detected: " + message + " (" + folder_ + ")\n");
+    EXPECT_PRED2(Holds, heard_.all[1].text, "Failed to deserialise index: " + folder_ + ".");
   }
   WriteIndex("");
   StoreIndex quiet(&files_);
-  events_.clear();
+  heard_.all.clear();
   EXPECT_FALSE(Load(&quiet, kAllProperties));
-  EXPECT_TRUE(events_.empty()) << "a quiet load tells the event log nothing";
+  EXPECT_TRUE(heard_.all.empty()) << "a quiet load tells the event log nothing";
 }
 
 // A disk that fails says nothing about the file.
@@ -197,8 +195,8 @@ TEST_F(StreamReader, AReaderWaitsForAWriter) {
   StoreIndex store(&files_);
   EXPECT_FALSE(Load(&store, kAllProperties, {}, 0, false, true));
   EXPECT_EQ(Clock().Slept(), 20 * 2000);
-  ASSERT_FALSE(events_.empty());
-  EXPECT_PRED2(Holds, events_[0], "Failed to open index ");
+  ASSERT_FALSE(heard_.all.empty());
+  EXPECT_PRED2(Holds, heard_.all[0].text, "Failed to open index ");
   EXPECT_TRUE(held.IsOpen());
 }
 

@@ -112,8 +112,8 @@ TEST_F(StreamWriter, AChangeKeepsEverythingThatWasNotLoaded) {
     EXPECT_PRED2(Holds, ItemsOnDisk(), std::string(c.changed) + "=again");
     EXPECT_EQ(std::count(expected.begin(), expected.end(), '='), 5);
   }
-  ASSERT_EQ(events_.size(), 1U);
-  EXPECT_PRED2(Holds, events_[0],
+  ASSERT_EQ(heard_.all.size(), 1U);
+  EXPECT_PRED2(Holds, heard_.all[0].text,
                "Corrupting index " + folder_ +
                    "\\_index.xml. Item size for a has "
                    "grown so much that the gap will overflow the next item.");
@@ -181,8 +181,8 @@ TEST_F(StreamWriter, AForeignChangeIsRefusedOrOverwritten) {
   SetSubject(&whole, "a", "mine");
   WriteIndex(IndexOf("x00000005", Element("a", 1, "foreign")));
   EXPECT_FALSE(Save(&part));
-  ASSERT_FALSE(events_.empty());
-  EXPECT_PRED2(Holds, events_[0], "Index was not fully loaded: aborting save.");
+  ASSERT_FALSE(heard_.all.empty());
+  EXPECT_PRED2(Holds, heard_.all[0].text, "Index was not fully loaded: aborting save.");
   EXPECT_EQ(ItemsOnDisk(), "a=foreign ");
   EXPECT_TRUE(Save(&whole));
   EXPECT_EQ(ItemsOnDisk(), "a=mine b=old c=old d=old e=old ");
@@ -195,8 +195,8 @@ TEST_F(StreamWriter, WhatIsNotWhereItShouldBeIsNotWrittenOver) {
   store.Index.ByID.Find("b")->SetLength(store.Index.ByID.Find("b")->GetLength() + 3);
   SetSubject(&store, "b", "new");
   EXPECT_TRUE(Save(&store));
-  ASSERT_FALSE(events_.empty());
-  EXPECT_PRED2(Holds, events_[0],
+  ASSERT_FALSE(heard_.all.empty());
+  EXPECT_PRED2(Holds, heard_.all[0].text,
                "Corrupting index " + folder_ + "\\_index.xml" +
                    ". Gap after b does not start at the start of an element.");
   EXPECT_EQ(ItemsOnDisk(), "a=old b=new c=old d=old e=old ");
@@ -261,8 +261,8 @@ TEST_F(StreamWriter, ItSaysWhyItCouldNotWrite) {
                                          platform::Disposition::kOpenExisting);
   EXPECT_FALSE(Save(&store));
   EXPECT_EQ(Clock().Slept(), 20 * 2000);
-  ASSERT_FALSE(events_.empty());
-  EXPECT_PRED2(Holds, events_[0], "was retried for 40 seconds");
+  ASSERT_FALSE(heard_.all.empty());
+  EXPECT_PRED2(Holds, heard_.all[0].text, "was retried for 40 seconds");
   EXPECT_EQ(store.Index.FirstModifiedUID, 1U) << "still to be written";
 }
 

@@ -113,18 +113,15 @@ TEST_F(MutexTest, FailedUnlockThrowsUnlessAnotherExceptionIsUnderWay) {
 }
 
 TEST(Exception, DescriptionHoldsWhatIsPresent) {
-  const struct {
-    Exception exception;
-    const char* description;
-  } cases[] = {
+  const std::pair<Exception, const char*> cases[] = {
       {Exception("text"), "text"},
       {Exception("text", "file"), "text (file)"},
       {Exception("text", "file", 12), "text (file:12)"},
       {Exception("", "file", 12), "(file:12)"},
       {Exception("text", "", 12), "text (:12)"},
   };
-  for (const auto& row : cases) {
-    EXPECT_EQ(row.exception.description(), row.description);
+  for (const auto& [exception, description] : cases) {
+    EXPECT_EQ(exception.description(), description);
   }
 }
 
