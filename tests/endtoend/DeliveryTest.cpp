@@ -1,12 +1,11 @@
 // A message from the queue into a mailbox, by the real programs.
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <csignal>
 #include <filesystem>
 #include <string>
 
 #include "tests/endtoend/Installation.h"
+#include "tests/support/Corpus.h"
 
 namespace corvane::test {
 namespace {
@@ -47,14 +46,11 @@ std::string Completed(const std::string& message) {
 
 // All real messages, byte for byte but for the Return-Path line.
 TEST(DeliveryTest, RealMessagesArriveAsTheyWere) {
-  const char* named = std::getenv("CORVANE_CORPUS");
-  const fs::path corpus =
-      fs::path(named != nullptr ? named : CORVANE_SOURCE_DIR "/../shared/corpus") / "messages";
-  if (!fs::is_directory(corpus)) GTEST_SKIP() << "no corpus at " << corpus;
+  if (CorpusFolder().empty()) GTEST_SKIP() << "no corpus; CORVANE_CORPUS names its folder";
   const Installation installation;
   installation.AddMailboxes("box", 5);
   std::vector<std::pair<std::string, std::string>> sent;  // name, source
-  for (const auto& entry : fs::directory_iterator(corpus)) {
+  for (const auto& entry : fs::directory_iterator(CorpusFolder() / "messages")) {
     const std::string mailbox = "acme/box" + std::to_string(sent.size() % 5);
     std::string name = installation.MustCvctl({"queue", "submit", entry.path().string(), "--from",
                                                "corpus-test@example.net", "--to", mailbox});

@@ -1,7 +1,6 @@
 // What the indexer keeps of a folder beside its index: brand, counts, stylesheets.
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <utility>
 
 #include "SERVICES/Library/LIBMessageIndex/FolderBrand.h"

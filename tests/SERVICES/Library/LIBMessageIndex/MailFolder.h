@@ -2,7 +2,6 @@
 #pragma once
 
 #include <string>
-#include <string_view>
 
 #include "SERVICES/Library/LIBMessageIndex/FolderScan.h"
 #include "SERVICES/Library/LIBMessageIndex/MessageIndexFiles.h"
