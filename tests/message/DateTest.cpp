@@ -57,6 +57,15 @@ TEST(ParseMessageDate, Cases) {
   }
 }
 
+// "yyyy-mm-dd hh:mm:ss", with another sign in the middle if need be.
+std::string Show(const CalendarTime& t, char between = ' ') {
+  char text[64];
+  std::snprintf(text, sizeof(text), "%04d-%02d-%02d%c%02d:%02d:%02d", t.year, t.month, t.day,
+                between, t.hour, t.minute, t.second);
+  return text;
+}
+std::string ShowFileTime(FileTime time) { return Show(FromSeconds(FileTimeToSeconds(time))); }
+
 TEST(FormatMessageDate, IsLocalTimeWithItsZone) {
   const struct {
     const char* zone;
@@ -80,21 +89,8 @@ TEST(FormatMessageDate, IsLocalTimeWithItsZone) {
     EXPECT_EQ(date, c.date);
     std::string utc;
     EXPECT_TRUE(ParseMessageDate(date + " ", utc));
-    CalendarTime time = FromSeconds(c.now);
-    char expected[64];
-    std::snprintf(expected, sizeof(expected), "%04d-%02d-%02dT%02d:%02d:%02d", time.year,
-                  time.month, time.day, time.hour, time.minute, time.second);
-    EXPECT_EQ(utc, expected);
+    EXPECT_EQ(utc, Show(FromSeconds(c.now), 'T'));
   }
-}
-
-// "yyyy-mm-dd hh:mm:ss" of a file time.
-std::string Show(FileTime fileTime) {
-  CalendarTime t = FromSeconds(FileTimeToSeconds(fileTime));
-  char text[64];
-  std::snprintf(text, sizeof(text), "%04d-%02d-%02d %02d:%02d:%02d", t.year, t.month, t.day, t.hour,
-                t.minute, t.second);
-  return text;
 }
 
 TEST(ParseCompactDate, Cases) {
@@ -110,7 +106,7 @@ TEST(ParseCompactDate, Cases) {
   for (const DateCase& c : kCases) {
     FileTime time = 0;
     bool result = ParseCompactDate(c.text, time);
-    EXPECT_EQ(result ? Show(time) : "", c.result) << c.name;
+    EXPECT_EQ(result ? ShowFileTime(time) : "", c.result) << c.name;
   }
 }
 
@@ -141,7 +137,7 @@ TEST(ParseCalendarDate, Cases) {
   for (const auto& c : kCases) {
     FileTime time = 0;
     bool result = ParseCalendarDate(c.text, time, c.zone, c.invert);
-    EXPECT_EQ(result ? Show(time) : "", c.result) << c.name;
+    EXPECT_EQ(result ? ShowFileTime(time) : "", c.result) << c.name;
   }
 }
 

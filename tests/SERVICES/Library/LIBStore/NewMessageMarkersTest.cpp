@@ -164,9 +164,7 @@ TEST_F(NewMessageMarkersTest, NobodyLosesACount) {
   for (int i = 0; i < kPrograms; ++i) programs.push_back(std::make_unique<ChildProcess>(work));
   std::vector<std::thread> asking;
   std::atomic<int> total = 0;
-  for (auto& program : programs) {
-    asking.emplace_back([&] { total += program->Ask(0); });
-  }
+  for (auto& program : programs) asking.emplace_back([&] { total += program->Ask(0); });
   for (std::thread& thread : asking) thread.join();
   while (!programs.empty()) programs.pop_back();  // a later one holds the ends of the earlier
   EXPECT_EQ(total + Take(), kPrograms * kWriters * kMessages);
