@@ -28,10 +28,7 @@ const struct {
     {"UnknownCharsetKeepsBytes", "=?x-none?Q?caf=C3=A9?=", "caf\xC3\xA9"},
     {"UnknownCharsetWithLatinBytes", "=?x-none?Q?caf=E9?=", "caf\xC3\xA9"},
     {"BadBase64StandsAsItIs", "=?utf-8?B?a!b==?=", "a!b=="},
-    {"EmptyWord",
-     "a=?utf-8?Q?"
-     "?=b",
-     "ab"},
+    {"EmptyWord", "a=?utf-8?Q?\?=b", "ab"},
     {"WordWithoutEnd", "=?utf-8?Q?abc def", "abc def"},
     {"EqualsAtTheStartOfAWord", "=?utf-8?Q?=41=42?=", "AB"},
     {"TextAround", "Re: =?utf-8?Q?=C3=A4?= (was: x)", "Re: \xC3\xA4 (was: x)"},

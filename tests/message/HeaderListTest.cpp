@@ -117,26 +117,20 @@ TEST(HeaderList, Serialises) {
   const std::string kLong(90, 'x');
   const struct {
     const char* name;
-    std::string_view header;
-    std::string value;
-    std::string_view text;
+    std::string header, value, text;
   } kWrites[] = {
       {"Short", "A", "b c", "A: b c"},
       {"FoldedAtTheLastBlank", "A", std::string(70, 'a') + " bbb cccc d",
-       "A: aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaa bbb\r\n cccc d"},
+       "A: " + std::string(70, 'a') + " bbb\r\n cccc d"},
       {"CutWithoutABlank", "A", kLong,
-       "A: \r\n xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx\r\n"
-       " xxxxxxxxxxxxxx"},
+       "A: \r\n " + kLong.substr(0, 76) + "\r\n " + kLong.substr(76)},
       {"TypeIsCutAtBlanksOnly", "Content-Type", kLong + " y",
-       "Content-Type: \r\n "
-       "xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx"
-       "\r\n y"},
+       "Content-Type: \r\n " + kLong + "\r\n y"},
       {"EachWordIsEncodedAlone", "A", "a \xC3\xA9 \xC3\xA4_? b  \xC3\xA9",
        "A: a =?UTF-8?Q?=C3=A9?= =?UTF-8?Q?=C3=A4=5F=3F?= b  =?UTF-8?Q?=C3=A9?="},
       {"LineEndsInAValueBeginNoHeader", "A", "b\r\nBcc: c\n", "A: b  Bcc: c "},
       {"LongNameTakesALineOfItsOwn", "A-Name-That-Is-Rather-Long", std::string(60, 'a'),
-       "A-Name-That-Is-Rather-Long: \r\n "
-       "aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaa"},
+       "A-Name-That-Is-Rather-Long: \r\n " + std::string(60, 'a')},
   };
   for (const auto& c : kWrites) {
     HeaderList list;

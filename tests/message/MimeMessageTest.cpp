@@ -174,10 +174,7 @@ const struct {
     {"NameInPieces", "Content-Type: a/b; name*0*=utf-8''%C3; name*1*=%A9; name*3=x", "", "\xC3\xA9",
      "\xC3\xA9"},
     {"NamePiecesWithWords", "Content-Type: a/b; name*0=\"=?utf-8?Q?=C3=A9?=\"; name*1=%41", "",
-     "\xC3\xA9"
-     "A",
-     "\xC3\xA9"
-     "A"},
+     "\u00E9A", "\u00E9A"},
     {"BlankInAnUnquotedName", "Content-Type: a/b; name=my file.txt ; x=y", "", "my file.txt",
      "my file.txt"},
 };
