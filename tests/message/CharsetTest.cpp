@@ -90,8 +90,7 @@ TEST(CodePages, EveryPageOfTheWholeTableConvertsButTheFiveThatNobodyHas) {
 }
 
 const struct {
-  const char* name;
-  std::string_view from, bytes, to;
+  std::string_view name, from, bytes, to;
   bool result;
   std::string_view text;
 } kRecodes[] = {

@@ -14,8 +14,7 @@ namespace corvane::test {
 namespace {
 
 struct DateCase {
-  const char* name;
-  std::string_view text;
+  std::string_view name, text;
   std::string_view result;  // empty: a failure
 };
 const DateCase kDates[] = {
@@ -112,8 +111,7 @@ TEST(ParseCompactDate, Cases) {
 
 TEST(ParseCalendarDate, Cases) {
   const struct {
-    const char* name;
-    std::string_view text, zone;
+    std::string_view name, text, zone;
     bool invert;
     std::string_view result;
   } kCases[] = {

@@ -8,8 +8,7 @@ namespace corvane {
 namespace {
 
 const struct {
-  const char* name;
-  std::string_view text, result;
+  std::string_view name, text, result;
 } kWords[] = {
     {"PlainText", "just text", "just text"},
     {"LeadingWhiteSpaceGoes", "\r\n  text ", "text "},

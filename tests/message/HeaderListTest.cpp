@@ -116,8 +116,7 @@ TEST(HeaderList, Parameters) {
 TEST(HeaderList, Serialises) {
   const std::string kLong(90, 'x');
   const struct {
-    const char* name;
-    std::string header, value, text;
+    std::string name, header, value, text;
   } kWrites[] = {
       {"Short", "A", "b c", "A: b c"},
       {"FoldedAtTheLastBlank", "A", std::string(70, 'a') + " bbb cccc d",

@@ -8,8 +8,7 @@ namespace {
 
 TEST(FindHeaderInText, Cases) {
   const struct {
-    const char* name;
-    std::string_view text, lineEnd;
+    std::string_view name, text, lineEnd;
     bool stopAtSemicolon, found;
     std::string_view value;
   } kFinds[] = {
@@ -36,8 +35,7 @@ TEST(FindHeaderInText, Cases) {
 
 TEST(AddHeaderToText, Cases) {
   const struct {
-    const char* name;
-    std::string text;
+    std::string name, text;
     bool inHeaderOnly;
     std::string_view result;
   } kAdds[] = {
@@ -61,8 +59,7 @@ TEST(AddHeaderToText, Cases) {
 
 TEST(RemoveHeaderFromText, Cases) {
   const struct {
-    const char* name;
-    std::string_view text;
+    std::string_view name, text;
     bool wholeText, removed;
     std::string_view result;
   } kRemoves[] = {

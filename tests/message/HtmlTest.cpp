@@ -7,8 +7,7 @@ namespace corvane {
 namespace {
 
 const struct {
-  const char* name;
-  std::string_view html, text;
+  std::string_view name, html, text;
 } kStrips[] = {
     {"ParagraphIsALineEnd", "<p>Hello", "\r\nHello"},
     {"ParagraphWithAttributes", "a<P class=x>b", "a\r\nb"},

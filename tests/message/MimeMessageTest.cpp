@@ -38,8 +38,7 @@ std::string Show(const MimeMessage& message) {
 
 constexpr std::string_view kMixed = "Content-Type: multipart/mixed; boundary=b\n\n";
 const struct {
-  const char* name;
-  std::string_view text;  // LF stands for CR LF
+  std::string_view name, text;  // LF stands for CR LF
   bool complete;
   std::string_view parts;  // the same
 } kParts[] = {
@@ -153,8 +152,7 @@ TEST(MimeMessage, PartFields) {
 }
 
 const struct {
-  const char* name;
-  std::string headers;
+  std::string name, headers;
   std::string_view filename, partName, displayName;
 } kNames[] = {
     {"NoName", "Content-Disposition: attachment", "", "", ""},
@@ -278,8 +276,7 @@ TEST(MimeMessage, BodyThatDoesNotDecodeStays) {
 
 TEST(TranscodeBody, Cases) {
   const struct {
-    const char* name;
-    std::string body;
+    std::string name, body;
     const char *from, *to;
     bool result;
     std::string_view after;

@@ -10,8 +10,7 @@ namespace corvane::test {
 namespace {
 
 const struct {
-  const char* name;
-  std::string_view text, result;
+  std::string_view name, text, result;
   bool underscoreIsBlank = false;
 } kQuotedPrintable[] = {
     {"HexOfEitherCase", "=c3=A9.", "\xC3\xA9."},
@@ -79,8 +78,7 @@ TEST(QuotedPrintable, EverythingComesBack) {
 }
 
 const struct {
-  const char* name;
-  std::string_view text;
+  std::string_view name, text;
   bool result;
   std::string_view bytes;
 } kBase64[] = {

@@ -30,8 +30,7 @@ TEST_F(CopyWithReceivedLineTest, PutsTheLineFirstAndKeepsTheText) {
   using std::string_literals::operator""s;
   const std::string longLine(9000, 'x');
   const struct {
-    const char* name;
-    std::string source, copy;
+    std::string name, source, copy;
   } cases[] = {
       {"Usual", "A: 1\r\n\r\nbody\r\n", "A: 1\r\n\r\nbody\r\n"},
       {"LfBecomesCrLf", "A: 1\n\nbody\n", "A: 1\r\n\r\nbody\r\n"},

@@ -158,8 +158,7 @@ TEST_F(InboundQueueTest, ReadsOneHeaderOfAFile) {
   std::string elevenLines;
   for (int i = 0; i < 11; ++i) elevenLines += "A: 1\n";
   const struct {
-    const char* name;
-    std::string text;
+    std::string name, text;
     bool found;
     std::string value;
   } cases[] = {

@@ -26,8 +26,7 @@ class OutgoingClaimTest : public QueueFixture {
 // The virtual clock of the fixture stands at 1,700,000,000.
 const std::string kLong = "Recipients=" + std::string(30'000, 'r') + "\r\n";
 const struct {
-  const char* name;
-  std::string before;
+  std::string name, before;
   std::int32_t result;
   std::string after;
 } kClaims[] = {

@@ -26,8 +26,7 @@ std::string SixtyLines() {
 const char* const kFresh = "TimeAcquired=1700000000\r\n";
 
 const struct {
-  const char* name;
-  std::string before;
+  std::string name, before;
   std::int32_t result;
   std::string after;
 } kCases[] = {

@@ -19,8 +19,7 @@ class SetMessageHeaderTest : public QueueFixture {
 };
 
 const struct {
-  const char* name;
-  std::string before, after;
+  std::string name, before, after;
 } kCases[] = {
     {"AddedBeforeTheBlankLine", "A: 1\r\n\r\nbody", "A: 1\r\nReturn-Path: <a@b>\r\n\r\nbody"},
     {"BlankLineKeepsItsEnd", "A: 1\n\nbody\n", "A: 1\nReturn-Path: <a@b>\r\n\nbody\n"},

@@ -144,8 +144,7 @@ TEST_F(BadMailTest, TheConsoleSaysWhyAHeaderIsNotSet) {
 
 TEST_F(BadMailTest, SetsAHeaderOfAnyFile) {
   const struct {
-    const char* name;
-    std::string before, after;
+    std::string name, before, after;
   } cases[] = {
       {"replaced, without a blank too", "A: 1\r\nx-why:old\r\n\r\nb",
        "A: 1\r\nX-Why: new\r\n\r\nb"},

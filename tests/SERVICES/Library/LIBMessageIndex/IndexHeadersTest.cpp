@@ -30,8 +30,7 @@ class IndexHeadersTest : public MessageFixture {
 };
 
 struct RewriteCase {
-  const char* name;
-  std::string_view before;
+  std::string_view name, before;
   RewriteResult (*rewrite)(std::string_view folder, std::string_view file);
   std::string_view after;
 };

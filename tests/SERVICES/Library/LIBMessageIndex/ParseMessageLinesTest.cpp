@@ -68,8 +68,7 @@ TEST_F(ParseMessageLinesTest, EveryRuleHolds) {
 }
 
 const struct {
-  const char* name;
-  std::string_view message;
+  std::string_view name, message;
   std::uint32_t claimed;          // attachmentMode 0
   std::uint32_t verified;         // attachmentMode 2
   std::uint32_t alternative = 2;  // attachmentMode 0 with the setting, if it differs

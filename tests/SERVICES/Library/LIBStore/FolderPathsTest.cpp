@@ -155,8 +155,7 @@ TEST_F(FolderPathsTest, ANewDirectoryIsShownToItsParent) {
   fs::create_directories(Directory() / "FILEROOT/anna");
   fs::create_directories(Directory() / "elsewhere");
   const struct {
-    const char* name;
-    std::string path;  // below the test's directory
+    std::string name, path;  // below the test's directory
     std::int32_t error;
     bool flagged;  // the parent gets _FOLDER.DTY
   } cases[] = {

@@ -24,8 +24,7 @@ TEST(IndexFormat, LastUidHasThreeForms) {
 }
 
 const struct {
-  const char* name;
-  std::string value;
+  std::string name, value;
   bool validUtf8;
   std::string stored, readBack;
 } kValues[] = {

@@ -10,8 +10,7 @@ class StreamReader : public IndexFixture {};
 
 const std::string kTwo = Element("a", 1, "one") + Element("b", 2, "two");
 const struct {
-  const char* name;
-  std::string file;
+  std::string name, file;
   std::int32_t level, state;
   std::uint32_t lastUid;
   std::string items;

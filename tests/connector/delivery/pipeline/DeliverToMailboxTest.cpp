@@ -24,8 +24,7 @@ std::string Exceeded(const std::string& rest) {
 constexpr const char* kPlain = "MailboxGet * 1 Status=1";
 
 struct MailboxCase {
-  const char* name;
-  std::string told, files;
+  std::string name, told, files;
   const char* answers = kPlain;
   Arrangement arrange = {};
 };

@@ -24,8 +24,7 @@ constexpr const char* kRefused =
     "> NDR ITEM The mailbox is not available on this system\n";
 
 struct RecipientCase {
-  const char* name;
-  std::string item;
+  std::string name, item;
   const char* answers;
   std::int32_t result;
   std::string told;

@@ -9,8 +9,7 @@ namespace corvane::test {
 namespace {
 
 struct FolderCase {
-  const char* name;
-  std::string told;  // up to the audit entry of the delivery, at log level 9
+  std::string name, told;  // up to the audit entry of the delivery, at log level 9
   const char* folder;
   Arrangement arrange = {};
   const char* options = "";
