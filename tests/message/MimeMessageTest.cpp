@@ -38,7 +38,8 @@ std::string Show(const MimeMessage& message) {
 
 constexpr std::string_view kMixed = "Content-Type: multipart/mixed; boundary=b\n\n";
 const struct {
-  std::string_view name, text;  // LF stands for CR LF
+  const char* name;
+  std::string_view text;  // LF stands for CR LF
   bool complete;
   std::string_view parts;  // the same
 } kParts[] = {

@@ -87,8 +87,7 @@ std::string AsShown(std::string_view value) {
 // A fold costs no blank. A value that begins on a line of its own has a blank in front for this
 // reader.
 TEST_F(OtherReaders, GetTheHeadersThatSerialiseWrites) {
-  std::string manyWords;
-  std::string manyAccents;
+  std::string manyWords, manyAccents;
   for (int i = 0; i < 40; ++i) {
     manyWords += (i == 0 ? "word" : " word") + std::to_string(i);
     manyAccents += (i % 3 == 0 ? " plain" : " \xC3\xA9t\xC3\xA9") + std::to_string(i);

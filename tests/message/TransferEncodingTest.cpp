@@ -66,8 +66,7 @@ TEST(QuotedPrintable, EverythingComesBack) {
     std::string bytes = RandomBytes(seed, seed % 97 + 1);
     for (std::size_t limit : {0U, 1U, 4U, 72U}) {
       for (bool encodeLineEnds : {false, true}) {
-        std::string encoded;
-        std::string decoded;
+        std::string encoded, decoded;
         EncodeQuotedPrintable(bytes, encoded,
                               {.lineLimit = limit, .encodeLineEnds = encodeLineEnds});
         ASSERT_TRUE(DecodeQuotedPrintable(encoded, decoded));

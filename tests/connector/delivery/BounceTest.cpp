@@ -39,8 +39,7 @@ TEST(SmtpRouteTest, AddressesAndSourceRoutes) {
   };
   settings::Hold(settings::kLocalDomainName, "house.example");
   for (const auto& row : rows) {
-    std::string domain;
-    std::string out;
+    std::string domain, out;
     ResolveSmtpRoute(row.address, domain, out);
     EXPECT_EQ(domain, row.domain) << row.address;
     EXPECT_EQ(out, row.out) << row.address;

@@ -40,8 +40,7 @@ TEST_F(MessageIndexCorpusTest, BothReadersTakeEveryMessage) {
   std::size_t datesAlike = 0;
   for (const std::string& message : messages_) {
     SCOPED_TRACE(message);
-    MessageHeaders mime;
-    MessageHeaders lines;
+    MessageHeaders mime, lines;
     const bool headless = ReadBytes(message).find_first_of("\r\n") == 0;
     EXPECT_EQ(ParseMessageMime(message, mime), 1);
     EXPECT_EQ(ParseMessageLines(message, lines, true, false, kVerifyAttachments, false),

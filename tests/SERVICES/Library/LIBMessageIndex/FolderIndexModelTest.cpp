@@ -15,10 +15,7 @@ namespace {
 
 struct Combination {
   const char* name;
-  bool streamReader;
-  bool streamWriter;
-  bool oldFormat;
-  bool offsetCache;
+  bool streamReader, streamWriter, oldFormat, offsetCache;
 };
 const Combination kCombinations[] = {
     {"Streams", true, true, true, false},

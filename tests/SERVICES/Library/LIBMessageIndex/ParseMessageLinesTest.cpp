@@ -92,8 +92,7 @@ TEST_F(ParseMessageLinesTest, AttachmentsAreClaimedThenVerified) {
   for (const auto& row : kAttachments) {
     SCOPED_TRACE(row.name);
     Write(row.message);
-    MessageHeaders claimed;
-    MessageHeaders verified;
+    MessageHeaders claimed, verified;
     ASSERT_EQ(Parse(claimed, false, false, 0), 1);
     ASSERT_EQ(Parse(verified), 1);
     EXPECT_EQ(claimed.Attachments, row.claimed);

@@ -129,8 +129,7 @@ TEST_F(FolderPathsTest, ItemPathsMakeTheirDirectories) {
 
 TEST_F(FolderPathsTest, FolderNamesAreComparedBehindTheirSeparators) {
   const struct {
-    std::optional<std::string_view> a;
-    std::optional<std::string_view> b;
+    std::optional<std::string_view> a, b;
     bool same;
   } cases[] = {
       {"Inbox", "inbox", true},    {"\\Inbox", "/INBOX", true}, {"\\/\\a/b", "A\\B", true},
@@ -155,7 +154,8 @@ TEST_F(FolderPathsTest, ANewDirectoryIsShownToItsParent) {
   fs::create_directories(Directory() / "FILEROOT/anna");
   fs::create_directories(Directory() / "elsewhere");
   const struct {
-    std::string name, path;  // below the test's directory
+    const char* name;
+    std::string path;  // below the test's directory
     std::int32_t error;
     bool flagged;  // the parent gets _FOLDER.DTY
   } cases[] = {

@@ -165,8 +165,7 @@ TEST_F(StreamReader, ManyTombstonesMakeItReadWholeAndBeRewritten) {
 // Text of any length crosses the blocks that the file is read in.
 TEST_F(StreamReader, TextsAreReadAcrossBlocks) {
   Set("Index Read Cache Size", 0U);
-  std::string elements;
-  std::string items;
+  std::string elements, items;
   for (std::uint32_t uid = 1; uid <= 40; ++uid) {
     const std::string subject(uid * 997 % 12'000 + 1, static_cast<char>('a' + uid % 26));
     elements += Element("m" + std::to_string(uid), uid, subject);

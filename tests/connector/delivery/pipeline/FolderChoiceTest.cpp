@@ -9,7 +9,8 @@ namespace corvane::test {
 namespace {
 
 struct FolderCase {
-  std::string name, told;  // up to the audit entry of the delivery, at log level 9
+  const char* name;
+  std::string told;  // up to the audit entry of the delivery, at log level 9
   const char* folder;
   Arrangement arrange = {};
   const char* options = "";
