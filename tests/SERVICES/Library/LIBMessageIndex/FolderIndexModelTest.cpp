@@ -157,7 +157,7 @@ TEST_F(Model, AChangeThatIsCutShortLosesNoMessage) {
       SCOPED_TRACE(std::string(name) + " " + std::to_string(call));
       ASSERT_LT(call, 200U);
       prepare();
-      const int ended = RunInChild([&] {
+      const int ended = RunInChild([&, change = change] {
         platform::ArmFault({.number = call, .action = platform::FaultAction::kKill});
         change(folder_);
         return 0;
