@@ -12,14 +12,8 @@
 
 #include "tests/endtoend/Installation.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
-
-namespace fs = std::filesystem;
-using test::CommandFor;
-using test::Installation;
-using test::NameOf;
-using test::ReadBytes;
 
 const std::string kMessage = "Subject: one\r\n\r\nbody\r\n";
 
@@ -92,10 +86,10 @@ TEST(BadInputTest, LosesNothingAndStopsNothing) {
 }
 
 TEST(BadInputTest, WithoutItsSettingsTheConnectorSaysSo) {
-  const test::TemporaryDirectory directory;
-  test::BackgroundProgram connector({CORVANE_BINARY_DIR "/bin/CorvanePOConnector", "-debug"},
-                                    {{"CORVANE_SETTINGS", directory / "missing.db"}},
-                                    directory / "output.txt");
+  const TemporaryDirectory directory;
+  BackgroundProgram connector({CORVANE_BINARY_DIR "/bin/CorvanePOConnector", "-debug"},
+                              {{"CORVANE_SETTINGS", directory / "missing.db"}},
+                              directory / "output.txt");
   for (int i = 0; i < 250 && ReadBytes(directory / "output.txt").find("OutboundMessageQueue") ==
                                  std::string::npos;
        ++i) {
@@ -109,4 +103,4 @@ TEST(BadInputTest, WithoutItsSettingsTheConnectorSaysSo) {
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

@@ -1,22 +1,14 @@
 // A message from the queue into a mailbox, by the real programs.
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <csignal>
 #include <filesystem>
 #include <string>
 
 #include "tests/endtoend/Installation.h"
+#include "tests/support/Corpus.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
-
-namespace fs = std::filesystem;
-using test::CommandFor;
-using test::Installation;
-using test::NameOf;
-using test::ReadBytes;
-using test::WithoutReturnPath;
 
 const std::string kMessage = "From: a@b.example\r\nSubject: one\r\n\r\nbody\r\n";
 const std::string kDelivered =
@@ -54,14 +46,11 @@ std::string Completed(const std::string& message) {
 
 // All real messages, byte for byte but for the Return-Path line.
 TEST(DeliveryTest, RealMessagesArriveAsTheyWere) {
-  const char* named = std::getenv("CORVANE_CORPUS");
-  const fs::path corpus =
-      fs::path(named != nullptr ? named : CORVANE_SOURCE_DIR "/../shared/corpus") / "messages";
-  if (!fs::is_directory(corpus)) GTEST_SKIP() << "no corpus at " << corpus;
+  if (CorpusFolder().empty()) GTEST_SKIP() << "no corpus; CORVANE_CORPUS names its folder";
   const Installation installation;
   installation.AddMailboxes("box", 5);
   std::vector<std::pair<std::string, std::string>> sent;  // name, source
-  for (const auto& entry : fs::directory_iterator(corpus)) {
+  for (const auto& entry : fs::directory_iterator(CorpusFolder() / "messages")) {
     const std::string mailbox = "acme/box" + std::to_string(sent.size() % 5);
     std::string name = installation.MustCvctl({"queue", "submit", entry.path().string(), "--from",
                                                "corpus-test@example.net", "--to", mailbox});
@@ -80,4 +69,4 @@ TEST(DeliveryTest, RealMessagesArriveAsTheyWere) {
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

@@ -8,16 +8,8 @@
 #include "tests/endtoend/Installation.h"
 #include "tests/support/SmallDisk.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
-
-namespace fs = std::filesystem;
-using test::CommandFor;
-using test::Installation;
-using test::NameOf;
-using test::ReadBytes;
-using test::SmallDisk;
-using test::WithoutReturnPath;
 
 constexpr std::size_t kDiskBytes = 512 << 10;
 constexpr const char* kReason =
@@ -117,8 +109,8 @@ TEST_F(DiskTest, StoresThatCannotBeWrittenDoForDelivery) {
   ASSERT_FALSE(configuration.empty());
   const SmallDisk disk(kDiskBytes, config);
   if (!disk.IsMounted()) GTEST_SKIP() << "no right to mount";
-  test::WriteBytes(config + "/configuration.db", configuration);
-  test::WriteBytes(config + "/settings.db", settings);
+  WriteBytes(config + "/configuration.db", configuration);
+  WriteBytes(config + "/settings.db", settings);
   ASSERT_TRUE(disk.MakeReadOnly());
   installation_.UseSettings(config + "/settings.db");
   ExpectToArriveAtLast();
@@ -127,7 +119,7 @@ TEST_F(DiskTest, StoresThatCannotBeWrittenDoForDelivery) {
 TEST_F(DiskTest, MessagesWaitForAConfigurationStoreThatIsBack) {
   const std::string store = installation_.Path("config/configuration.db");
   fs::rename(store, installation_.Path("aside.db"));
-  test::WriteBytes(store, "this is no database");
+  WriteBytes(store, "this is no database");
   installation_.RunSweeps(1);
   EXPECT_TRUE(installation_.InQueue(NameOf(1)));
   fs::rename(installation_.Path("aside.db"), store);
@@ -143,4 +135,4 @@ TEST_F(DiskTest, WithoutItsDirectoriesNothingIsLost) {
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

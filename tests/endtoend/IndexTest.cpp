@@ -6,10 +6,8 @@
 
 #include "tests/endtoend/Installation.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
-
-namespace fs = std::filesystem;
 
 struct ModeCase {
   const char* name;
@@ -26,7 +24,7 @@ const ModeCase kModes[] = {
 TEST(IndexTest, EachModeLeavesASoundIndexOfAllThatWasDelivered) {
   for (const ModeCase& c : kModes) {
     SCOPED_TRACE(c.name);
-    const test::Installation installation;
+    const Installation installation;
     installation.AddMailboxes("box", 1);
     installation.Set(".", "Store Event Notification Mode", c.mode);
     installation.Set("CONNECTORS\\SF", "Index Files Enabled", "1");
@@ -35,13 +33,11 @@ TEST(IndexTest, EachModeLeavesASoundIndexOfAllThatWasDelivered) {
       installation.Set(".", name, c.streams ? "1" : "0");
     }
     for (unsigned number = 1; number <= 6; ++number) {
-      installation.PutRaw(test::NameOf(number),
-                          test::CommandFor(test::NameOf(number), "[SF:acme/box0]"),
+      installation.PutRaw(NameOf(number), CommandFor(NameOf(number), "[SF:acme/box0]"),
                           "Subject: message " + std::to_string(number) + "\r\n\r\nbody\r\n");
     }
     installation.RunUntilEmpty();
-    const std::string inbox =
-        fs::path(installation.MailboxFile("box0", test::NameOf(1))).parent_path();
+    const std::string inbox = fs::path(installation.MailboxFile("box0", NameOf(1))).parent_path();
     EXPECT_EQ(installation.Cvctl({"index", "check", inbox}).output, "sound\n");
     const std::string dump = installation.MustCvctl({"index", "dump", inbox, "--json"});
     for (unsigned number = 1; number <= 6; ++number) {
@@ -55,4 +51,4 @@ TEST(IndexTest, EachModeLeavesASoundIndexOfAllThatWasDelivered) {
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

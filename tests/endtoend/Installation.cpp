@@ -16,8 +16,6 @@
 namespace corvane::test {
 namespace {
 
-namespace fs = std::filesystem;
-
 constexpr const char* kConnector = CORVANE_BINARY_DIR "/bin/CorvanePOConnector";
 constexpr const char* kCvctl = CORVANE_BINARY_DIR "/bin/cvctl";
 

@@ -1,7 +1,6 @@
 // Installation.h -- a real installation in a temporary directory, worked by the real programs.
 #pragma once
 
-#include <map>
 #include <memory>
 #include <string>
 #include <string_view>

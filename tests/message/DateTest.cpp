@@ -1,10 +1,6 @@
 // Dates of headers, index files and calendars, and the age of files.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <ctime>
-#include <optional>
-
 #include "message/Calendar.h"
 #include "message/CalendarDate.h"
 #include "message/FileAge.h"
@@ -12,13 +8,13 @@
 #include "platform/Clock.h"
 #include "platform/FileSystem.h"
 #include "tests/support/TemporaryDirectory.h"
+#include "tests/support/TimeZone.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
 
 struct DateCase {
-  const char* name;
-  std::string_view text;
+  std::string_view name, text;
   std::string_view result;  // empty: a failure
 };
 const DateCase kDates[] = {
@@ -60,37 +56,21 @@ TEST(ParseMessageDate, Cases) {
   }
 }
 
-// Puts a time zone in force for as long as it lives.
-class Zone {
- public:
-  explicit Zone(const char* name) {
-    const char* before = std::getenv("TZ");
-    if (before != nullptr) before_ = before;
-    Set(name);
-  }
-  ~Zone() { Set(before_ ? before_->c_str() : nullptr); }
-  Zone(const Zone&) = delete;
-  Zone& operator=(const Zone&) = delete;
-
- private:
-  static void Set(const char* name) {
-    if (name == nullptr) {
-      unsetenv("TZ");
-    } else {
-      setenv("TZ", name, 1);
-    }
-    tzset();
-  }
-  std::optional<std::string> before_;
-};
+// "yyyy-mm-dd hh:mm:ss", with another sign in the middle if need be.
+std::string Show(const CalendarTime& t, char between = ' ') {
+  char text[64];
+  std::snprintf(text, sizeof(text), "%04d-%02d-%02d%c%02d:%02d:%02d", t.year, t.month, t.day,
+                between, t.hour, t.minute, t.second);
+  return text;
+}
+std::string ShowFileTime(FileTime time) { return Show(FromSeconds(FileTimeToSeconds(time))); }
 
 TEST(FormatMessageDate, IsLocalTimeWithItsZone) {
-  struct ZoneCase {
-    const char* zone;  // its sign is turned: minus is east
+  const struct {
+    const char* zone;
     std::int64_t now;
     std::string_view date;
-  };
-  const ZoneCase kZones[] = {
+  } kZones[] = {
       {"UTC0", 1'672'736'707, "Tue, 3 Jan 2023 09:05:07 +0000"},
       {"XXX-1", 1'672'736'707, "Tue, 3 Jan 2023 10:05:07 +0100"},
       {"XXX-5:45", 1'672'736'707, "Tue, 3 Jan 2023 14:50:07 +0545"},
@@ -99,8 +79,8 @@ TEST(FormatMessageDate, IsLocalTimeWithItsZone) {
       {"XXX10", 1'704'067'200, "Sun, 31 Dec 2023 14:00:00 -1000"},
       {"XXX-1YYY,M3.5.0,M10.5.0/3", 1'690'000'000, "Sat, 22 Jul 2023 06:26:40 +0200"},
   };
-  for (const ZoneCase& c : kZones) {
-    Zone zone(c.zone);
+  for (const auto& c : kZones) {
+    const TimeZone zone(c.zone);
     platform::VirtualClock clock(c.now);
     platform::Clock* before = platform::SetClock(&clock);
     std::string date = FormatMessageDate();
@@ -108,21 +88,8 @@ TEST(FormatMessageDate, IsLocalTimeWithItsZone) {
     EXPECT_EQ(date, c.date);
     std::string utc;
     EXPECT_TRUE(ParseMessageDate(date + " ", utc));
-    CalendarTime time = FromSeconds(c.now);
-    char expected[64];
-    std::snprintf(expected, sizeof(expected), "%04d-%02d-%02dT%02d:%02d:%02d", time.year,
-                  time.month, time.day, time.hour, time.minute, time.second);
-    EXPECT_EQ(utc, expected);
+    EXPECT_EQ(utc, Show(FromSeconds(c.now), 'T'));
   }
-}
-
-// "yyyy-mm-dd hh:mm:ss" of a file time.
-std::string Show(FileTime fileTime) {
-  CalendarTime t = FromSeconds(FileTimeToSeconds(fileTime));
-  char text[64];
-  std::snprintf(text, sizeof(text), "%04d-%02d-%02d %02d:%02d:%02d", t.year, t.month, t.day, t.hour,
-                t.minute, t.second);
-  return text;
 }
 
 TEST(ParseCompactDate, Cases) {
@@ -138,19 +105,16 @@ TEST(ParseCompactDate, Cases) {
   for (const DateCase& c : kCases) {
     FileTime time = 0;
     bool result = ParseCompactDate(c.text, time);
-    EXPECT_EQ(result ? Show(time) : "", c.result) << c.name;
+    EXPECT_EQ(result ? ShowFileTime(time) : "", c.result) << c.name;
   }
 }
 
 TEST(ParseCalendarDate, Cases) {
-  struct CalendarCase {
-    const char* name;
-    std::string_view text;
-    std::string_view zone;
+  const struct {
+    std::string_view name, text, zone;
     bool invert;
     std::string_view result;
-  };
-  const CalendarCase kCases[] = {
+  } kCases[] = {
       {"Basic", "20230205T101112Z", "", false, "2023-02-05 10:11:12"},
       {"DateAlone", "20230205", "", false, "2023-02-05 00:00:00"},
       {"WithHyphens", "2023-02-05T10:11:12", "", false, "2023-02-05 10:11:12"},
@@ -168,10 +132,10 @@ TEST(ParseCalendarDate, Cases) {
       {"NoSuchMonth", "20231305", "", false, ""},
       {"Empty", "", "", false, ""},
   };
-  for (const CalendarCase& c : kCases) {
+  for (const auto& c : kCases) {
     FileTime time = 0;
     bool result = ParseCalendarDate(c.text, time, c.zone, c.invert);
-    EXPECT_EQ(result ? Show(time) : "", c.result) << c.name;
+    EXPECT_EQ(result ? ShowFileTime(time) : "", c.result) << c.name;
   }
 }
 
@@ -197,51 +161,38 @@ TEST(Calendar, NthWeekday) {
   EXPECT_EQ(DaysInMonth(2023, 13), 0);
 }
 
-TEST(FileAge, CountsMonthsOfThirtyDays) {
-  struct AgeCase {
-    std::int64_t days;
-    std::int64_t ages[8];
-  };
-  constexpr std::int64_t kDay = 86'400'000;
-  const AgeCase kAges[] = {
-      {0, {0, 0, 1, 0, 0, 0, 0, 0}},
-      {1, {0, 0, 1, 1, 24, 1440, 86400, kDay}},
-      {31, {0, 0, 2, 30, 720, 43200, 2592000, 30 * kDay}},
-      {365, {0, 1, 13, 365, 8760, 525600, 31536000, 365 * kDay}},
-  };
-  for (const AgeCase& c : kAges) {
-    for (int unit = 0; unit < 8; ++unit) {
-      EXPECT_EQ(AgeOf(c.days * kDay, static_cast<AgeUnit>(unit)), c.ages[unit])
-          << c.days << " days, unit " << unit;
-    }
-  }
-}
-
-TEST(FileAge, IsTheTimeSinceTheLastWrite) {
-  struct FileCase {
-    const char* name;
+TEST(FileAge, CountsMonthsOfThirtyDaysSinceTheLastWrite) {
+  constexpr std::int64_t kDay = 86'400;
+  const struct {
     std::int64_t secondsAgo;
     std::int64_t ages[8];
+  } kAges[] = {
+      {0, {0, 0, 1, 0, 0, 0, 0, 0}},
+      {kDay, {0, 0, 1, 1, 24, 1440, kDay, kDay * 1000}},
+      {90'061, {0, 0, 1, 1, 25, 1501, 90'061, 90'061'000}},
+      {31 * kDay, {0, 0, 2, 30, 720, 43200, 2592000, 30 * kDay * 1000}},
+      {365 * kDay, {0, 1, 13, 365, 8760, 525600, 31536000, 365 * kDay * 1000}},
   };
-  const FileCase kFiles[] = {
-      {"JustWritten", 0, {0, 0, 1, 0, 0, 0, 0, 0}},
-      {"ADayAndABit", 90'061, {0, 0, 1, 1, 25, 1501, 90'061, 90'061'000}},
-      {"InTheFuture", -60, {0, 0, 0, 0, 0, 0, 0, 0}},
-  };
-  test::TemporaryDirectory directory;
+  TemporaryDirectory directory;
   std::string path = directory / "file.txt";
-  test::WriteBytes(path, "x");
+  WriteBytes(path, "x");
   platform::VirtualClock clock;
   platform::Clock* before = platform::SetClock(&clock);
-  for (const FileCase& c : kFiles) {
+  for (const auto& c : kAges) {
     ASSERT_TRUE(platform::SetLastWriteTime(path, platform::NowSeconds() - c.secondsAgo));
     for (int unit = 0; unit < 8; ++unit) {
-      EXPECT_EQ(FileAge(path, static_cast<AgeUnit>(unit)), c.ages[unit]) << c.name << " " << unit;
+      SCOPED_TRACE(std::to_string(c.secondsAgo) + " seconds, unit " + std::to_string(unit));
+      EXPECT_EQ(AgeOf(c.secondsAgo * 1000, static_cast<AgeUnit>(unit)), c.ages[unit]);
+      EXPECT_EQ(FileAge(path, static_cast<AgeUnit>(unit)), c.ages[unit]);
     }
+  }
+  ASSERT_TRUE(platform::SetLastWriteTime(path, platform::NowSeconds() + 60));
+  for (int unit = 0; unit < 8; ++unit) {
+    EXPECT_EQ(FileAge(path, static_cast<AgeUnit>(unit)), 0) << "in the future, unit " << unit;
   }
   EXPECT_EQ(FileAge(directory / "none.txt", AgeUnit::kSeconds), 0);
   platform::SetClock(before);
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

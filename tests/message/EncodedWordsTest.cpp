@@ -7,12 +7,9 @@
 namespace corvane {
 namespace {
 
-struct WordCase {
-  const char* name;
-  std::string_view text;
-  std::string_view result;
-};
-const WordCase kWords[] = {
+const struct {
+  std::string_view name, text, result;
+} kWords[] = {
     {"PlainText", "just text", "just text"},
     {"LeadingWhiteSpaceGoes", "\r\n  text ", "text "},
     {"UnderscoreIsBlank", "=?utf-8?Q?a_b?=", "a b"},
@@ -30,10 +27,7 @@ const WordCase kWords[] = {
     {"UnknownCharsetKeepsBytes", "=?x-none?Q?caf=C3=A9?=", "caf\xC3\xA9"},
     {"UnknownCharsetWithLatinBytes", "=?x-none?Q?caf=E9?=", "caf\xC3\xA9"},
     {"BadBase64StandsAsItIs", "=?utf-8?B?a!b==?=", "a!b=="},
-    {"EmptyWord",
-     "a=?utf-8?Q?"
-     "?=b",
-     "ab"},
+    {"EmptyWord", "a=?utf-8?Q?\?=b", "ab"},
     {"WordWithoutEnd", "=?utf-8?Q?abc def", "abc def"},
     {"EqualsAtTheStartOfAWord", "=?utf-8?Q?=41=42?=", "AB"},
     {"TextAround", "Re: =?utf-8?Q?=C3=A4?= (was: x)", "Re: \xC3\xA4 (was: x)"},
@@ -47,7 +41,7 @@ const WordCase kWords[] = {
 };
 
 TEST(DecodeEncodedWords, Cases) {
-  for (const WordCase& c : kWords) {
+  for (const auto& c : kWords) {
     std::u16string wide = u"old";
     DecodeEncodedWords(c.text, wide);
     EXPECT_EQ(ToUtf8(wide), c.result) << c.name;

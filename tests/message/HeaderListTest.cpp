@@ -16,12 +16,10 @@ std::string Show(const HeaderList& list) {
   return result;
 }
 
-struct BlockCase {
-  const char* name;
-  const char* block;
+const struct {
+  const char *name, *block;
   std::string_view headers;
-};
-const BlockCase kBlocks[] = {
+} kBlocks[] = {
     {"Empty", "", ""},
     {"CrLfAndLf", "A: 1\r\nB: 2\nC:3", "[A|1][B|2][C|3]"},
     {"NamesStandAsTheyAre", "sUbJect : x\r\n", "[sUbJect |x]"},
@@ -37,7 +35,7 @@ const BlockCase kBlocks[] = {
 };
 
 TEST(HeaderList, Parses) {
-  for (const BlockCase& c : kBlocks) {
+  for (const auto& c : kBlocks) {
     for (bool decode : {false, true}) {
       HeaderList list;
       list.Parse(c.block, decode);
@@ -78,15 +76,11 @@ TEST(HeaderList, SetReplacesTheFirstOrAdds) {
   EXPECT_EQ(Show(list), "[a|x\xC3\xA9][B|2][A|3][C|newer]");
 }
 
-struct ParameterCase {
-  const char* name;
-  const char* header;
-  const char* parameter;
+const struct {
+  const char *name, *header, *parameter;
   std::u16string_view value;
-  const char* charset;
-  const char* language;
-};
-const ParameterCase kParameters[] = {
+  const char *charset, *language;
+} kParameters[] = {
     {"Plain", "Content-Type: a/b; Charset=utf-8; x=y", "charset", u"utf-8", "", ""},
     {"QuotesGo", "Content-Type: a/b;\r\n name = \"x y\" ", "name", u"x y", "", ""},
     {"Disposition", "CONTENT-DISPOSITION: attachment; filename=f", "filename", u"f", "", ""},
@@ -103,7 +97,7 @@ const ParameterCase kParameters[] = {
 };
 
 TEST(HeaderList, Parameters) {
-  for (const ParameterCase& c : kParameters) {
+  for (const auto& c : kParameters) {
     HeaderList list;
     list.Parse(c.header, false);
     HeaderParameters parameters = list.At(0).Parameters;
@@ -119,34 +113,25 @@ TEST(HeaderList, Parameters) {
   EXPECT_TRUE(list.At(0).Parameters.empty());
 }
 
-struct WriteCase {
-  const char* name;
-  std::string_view header;
-  std::string value;
-  std::string_view text;
-};
-
 TEST(HeaderList, Serialises) {
   const std::string kLong(90, 'x');
-  const WriteCase kWrites[] = {
+  const struct {
+    std::string name, header, value, text;
+  } kWrites[] = {
       {"Short", "A", "b c", "A: b c"},
       {"FoldedAtTheLastBlank", "A", std::string(70, 'a') + " bbb cccc d",
-       "A: aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaa bbb\r\n cccc d"},
+       "A: " + std::string(70, 'a') + " bbb\r\n cccc d"},
       {"CutWithoutABlank", "A", kLong,
-       "A: \r\n xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx\r\n"
-       " xxxxxxxxxxxxxx"},
+       "A: \r\n " + kLong.substr(0, 76) + "\r\n " + kLong.substr(76)},
       {"TypeIsCutAtBlanksOnly", "Content-Type", kLong + " y",
-       "Content-Type: \r\n "
-       "xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx"
-       "\r\n y"},
+       "Content-Type: \r\n " + kLong + "\r\n y"},
       {"EachWordIsEncodedAlone", "A", "a \xC3\xA9 \xC3\xA4_? b  \xC3\xA9",
        "A: a =?UTF-8?Q?=C3=A9?= =?UTF-8?Q?=C3=A4=5F=3F?= b  =?UTF-8?Q?=C3=A9?="},
       {"LineEndsInAValueBeginNoHeader", "A", "b\r\nBcc: c\n", "A: b  Bcc: c "},
       {"LongNameTakesALineOfItsOwn", "A-Name-That-Is-Rather-Long", std::string(60, 'a'),
-       "A-Name-That-Is-Rather-Long: \r\n "
-       "aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaa"},
+       "A-Name-That-Is-Rather-Long: \r\n " + std::string(60, 'a')},
   };
-  for (const WriteCase& c : kWrites) {
+  for (const auto& c : kWrites) {
     HeaderList list;
     list.Set(c.header, c.value);
     EXPECT_EQ(list.Serialise(), c.text) << c.name;

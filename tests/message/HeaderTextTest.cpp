@@ -7,15 +7,11 @@ namespace corvane {
 namespace {
 
 TEST(FindHeaderInText, Cases) {
-  struct FindCase {
-    const char* name;
-    std::string_view text;
-    std::string_view lineEnd;
-    bool stopAtSemicolon;
-    bool found;
+  const struct {
+    std::string_view name, text, lineEnd;
+    bool stopAtSemicolon, found;
     std::string_view value;
-  };
-  const FindCase kFinds[] = {
+  } kFinds[] = {
       {"AtTheStart", "content-TYPE:\t a/b; c\r\nX: 1", "\r\n", false, true, "a/b; c"},
       {"BehindALineEnd", "X: 1\r\nContent-Type: a/b", "\r\n", false, true, "a/b"},
       {"NotInsideALine", "X: Content-Type: a/b\r\n", "\r\n", false, false, ""},
@@ -28,7 +24,7 @@ TEST(FindHeaderInText, Cases) {
       {"EmptyValue", "Content-Type:\r\nX: 1", "\r\n", false, true, ""},
       {"Empty", "", "\r\n", false, false, ""},
   };
-  for (const FindCase& c : kFinds) {
+  for (const auto& c : kFinds) {
     std::string value = "old";
     EXPECT_EQ(FindHeaderInText(c.text, "Content-Type", value, c.lineEnd, c.stopAtSemicolon),
               c.found)
@@ -38,13 +34,11 @@ TEST(FindHeaderInText, Cases) {
 }
 
 TEST(AddHeaderToText, Cases) {
-  struct AddCase {
-    const char* name;
-    std::string text;
+  const struct {
+    std::string name, text;
     bool inHeaderOnly;
     std::string_view result;
-  };
-  const AddCase kAdds[] = {
+  } kAdds[] = {
       {"Replaces", "A: 1\r\nx-h: old\r\n more\r\nB: 2\r\n\r\nbody", true,
        "A: 1\r\nX-H: v\r\nB: 2\r\n\r\nbody"},
       {"AddsBehindTheLastLine", "A: 1\r\nB: 2\r\n c\r\n\r\nbody", true,
@@ -56,7 +50,7 @@ TEST(AddHeaderToText, Cases) {
       {"OneLineWithoutEnd", "A: 1", true, "X-H: v\r\nA: 1"},
       {"Empty", "", true, "X-H: v\r\n"},
   };
-  for (const AddCase& c : kAdds) {
+  for (const auto& c : kAdds) {
     std::string text = c.text;
     AddHeaderToText(text, "X-H:", "v", c.inHeaderOnly);
     EXPECT_EQ(text, c.result) << c.name;
@@ -64,14 +58,11 @@ TEST(AddHeaderToText, Cases) {
 }
 
 TEST(RemoveHeaderFromText, Cases) {
-  struct RemoveCase {
-    const char* name;
-    std::string_view text;
-    bool wholeText;
-    bool removed;
+  const struct {
+    std::string_view name, text;
+    bool wholeText, removed;
     std::string_view result;
-  };
-  const RemoveCase kRemoves[] = {
+  } kRemoves[] = {
       {"AtTheStart", "X-H: 1\r\n 2\r\nA: 1\r\n\r\nb", false, true, "A: 1\r\n\r\nb"},
       {"LastHeader", "A: 1\r\nx-h: 1\r\n\r\nb", false, true, "A: 1\r\n\r\nb"},
       {"OnlyTheFirst", "X-H: 1\r\nX-H: 2\r\n\r\n", false, true, "X-H: 2\r\n\r\n"},
@@ -80,7 +71,7 @@ TEST(RemoveHeaderFromText, Cases) {
       {"WholeText", "A: 1\r\n\r\nX-H: 1\r\nb", true, true, "A: 1\r\n\r\nb"},
       {"NotThere", "A: 1\r\n\r\n", false, false, "A: 1\r\n\r\n"},
   };
-  for (const RemoveCase& c : kRemoves) {
+  for (const auto& c : kRemoves) {
     for (std::string_view name : {"X-H", "X-H:"}) {
       std::string result;
       EXPECT_EQ(RemoveHeaderFromText(c.text, name, result, c.wholeText), c.removed) << c.name;

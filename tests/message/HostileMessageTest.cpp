@@ -4,21 +4,21 @@
 #include "tests/message/HeapMeter.h"
 #include "tests/message/HostileMessages.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
 
 TEST(HostileMessage, MemoryStaysBelowThreeTimesTheMessage) {
-  for (const test::HostileMessage& hostile : test::HostileMessages()) {
+  for (const HostileMessage& hostile : HostileMessages()) {
     std::string text = hostile.make();
     std::size_t size = text.size();
-    std::size_t before = test::HeapInUse();
-    test::ResetHeapPeak();
-    test::ReadEverything(std::move(text));
+    std::size_t before = HeapInUse();
+    ResetHeapPeak();
+    ReadEverything(std::move(text));
     // What was there before is the message itself, which Load takes over.
-    std::size_t peak = test::HeapPeak() - before + size;
+    std::size_t peak = HeapPeak() - before + size;
     EXPECT_LE(peak, size * 3 + 100'000) << hostile.name;
   }
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

@@ -6,12 +6,9 @@
 namespace corvane {
 namespace {
 
-struct HtmlCase {
-  const char* name;
-  std::string_view html;
-  std::string_view text;
-};
-const HtmlCase kStrips[] = {
+const struct {
+  std::string_view name, html, text;
+} kStrips[] = {
     {"ParagraphIsALineEnd", "<p>Hello", "\r\nHello"},
     {"ParagraphWithAttributes", "a<P class=x>b", "a\r\nb"},
     {"BreakInAnyForm", "a<br>b<BR/>c<br clear=all>d", "a\r\nb\r\nc\r\nd"},
@@ -29,7 +26,7 @@ const HtmlCase kStrips[] = {
 };
 
 TEST(StripHtml, Cases) {
-  for (const HtmlCase& c : kStrips) {
+  for (const auto& c : kStrips) {
     std::string text(c.html);
     StripHtml(text);
     EXPECT_EQ(text, c.text) << c.name;

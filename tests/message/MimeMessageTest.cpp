@@ -8,7 +8,7 @@
 #include "tests/message/MessageTestSupport.h"
 #include "tests/support/TemporaryDirectory.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
 
 // `text` with CR LF for every LF.
@@ -36,14 +36,13 @@ std::string Show(const MimeMessage& message) {
   return result;
 }
 
-struct PartsCase {
+constexpr std::string_view kMixed = "Content-Type: multipart/mixed; boundary=b\n\n";
+const struct {
   const char* name;
   std::string_view text;  // LF stands for CR LF
   bool complete;
   std::string_view parts;  // the same
-};
-constexpr std::string_view kMixed = "Content-Type: multipart/mixed; boundary=b\n\n";
-const PartsCase kParts[] = {
+} kParts[] = {
     {"SinglePart", "A: 1\n\nbody\n", true, "[text/plain=body\n]"},
     {"NoBlankLine", "A: 1\nB: 2\n", false, ""},
     {"EmptyBody", "A: 1\n\n", true, "[text/plain=]"},
@@ -88,7 +87,7 @@ const PartsCase kParts[] = {
 };
 
 TEST(MimeMessage, ParseParts) {
-  for (const PartsCase& c : kParts) {
+  for (const auto& c : kParts) {
     std::string text(c.text);
     if (text.starts_with("M\n\n")) text.replace(0, 3, kMixed);
     for (bool crLf : {true, false}) {
@@ -153,14 +152,10 @@ TEST(MimeMessage, PartFields) {
   EXPECT_EQ(DecodedBody(part), "ABC");
 }
 
-struct NameCase {
-  const char* name;
-  std::string headers;
-  std::string_view filename;
-  std::string_view partName;
-  std::string_view displayName;
-};
-const NameCase kNames[] = {
+const struct {
+  std::string name, headers;
+  std::string_view filename, partName, displayName;
+} kNames[] = {
     {"NoName", "Content-Disposition: attachment", "", "", ""},
     {"Filename", "Content-Disposition: attachment; filename=a.txt", "a.txt", "", "a.txt"},
     {"FoldedValue", "Content-Disposition: attachment;\r\n\tfilename=\"a b.txt\"", "a b.txt", "",
@@ -178,16 +173,13 @@ const NameCase kNames[] = {
     {"NameInPieces", "Content-Type: a/b; name*0*=utf-8''%C3; name*1*=%A9; name*3=x", "", "\xC3\xA9",
      "\xC3\xA9"},
     {"NamePiecesWithWords", "Content-Type: a/b; name*0=\"=?utf-8?Q?=C3=A9?=\"; name*1=%41", "",
-     "\xC3\xA9"
-     "A",
-     "\xC3\xA9"
-     "A"},
+     "\u00E9A", "\u00E9A"},
     {"BlankInAnUnquotedName", "Content-Type: a/b; name=my file.txt ; x=y", "", "my file.txt",
      "my file.txt"},
 };
 
 TEST(MimePart, Names) {
-  for (const NameCase& c : kNames) {
+  for (const auto& c : kNames) {
     MimePart part;
     Text headers = c.headers;
     ReadPartHeaders(headers, headers, part);
@@ -198,19 +190,17 @@ TEST(MimePart, Names) {
 }
 
 TEST(MimeMessage, Separators) {
-  struct SeparatorCase {
-    const char* name;
-    const char* text;
+  const struct {
+    const char *name, *text;
     std::uint32_t length;
     std::string_view normalised;
-  };
-  const SeparatorCase kCases[] = {
+  } kCases[] = {
       {"CrLf", "A: 1\r\n\r\nb\n", 4, "A: 1\r\n\r\nb\n"},
       {"Lf", "A: 1\n\nb\n", 4, "A: 1\r\n\r\nb\r\n"},
       {"LfWithSomeCrLf", "A: 1\r\nB: 2\n\nb\r\nc\n", 4, "A: 1\r\nB: 2\r\n\r\nb\r\nc\r\n"},
       {"None", "A: 1\nB: 2\n", 0, "A: 1\nB: 2\n"},
   };
-  for (const SeparatorCase& c : kCases) {
+  for (const auto& c : kCases) {
     MimeMessage message = Loaded(c.text);
     EXPECT_EQ(message.SeparatorLength, c.length) << c.name;
     EXPECT_EQ(message.LineEndLength, c.length / 2) << c.name;
@@ -225,7 +215,7 @@ TEST(MimeMessage, Separators) {
 
 TEST(WithCrLf, MatchesAPlainLoop) {
   for (unsigned seed = 1; seed < 400; ++seed) {
-    std::string text = test::RandomBytes(seed, seed % 70);
+    std::string text = RandomBytes(seed, seed % 70);
     for (char& c : text) c = "a\r\n\n\x8A\x0B"[static_cast<unsigned char>(c) % 6];
     std::string expected;
     for (std::size_t i = 0; i < text.size(); ++i) {
@@ -237,8 +227,8 @@ TEST(WithCrLf, MatchesAPlainLoop) {
 }
 
 TEST(MimeMessage, LoadsFiles) {
-  test::TemporaryDirectory directory;
-  test::WriteBytes(directory / "m.mai", "Subject: x\n\nbody");
+  TemporaryDirectory directory;
+  WriteBytes(directory / "m.mai", "Subject: x\n\nbody");
   MimeMessage message;
   EXPECT_TRUE(message.Load(directory / "m.mai", true, true, true));
   EXPECT_EQ(message.HeaderBlock, "Subject: x");
@@ -286,15 +276,12 @@ TEST(MimeMessage, BodyThatDoesNotDecodeStays) {
 }
 
 TEST(TranscodeBody, Cases) {
-  struct TranscodeCase {
-    const char* name;
-    std::string body;
-    const char* from;
-    const char* to;
+  const struct {
+    std::string name, body;
+    const char *from, *to;
     bool result;
     std::string_view after;
-  };
-  const TranscodeCase kCases[] = {
+  } kCases[] = {
       {"BothAbsent", "a=", "", "", true, "a="},
       {"EqualInAnyCase", "a=", "X-Foo", "x-foo", true, "a="},
       {"RawToBase64", "abc", "7bit", "base64", true, "YWJj"},
@@ -306,7 +293,7 @@ TEST(TranscodeBody, Cases) {
       {"UnknownTo", "abc", "", "x-uuencode", false, "abc"},
       {"DoesNotDecode", "*", "base64", "quoted-printable", false, "*"},
   };
-  for (const TranscodeCase& c : kCases) {
+  for (const auto& c : kCases) {
     std::string body = c.body;
     EXPECT_EQ(TranscodeBody(body, c.from, c.to), c.result) << c.name;
     EXPECT_EQ(body, c.after) << c.name;
@@ -358,8 +345,8 @@ TEST(MimeMessage, BuildWithoutPartsIsHeadersAlone) {
 TEST(MimeMessage, WhatItBuildsReadsBack) {
   for (unsigned seed = 1; seed <= 100; ++seed) {
     // White space at the start of a body is passed over in reading.
-    std::string text = "." + test::RandomBytes(seed, seed * 7);
-    std::string html = "." + test::RandomBytes(seed + 500, seed * 3);
+    std::string text = "." + RandomBytes(seed, seed * 7);
+    std::string html = "." + RandomBytes(seed + 500, seed * 3);
     std::string_view encoding = seed % 2 == 0 ? "base64" : "quoted-printable";
     MimeMessage message;
     message.HeaderBlock = "Subject: x";
@@ -378,4 +365,4 @@ TEST(MimeMessage, WhatItBuildsReadsBack) {
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

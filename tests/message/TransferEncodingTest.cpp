@@ -6,16 +6,13 @@
 #include "message/QuotedPrintable.h"
 #include "tests/message/MessageTestSupport.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
 
-struct DecodeCase {
-  const char* name;
-  std::string_view text;
-  std::string_view result;
+const struct {
+  std::string_view name, text, result;
   bool underscoreIsBlank = false;
-};
-const DecodeCase kQuotedPrintable[] = {
+} kQuotedPrintable[] = {
     {"HexOfEitherCase", "=c3=A9.", "\xC3\xA9."},
     {"SoftBreaksVanish", "a=\r\nb=\nc", "abc"},
     {"SoftBreakAtTheEnd", "a=\r\n", "a"},
@@ -29,7 +26,7 @@ const DecodeCase kQuotedPrintable[] = {
 };
 
 TEST(QuotedPrintable, Decodes) {
-  for (const DecodeCase& c : kQuotedPrintable) {
+  for (const auto& c : kQuotedPrintable) {
     std::string result;
     EXPECT_TRUE(DecodeQuotedPrintable(c.text, result, c.underscoreIsBlank)) << c.name;
     EXPECT_EQ(result, c.result) << c.name;
@@ -66,11 +63,10 @@ TEST(QuotedPrintable, LinesStayBelowTheLimit) {
 
 TEST(QuotedPrintable, EverythingComesBack) {
   for (unsigned seed = 1; seed <= 200; ++seed) {
-    std::string bytes = test::RandomBytes(seed, seed % 97 + 1);
+    std::string bytes = RandomBytes(seed, seed % 97 + 1);
     for (std::size_t limit : {0U, 1U, 4U, 72U}) {
       for (bool encodeLineEnds : {false, true}) {
-        std::string encoded;
-        std::string decoded;
+        std::string encoded, decoded;
         EncodeQuotedPrintable(bytes, encoded,
                               {.lineLimit = limit, .encodeLineEnds = encodeLineEnds});
         ASSERT_TRUE(DecodeQuotedPrintable(encoded, decoded));
@@ -80,13 +76,11 @@ TEST(QuotedPrintable, EverythingComesBack) {
   }
 }
 
-struct Base64Case {
-  const char* name;
-  std::string_view text;
+const struct {
+  std::string_view name, text;
   bool result;
   std::string_view bytes;
-};
-const Base64Case kBase64[] = {
+} kBase64[] = {
     {"Empty", "", true, ""},
     {"OneByte", "QQ==", true, "A"},
     {"TwoBytes", "QUI=", true, "AB"},
@@ -103,7 +97,7 @@ const Base64Case kBase64[] = {
 };
 
 TEST(Base64, Decodes) {
-  for (const Base64Case& c : kBase64) {
+  for (const auto& c : kBase64) {
     std::string bytes;
     EXPECT_EQ(DecodeBase64(c.text, bytes), c.result) << c.name;
     EXPECT_EQ(bytes, c.bytes) << c.name;
@@ -112,7 +106,7 @@ TEST(Base64, Decodes) {
 
 TEST(Base64, EverythingComesBackFromOneLine) {
   for (unsigned size = 0; size <= 300; ++size) {
-    std::string bytes = test::RandomBytes(size + 1, size);
+    std::string bytes = RandomBytes(size + 1, size);
     std::string encoded;
     EncodeBase64(bytes, encoded);
     EXPECT_EQ(encoded.size(), (size + 2) / 3 * 4);
@@ -132,4 +126,4 @@ TEST(PercentDecode, Cases) {
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

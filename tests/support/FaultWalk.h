@@ -4,9 +4,11 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <string>
 
 #include "platform/Error.h"
 #include "platform/FaultInjection.h"
+#include "tests/support/TemporaryDirectory.h"
 
 namespace corvane::test {
 
@@ -39,6 +41,26 @@ inline void WalkFaults(const std::function<void()>& prepare, const std::function
                        const std::function<void(std::uint64_t call)>& check) {
   WalkFaults(platform::FaultAction::kFail, prepare, work, check);
   WalkFaults(platform::FaultAction::kThrow, prepare, work, check);
+}
+
+// The same for work that turns the file `path` from one text into another and tells whether it did:
+// the file holds the one or the other, and the new one when the work says so. Then calls `check`.
+inline void WalkRewrite(
+    const std::string& path, const std::string& before, const std::string& after,
+    const std::function<bool()>& work, const std::function<void()>& check = [] {}) {
+  bool done = false;
+  WalkFaults(
+      [&] {
+        done = false;
+        WriteBytes(path, before);
+      },
+      [&] { done = work(); },
+      [&](std::uint64_t call) {
+        SCOPED_TRACE("call " + std::to_string(call));
+        const std::string text = ReadBytes(path);
+        EXPECT_TRUE(text == (done ? after : before) || text == after) << text;
+        check();
+      });
 }
 
 }  // namespace corvane::test

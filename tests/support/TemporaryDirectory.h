@@ -1,10 +1,13 @@
 // TemporaryDirectory.h -- a directory of a test's own, gone at its end.
 #pragma once
 
+#include <filesystem>
 #include <string>
 #include <string_view>
 
 namespace corvane::test {
+
+namespace fs = std::filesystem;
 
 class TemporaryDirectory {
  public:

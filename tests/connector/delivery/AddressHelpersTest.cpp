@@ -10,10 +10,10 @@
 #include "tests/support/SettingsFixture.h"
 #include "tests/support/StubProviders.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
 
-class AddressHelpersTest : public test::SettingsFixture {
+class AddressHelpersTest : public SettingsFixture {
  protected:
   AddressHelpersTest() {
     Set("Bad Mail Notification Sender Address", "post@main.test", "CONNECTORS\\SMTP");
@@ -21,7 +21,7 @@ class AddressHelpersTest : public test::SettingsFixture {
     SetText(mailbox_.Mailbox, "anna");
   }
   void Use(const std::string& variant, const std::string& answers) {
-    stub_.Use(test::StubLibraries(variant));
+    stub_.Use(StubLibraries(variant));
     stub_.Answer(answers);
     UnloadOptionProvider();
     for (const char* name : {kSmtpProvider, kAddressMapProvider}) {
@@ -31,21 +31,18 @@ class AddressHelpersTest : public test::SettingsFixture {
   }
   ~AddressHelpersTest() override { Use("nowhere", ""); }
 
-  test::StubProviders stub_;
+  StubProviders stub_;
   MailboxRecord mailbox_{};
-};
-
-struct AddressCase {
-  const char* name;
-  void (*ask)(const MailboxRecord&, std::string&);
-  const char* answers;
-  const char* expected;
-  const char* variant = "full";
 };
 
 constexpr auto kReply = GetMailboxReplyAddress;
 constexpr auto kName = GetMailboxDisplayName;
-const AddressCase kAddresses[] = {
+const struct {
+  const char* name;
+  void (*ask)(const MailboxRecord&, std::string&);
+  const char *answers, *expected;
+  const char* variant = "full";
+} kAddresses[] = {
     {"OptionIsWrapped", kReply, "GetOption acme/anna:ReplyAddress 1 Value=a@b.test",
      "[SMTP:a@b.test]"},
     {"ItemStandsAsItIs", kReply, "GetOption acme/anna:ReplyAddress 1 Value=x[SF:a/b]", "x[SF:a/b]"},
@@ -66,7 +63,7 @@ const AddressCase kAddresses[] = {
 };
 
 TEST_F(AddressHelpersTest, FindsWhereRepliesGoAndTheNameOfAMailbox) {
-  for (const AddressCase& row : kAddresses) {
+  for (const auto& row : kAddresses) {
     SCOPED_TRACE(row.name);
     Use(row.variant, row.answers);
     std::string out = "before";
@@ -75,14 +72,11 @@ TEST_F(AddressHelpersTest, FindsWhereRepliesGoAndTheNameOfAMailbox) {
   }
 }
 
-struct PostmasterCase {
-  const char* sender;
-  const char* expected;
-  const char* variant = "full";
-};
-
 TEST_F(AddressHelpersTest, FindsThePostmasterOfASender) {
-  const PostmasterCase cases[] = {
+  const struct {
+    const char *sender, *expected;
+    const char* variant = "full";
+  } cases[] = {
       {"[SMTP:a@here.test]", "postmaster@here.test"},
       {"[SMTP:\"a@b\"@here.test]", "postmaster@here.test"},
       {"[SMTP:a@there.test]", "post@main.test"},
@@ -93,7 +87,7 @@ TEST_F(AddressHelpersTest, FindsThePostmasterOfASender) {
       {"[SMTP:a@here.test]", "post@main.test", "bare"},
       {"[SMTP:a@here.test]", "post@main.test", "nowhere"},
   };
-  for (const PostmasterCase& row : cases) {
+  for (const auto& row : cases) {
     SCOPED_TRACE(std::string(row.sender) + " " + row.variant);
     Use(row.variant, "SMTPDomainGet here.test 1\nSMTPDomainGet odd.test 2\n");
     std::string out = "before";
@@ -113,4 +107,4 @@ TEST_F(AddressHelpersTest, TellsASenderWithoutADomain) {
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <ctime>
 #include <filesystem>
 #include <regex>
 #include <string>
@@ -15,28 +14,21 @@
 #include "connector/settings/Settings.h"
 #include "tests/support/BuildPlaces.h"
 #include "tests/support/FaultWalk.h"
-#include "tests/support/SettingsFixture.h"
+#include "tests/support/QueueFixture.h"
+#include "tests/support/TimeZone.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
-
-namespace fs = std::filesystem;
-using test::ReadBytes;
-using test::WriteBytes;
 
 // A program looks once whether the debugger channel is wanted, at its first line.
 [[maybe_unused]] const int kChannelWanted = setenv("CORVANE_DEBUG_CHANNEL", "1", 1);
 
-constexpr const char* kName = "0123456789ABCDEF0123456789ABCDEF.MAI";
 constexpr const char* kMessage = "From: x\r\nSubject: one\r\n two\r\n\r\nbody\r\n";
 
 TEST(SmtpRouteTest, AddressesAndSourceRoutes) {
-  struct Row {
-    const char* address;
-    const char* domain;
-    const char* out;
-  };
-  const Row rows[] = {
+  const struct {
+    const char *address, *domain, *out;
+  } rows[] = {
       {"a@b.example", "b.example", "a@b.example"},
       {"a@b@c.example", "b@c.example", "a@b@c.example"},
       {"@one,@two:a@b.example", "@one", "@two:a@b.example"},
@@ -46,9 +38,8 @@ TEST(SmtpRouteTest, AddressesAndSourceRoutes) {
       {"", "house.example", "POSTMASTER@house.example"},
   };
   settings::Hold(settings::kLocalDomainName, "house.example");
-  for (const Row& row : rows) {
-    std::string domain;
-    std::string out;
+  for (const auto& row : rows) {
+    std::string domain, out;
     ResolveSmtpRoute(row.address, domain, out);
     EXPECT_EQ(domain, row.domain) << row.address;
     EXPECT_EQ(out, row.out) << row.address;
@@ -59,12 +50,12 @@ TEST(SmtpRouteTest, AddressesAndSourceRoutes) {
   settings::ForgetSettings();
 }
 
-class BounceTest : public test::SettingsFixture {
+class BounceTest : public QueueFixture {
  protected:
   BounceTest() {
     Prepare();
     setenv("CORVANE_STUB_ANSWERS", (Directory() / "answers").c_str(), 1);
-    Set("Application Directory", test::StubLibraries("full"));
+    Set("Application Directory", StubLibraries("full"));
     Set("Bad Mail Directory", Directory() / "badmail");
     Set("Local Domain Name", "house.example", "CONNECTORS\\SMTP");
     Set("Bad Mail Notification Sender Address", "post@house.example", "CONNECTORS\\SMTP");
@@ -78,16 +69,13 @@ class BounceTest : public test::SettingsFixture {
       fs::remove_all(Directory() / queue);
       fs::create_directories(Directory() / (std::string(queue) + "/Messages"));
     }
-    WriteBytes(Directory() / (std::string("SF/Outgoing/") + kName), "Recipients=x\r\n");
-    WriteMessage(kMessage);
+    WriteBytes(CommandFile(), "Recipients=x\r\n");
+    WriteBytes(MessageFile(), kMessage);
     message_ = ConnectorMessage{};
     SetText(message_.Connector, "SF");
     SetText(message_.MessageID, kName);
     SetText(message_.Sender, "[SMTP:a@b.example]");
     message_.TimeAcquired = 17;
-  }
-  void WriteMessage(const std::string& text) const {
-    WriteBytes(Directory() / (std::string("SF/Outgoing/Messages/") + kName), text);
   }
   std::int32_t Bounce() { return GenerateNDR(message_, "[SF:acme/nobody]", "It is so."); }
   std::int32_t Notice() {
@@ -97,10 +85,8 @@ class BounceTest : public test::SettingsFixture {
     return GenerateDSN(message_, mailbox, DsnKind::kSuccess);
   }
   // The one command file in the inbound queue, or empty.
-  [[nodiscard]] std::string Command() const { return ReadBytes(Only(Directory() / "SF/Inbound")); }
-  [[nodiscard]] std::string Text() const {
-    return ReadBytes(Only(Directory() / "SF/Inbound/Messages"));
-  }
+  [[nodiscard]] std::string Command() const { return ReadBytes(Only(Queue("Inbound"))); }
+  [[nodiscard]] std::string Text() const { return ReadBytes(Only(Queue("Inbound") + "/Messages")); }
   [[nodiscard]] bool InBadMail() const {
     return fs::exists(Directory() / (std::string("badmail/Messages/") + kName));
   }
@@ -113,24 +99,19 @@ class BounceTest : public test::SettingsFixture {
     }
     return path;
   }
-
-  ConnectorMessage message_;
 };
 
 TEST_F(BounceTest, TheFromAddressFollowsTheSender) {
-  struct Row {
-    const char* sender;
-    const char* to;
-    const char* from;
-  };
-  const Row rows[] = {
+  const struct {
+    const char *sender, *to, *from;
+  } rows[] = {
       {"[SMTP:a@b.example]", "a@b.example", "post@house.example"},
       {"[SMTP:a@served.example]", "a@served.example", "POSTMASTER@served.example"},
       {"[SMTP:nobody]", "POSTMASTER@house.example", "POSTMASTER@house.example"},
       {"no item", "POSTMASTER@house.example", "POSTMASTER@house.example"},
       {"[SMTP:@one,@two:a@b.example]", "@two:a@b.example", "post@house.example"},
   };
-  for (const Row& row : rows) {
+  for (const auto& row : rows) {
     SCOPED_TRACE(row.sender);
     Prepare();
     SetText(message_.Sender, row.sender);
@@ -143,13 +124,10 @@ TEST_F(BounceTest, TheFromAddressFollowsTheSender) {
 }
 
 TEST_F(BounceTest, ThePlainFormIsOneTextWithTheOriginal) {
-  WriteMessage("Subject: one\n\n" + std::string(5000, 'x') + "\n\r\nlast");
-  setenv("TZ", "XYZ-2", 1);
-  tzset();
+  WriteBytes(MessageFile(), "Subject: one\n\n" + std::string(5000, 'x') + "\n\r\nlast");
+  const TimeZone zone("XYZ-2");
   EXPECT_EQ(GenerateNDR(message_, "[SMTP:who@b.example]", "It is so."), 1);
-  unsetenv("TZ");
-  tzset();
-  const std::string id = fs::path(Only(Directory() / "SF/Inbound")).filename();
+  const std::string id = fs::path(Only(Queue("Inbound"))).filename();
   EXPECT_TRUE(std::regex_match(id, std::regex("[0-9A-F]{32}\\.MAI"))) << id;
   const std::string date = "Wed, 15 Nov 2023 00:13:20 +0200";
   EXPECT_EQ(Text(),
@@ -176,7 +154,7 @@ TEST_F(BounceTest, TheLogTellsItsStepsInTheirOrder) {
   testing::internal::CaptureStderr();
   EXPECT_EQ(Bounce(), 1);
   const std::string told = testing::internal::GetCapturedStderr();
-  const std::string id = fs::path(Only(Directory() / "SF/Inbound")).filename();
+  const std::string id = fs::path(Only(Queue("Inbound"))).filename();
   std::size_t at = 0;
   for (const std::string& line :
        {std::string("[") + kName +
@@ -213,28 +191,24 @@ TEST_F(BounceTest, LoopsEndInBadMail) {
     EXPECT_TRUE(InBadMail()) << sender;
     EXPECT_EQ(Command(), "") << sender;
   }
-  struct Row {
-    std::string head;
-    bool loop;
-  };
-  const Row rows[] = {
+  const std::pair<std::string, bool> rows[] = {
       {"AUTO-SUBMITTED:   auto-Replied\r\n", true},
       {"Auto-Submitted: auto-generated\r\n", false},
       {"Auto-Submitted: auto-replied (away)\r\n", false},
       {"\r\nAuto-Submitted: auto-replied\r\n", false},
   };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.head);
+  for (const auto& [head, loop] : rows) {
+    SCOPED_TRACE(head);
     Prepare();
-    WriteMessage("A: 1\r\n" + row.head + kMessage);
+    WriteBytes(MessageFile(), "A: 1\r\n" + head + kMessage);
     EXPECT_EQ(Bounce(), 1);
-    EXPECT_EQ(InBadMail(), row.loop);
-    EXPECT_EQ(Command().empty(), row.loop);
+    EXPECT_EQ(InBadMail(), loop);
+    EXPECT_EQ(Command().empty(), loop);
   }
 }
 
 TEST_F(BounceTest, WithoutTheOriginalItSaysSo) {
-  fs::remove(Directory() / (std::string("SF/Outgoing/Messages/") + kName));
+  fs::remove(MessageFile());
   EXPECT_EQ(Bounce(), 1);
   EXPECT_TRUE(
       Text().ends_with("\t[SF:acme/nobody]\r\nCorvane: Message Delivery Failure.\r\n\r\n"
@@ -246,7 +220,7 @@ TEST_F(BounceTest, WithoutTheSmtpProviderBadMailKeepsACopy) {
   EXPECT_EQ(Bounce(), 0);
   EXPECT_EQ(Command(), "");
   EXPECT_TRUE(InBadMail());
-  EXPECT_TRUE(fs::exists(Directory() / (std::string("SF/Outgoing/Messages/") + kName)));
+  EXPECT_TRUE(fs::exists(MessageFile()));
   settings::StopFlag() = 1;
   EXPECT_THROW(Bounce(), ProviderUnloaded) << "the connector stops: it bounces after the restart";
   settings::StopFlag() = 0;
@@ -255,7 +229,7 @@ TEST_F(BounceTest, WithoutTheSmtpProviderBadMailKeepsACopy) {
 // A bounce has its message file, or there is none and the message stays in the queue.
 TEST_F(BounceTest, FaultsLeaveNoHalfBounce) {
   for (const auto action : {platform::FaultAction::kFail, platform::FaultAction::kThrow}) {
-    test::WalkFaults(
+    WalkFaults(
         action, [&] { Prepare(); }, [&] { Bounce(); },
         [&](std::uint64_t call) {
           SCOPED_TRACE(call);
@@ -288,7 +262,7 @@ TEST_F(BounceTest, ACommandThatCannotBeWrittenTakesItsMessageFileAlong) {
 TEST_F(BounceTest, FaultsLeaveNoHalfNotice) {
   Set("DSN Status", 1, "CONNECTORS\\SMTP");
   std::int32_t result = -1;
-  test::WalkFaults(
+  WalkFaults(
       platform::FaultAction::kFail,
       [&] {
         Prepare();
@@ -316,7 +290,7 @@ TEST_F(BounceTest, ANoticeIsMadeForThoseWhoAskedForIt) {
   EXPECT_EQ(Text(), "");
   SetText(message_.DSNFlags, "failure,success");
   EXPECT_EQ(Notice(), 1);
-  const std::string id = fs::path(Only(Directory() / "SF/Inbound")).filename();
+  const std::string id = fs::path(Only(Queue("Inbound"))).filename();
   EXPECT_EQ(Command(),
             "Recipients=[SMTP:a@b.example]\r\nServer=\r\nSender=[SMTP:post@house.example]\r\n"
             "TimeAcquired=17\r\nClientIP=\r\nAuthenticationStatus=0\r\nDSNFlags=\r\n"
@@ -342,4 +316,4 @@ TEST_F(BounceTest, ANoticeIsMadeForThoseWhoAskedForIt) {
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

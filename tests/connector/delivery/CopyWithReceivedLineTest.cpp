@@ -1,53 +1,37 @@
 // CopyWithReceivedLineTest.cpp -- the copy that delivery sends on.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <ctime>
-#include <filesystem>
 #include <string>
 
 #include "connector/delivery/CopyWithReceivedLine.h"
 #include "tests/support/FaultWalk.h"
-#include "tests/support/SettingsFixture.h"
+#include "tests/support/QueueFixture.h"
+#include "tests/support/TimeZone.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
 
-class CopyWithReceivedLineTest : public test::SettingsFixture {
+class CopyWithReceivedLineTest : public QueueFixture {
  protected:
   CopyWithReceivedLineTest() {
-    setenv("TZ", "XYZ-9:30", 1);
-    tzset();
-    std::filesystem::create_directories(Directory() / "SF/Outgoing/Messages");
-    std::filesystem::create_directories(Directory() / "SF/Inbound/Messages");
-    for (ConnectorMessage* message : {&message_, &newMessage_}) SetText(message->Connector, "SF");
-    SetText(message_.MessageID, "OLD.MAI");
+    SetText(newMessage_.Connector, "SF");
     SetText(newMessage_.MessageID, "NEW.MAI");
   }
-  ~CopyWithReceivedLineTest() override {
-    unsetenv("TZ");
-    tzset();
-  }
-  [[nodiscard]] std::string Source() const { return Directory() / "SF/Outgoing/Messages/OLD.MAI"; }
-  [[nodiscard]] std::string Target() const { return Directory() / "SF/Inbound/Messages/NEW.MAI"; }
+  [[nodiscard]] std::string Target() const { return Queue("Inbound") + "/Messages/NEW.MAI"; }
 
-  ConnectorMessage message_;
+  const TimeZone zone_{"XYZ-9:30"};
   ConnectorMessage newMessage_;
 };
 
 constexpr const char* kReceived =
     "Received: with Corvane Postoffice Connector; Wed, 15 Nov 2023 07:43:20 +0930\r\n";
 
-struct TextCase {
-  const char* name;
-  std::string source;
-  std::string copy;
-};
-
 TEST_F(CopyWithReceivedLineTest, PutsTheLineFirstAndKeepsTheText) {
   using std::string_literals::operator""s;
   const std::string longLine(9000, 'x');
-  const TextCase cases[] = {
+  const struct {
+    std::string name, source, copy;
+  } cases[] = {
       {"Usual", "A: 1\r\n\r\nbody\r\n", "A: 1\r\n\r\nbody\r\n"},
       {"LfBecomesCrLf", "A: 1\n\nbody\n", "A: 1\r\n\r\nbody\r\n"},
       {"LastLineWithoutEnd", "A: 1\r\n\r\nbody", "A: 1\r\n\r\nbody"},
@@ -57,38 +41,38 @@ TEST_F(CopyWithReceivedLineTest, PutsTheLineFirstAndKeepsTheText) {
       {"LineEndAtThePieceEdge", std::string(4095, 'x') + "\r\nb", std::string(4095, 'x') + "\r\nb"},
       {"Empty", "", ""},
   };
-  for (const TextCase& row : cases) {
+  for (const auto& row : cases) {
     SCOPED_TRACE(row.name);
-    test::WriteBytes(Source(), row.source);
+    WriteBytes(MessageFile(), row.source);
     EXPECT_EQ(CopyWithReceivedLine(message_, newMessage_), 1);
-    EXPECT_EQ(test::ReadBytes(Target()), kReceived + row.copy);
-    EXPECT_EQ(test::ReadBytes(Source()), row.source);
+    EXPECT_EQ(ReadBytes(Target()), kReceived + row.copy);
+    EXPECT_EQ(ReadBytes(MessageFile()), row.source);
   }
 }
 
 TEST_F(CopyWithReceivedLineTest, LeavesNothingWhereAFileWontOpen) {
   EXPECT_EQ(CopyWithReceivedLine(message_, newMessage_), 0);
-  EXPECT_FALSE(std::filesystem::exists(Target()));
-  test::WriteBytes(Source(), "A: 1\r\n");
-  std::filesystem::remove_all(Directory() / "SF/Inbound");
+  EXPECT_FALSE(fs::exists(Target()));
+  WriteBytes(MessageFile(), "A: 1\r\n");
+  fs::remove_all(Queue("Inbound"));
   EXPECT_EQ(CopyWithReceivedLine(message_, newMessage_), 0);
-  EXPECT_EQ(test::ReadBytes(Source()), "A: 1\r\n");
+  EXPECT_EQ(ReadBytes(MessageFile()), "A: 1\r\n");
 }
 
 TEST_F(CopyWithReceivedLineTest, AppearsWholeOrNotAtAll) {
   const std::string body(40'000, 'b');
-  test::WriteBytes(Source(), body);
+  WriteBytes(MessageFile(), body);
   std::int32_t result = 0;
-  test::WalkFaults(
+  WalkFaults(
       [&] {
         result = 0;
-        std::filesystem::remove(Target());
+        fs::remove(Target());
       },
       [&] { result = CopyWithReceivedLine(message_, newMessage_); },
       [&](std::uint64_t call) {
         SCOPED_TRACE("call " + std::to_string(call));
-        if (std::filesystem::exists(Target())) {
-          EXPECT_EQ(test::ReadBytes(Target()), kReceived + body);
+        if (fs::exists(Target())) {
+          EXPECT_EQ(ReadBytes(Target()), kReceived + body);
         } else {
           EXPECT_EQ(result, 0);
         }
@@ -96,4 +80,4 @@ TEST_F(CopyWithReceivedLineTest, AppearsWholeOrNotAtAll) {
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

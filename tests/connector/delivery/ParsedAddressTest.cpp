@@ -9,16 +9,10 @@
 namespace corvane {
 namespace {
 
-struct ParseCase {
-  const char* item;
-  const char* connector;
-  const char* postoffice;
-  const char* mailbox;
-  const char* smtp;
+const struct {
+  const char *item, *connector, *postoffice, *mailbox, *smtp;
   const char* internet;  // null: none
-};
-
-const ParseCase kParses[] = {
+} kParses[] = {
     {"[SF:acme/anna]", "SF", "acme", "anna", "", "anna@acme"},
     {"[LS:acme/list]", "LS", "acme", "list", "", nullptr},
     {"[SMTP:a@b.example]", "SMTP", "", "", "a@b.example", "a@b.example"},
@@ -31,7 +25,7 @@ const ParseCase kParses[] = {
 };
 
 TEST(ParsedAddressTest, TakesItemsApart) {
-  for (const ParseCase& row : kParses) {
+  for (const auto& row : kParses) {
     SCOPED_TRACE(row.item);
     const ParsedAddress parsed = ParsedAddress::Parse(row.item);
     EXPECT_EQ(parsed.Raw, row.item);
@@ -45,15 +39,11 @@ TEST(ParsedAddressTest, TakesItemsApart) {
   }
 }
 
-struct SplitCase {
+const struct {
   const char* item;
-  bool hasSigns;
-  bool closed;
-  const char* postoffice;
-  const char* name;
-};
-
-const SplitCase kSplits[] = {
+  bool hasSigns, closed;
+  const char *postoffice, *name;
+} kSplits[] = {
     {"[SF:acme/a]", true, true, "acme", "a"},
     {"[SF:acme/]", true, false, "acme", ""},
     {"[SF:acme/anna", true, false, "acme", ""},
@@ -66,7 +56,7 @@ const SplitCase kSplits[] = {
 };
 
 TEST(ParsedAddressTest, ReadsARecipientByItsSignsAlone) {
-  for (const SplitCase& row : kSplits) {
+  for (const auto& row : kSplits) {
     SCOPED_TRACE(row.item);
     const RecipientNames names = SplitRecipient(row.item);
     EXPECT_EQ(names.hasSigns, row.hasSigns);
@@ -76,14 +66,12 @@ TEST(ParsedAddressTest, ReadsARecipientByItsSignsAlone) {
   }
 }
 
-struct WalkCase {
-  std::string list;
-  std::size_t count;
-  std::vector<std::string> items;
-};
-
 TEST(ParsedAddressTest, WalksAListToItsEnd) {
-  const WalkCase cases[] = {
+  const struct {
+    std::string list;
+    std::size_t count;
+    std::vector<std::string> items;
+  } cases[] = {
       {"", 0, {}},
       {"[SF:a/b]", 1, {"[SF:a/b]"}},
       {"a;b", 2, {"a", "b"}},
@@ -92,7 +80,7 @@ TEST(ParsedAddressTest, WalksAListToItsEnd) {
       {";a", 1, {";a"}},
       {"a;;b", 3, {"a", "", "b"}},
   };
-  for (const WalkCase& row : cases) {
+  for (const auto& row : cases) {
     SCOPED_TRACE(row.list);
     RecipientWalker walker(row.list);
     EXPECT_EQ(walker.Count(), row.count);

@@ -9,27 +9,18 @@
 #include "connector/queue/ReadHeaderValue.h"
 #include "platform/File.h"
 #include "tests/support/FaultWalk.h"
-#include "tests/support/SettingsFixture.h"
+#include "tests/support/QueueFixture.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
-
-namespace fs = std::filesystem;
-using test::ReadBytes;
-using test::WriteBytes;
 
 // A program looks once whether the debugger channel is wanted, at its first line.
 [[maybe_unused]] const int kChannelWanted = setenv("CORVANE_DEBUG_CHANNEL", "1", 1);
 
-constexpr const char* kName = "0123456789ABCDEF0123456789ABCDEF.MAI";
-
-class InboundQueueTest : public test::SettingsFixture {
+class InboundQueueTest : public QueueFixture {
  protected:
   InboundQueueTest() {
-    fs::create_directories(Directory() / "SF/Inbound/Messages");
     message_.Recipients = "[SMTP:b@b.example];[SMTP:c@c.example]";
-    SetText(message_.Connector, "SF");
-    SetText(message_.MessageID, kName);
     SetText(message_.Sender, "[SMTP:a@b.example]");
     SetText(message_.ClientIP, "192.0.2.1");
     SetText(message_.User, "anna");
@@ -44,7 +35,7 @@ class InboundQueueTest : public test::SettingsFixture {
   }
   [[nodiscard]] std::string Root() const { return Directory() / "SF"; }
   [[nodiscard]] std::string Path(const std::string& name = kName) const {
-    return Directory() / ("SF/Inbound/" + name);
+    return Queue("Inbound") + "/" + name;
   }
   [[nodiscard]] std::string Written() const {
     EXPECT_EQ(WriteInboundCommandFile(Root(), message_), 1);
@@ -57,8 +48,6 @@ class InboundQueueTest : public test::SettingsFixture {
     queue.ConnectorDirectory = Root();
     return ResetInboundQueue(queue);
   }
-
-  ConnectorMessage message_;
 };
 
 TEST_F(InboundQueueTest, SwitchesDecideWhichLinesAreWritten) {
@@ -100,13 +89,12 @@ TEST_F(InboundQueueTest, ReadingEmptiesFillsAndCuts) {
 }
 
 TEST_F(InboundQueueTest, ACommandAppearsWholeOrNotAtAll) {
-  test::WalkFaults(
-      [&] { fs::remove(Path()); },
-      [&] { EXPECT_EQ(WriteInboundNDRCommand(message_), 1) << "a failure is tried again"; },
-      [&](std::uint64_t) {
-        const std::string text = ReadBytes(Path());
-        EXPECT_TRUE(!fs::exists(Path()) || text.ends_with("Status=Undelivered\r\n")) << text;
-      });
+  WalkFaults([&] { fs::remove(Path()); },
+             [&] { EXPECT_EQ(WriteInboundNDRCommand(message_), 1) << "a failure is tried again"; },
+             [&](std::uint64_t) {
+               const std::string text = ReadBytes(Path());
+               EXPECT_TRUE(!fs::exists(Path()) || text.ends_with("Status=Undelivered\r\n")) << text;
+             });
   EXPECT_EQ(ReadBytes(Path()),
             "CommandType=NORMAL\r\nRecipients=[SMTP:b@b.example];[SMTP:c@c.example]\r\nServer=\r\n"
             "Sender=[SMTP:a@b.example]\r\nTimeAcquired=17\r\nNextSendTime=17\r\nMessageID=" +
@@ -133,21 +121,17 @@ TEST_F(InboundQueueTest, ResetPutsBackWhatIsNotUndelivered) {
   EXPECT_EQ(Reset(), 0);
 }
 
-// Cut at any call it leaves the old text or the new one, and no file where none was.
+// And no file where none was.
 TEST_F(InboundQueueTest, ACutResetLeavesTheOldTextOrTheNew) {
+  const auto reset = [&] { return ResetInboundCommandFile(Root(), kName); };
   const std::string before = "Recipients=x\r\nStatus=Delivering\r\n";
-  auto outcome = InboundReset::kFailed;
-  test::WalkFaults([&] { WriteBytes(Path(), before); },
-                   [&] { outcome = ResetInboundCommandFile(Root(), kName); },
-                   [&](std::uint64_t call) {
-                     const bool reset =
-                         ReadBytes(Path()).find("Status=Undelivered") != std::string::npos;
-                     EXPECT_TRUE(reset || ReadBytes(Path()) == before) << call;
-                     EXPECT_TRUE(reset || outcome == InboundReset::kFailed) << call;
-                     outcome = InboundReset::kFailed;
-                   });
+  WriteBytes(Path(), before);
+  EXPECT_NE(reset(), InboundReset::kFailed);
+  const std::string after = ReadBytes(Path());
+  EXPECT_NE(after.find("Status=Undelivered"), std::string::npos);
+  WalkRewrite(Path(), before, after, [&] { return reset() != InboundReset::kFailed; });
   fs::remove(Path());
-  EXPECT_EQ(ResetInboundCommandFile(Root(), kName), InboundReset::kFailed);
+  EXPECT_EQ(reset(), InboundReset::kFailed);
   EXPECT_FALSE(fs::exists(Path()));
 }
 
@@ -170,17 +154,14 @@ TEST_F(InboundQueueTest, TheLogTellsWhatWasReset) {
             "Reset 1 messages out of 2 in inbound queue for SF\n");
 }
 
-struct HeaderCase {
-  const char* name;
-  std::string text;
-  bool found;
-  std::string value;
-};
-
 TEST_F(InboundQueueTest, ReadsOneHeaderOfAFile) {
   std::string elevenLines;
   for (int i = 0; i < 11; ++i) elevenLines += "A: 1\n";
-  const HeaderCase cases[] = {
+  const struct {
+    std::string name, text;
+    bool found;
+    std::string value;
+  } cases[] = {
       {"any case, blanks dropped", "A: 1\r\nsubject:   two  \r\n\r\n", true, "two  "},
       {"folds as they stand", "Subject: one\r\n two\r\n\tthree\r\nB: x\r\n\r\n", true,
        "one two\tthree"},
@@ -194,7 +175,7 @@ TEST_F(InboundQueueTest, ReadsOneHeaderOfAFile) {
       {"behind a long line", "A: " + std::string(5000, 'a') + "\r\nSubject: one\r\n", true, "one"},
       {"cut", "Subject: " + std::string(100, 's') + "\r\n\r\n", true, std::string(63, 's')},
   };
-  for (const HeaderCase& row : cases) {
+  for (const auto& row : cases) {
     SCOPED_TRACE(row.name);
     WriteBytes(Path(), row.text);
     std::string value = "old";
@@ -206,4 +187,4 @@ TEST_F(InboundQueueTest, ReadsOneHeaderOfAFile) {
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

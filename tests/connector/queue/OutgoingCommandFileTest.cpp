@@ -1,29 +1,16 @@
 // Reading and writing command files.
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <string>
 
 #include "connector/queue/OutgoingCommandFile.h"
 #include "platform/File.h"
-#include "tests/support/SettingsFixture.h"
+#include "tests/support/QueueFixture.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
 
-constexpr const char* kName = "0123456789ABCDEF0123456789ABCDEF.MAI";
-
-class OutgoingCommandFileTest : public test::SettingsFixture {
- protected:
-  OutgoingCommandFileTest() {
-    std::filesystem::create_directories(Directory() / "SF/Outgoing/Messages");
-    SetText(message_.Connector, "SF");
-    SetText(message_.MessageID, kName);
-  }
-  [[nodiscard]] std::string Path() const { return Directory() / "SF/Outgoing/" + kName; }
-
-  ConnectorMessage message_;
-};
+class OutgoingCommandFileTest : public QueueFixture {};
 
 TEST_F(OutgoingCommandFileTest, ReadsEveryKeyAndCutsAtItsLimit) {
   const std::string x(3000, 'x');
@@ -32,11 +19,11 @@ TEST_F(OutgoingCommandFileTest, ReadsEveryKeyAndCutsAtItsLimit) {
                           "Account=", "CommandType="}) {
     text += key + x + "\r\n";
   }
-  test::WriteBytes(Path(), text +
-                               "\r\nRecipients=first\r\nRetries=-2\r\nNextSendTime=99999999999\r\n"
-                               "TimeAcquired= 17x\r\nAuthenticationStatus=yes\r\nUnknown=1\r\n"
-                               "retries=9\r\nDSNFlags=a\r\nMessageID=..\\..\\x\r\nRecipients=" +
-                               std::string(30'000, 'r'));
+  WriteBytes(CommandFile(), text +
+                                "\r\nRecipients=first\r\nRetries=-2\r\nNextSendTime=99999999999\r\n"
+                                "TimeAcquired= 17x\r\nAuthenticationStatus=yes\r\nUnknown=1\r\n"
+                                "retries=9\r\nDSNFlags=a\r\nMessageID=..\\..\\x\r\nRecipients=" +
+                                std::string(30'000, 'r'));
   ASSERT_EQ(ReadOutgoingCommandFile(message_), 1);
   const std::pair<std::string, std::size_t> kept[] = {
       {message_.Status, 15},   {message_.DomainName, 255}, {message_.Sender, 511},
@@ -73,14 +60,14 @@ TEST_F(OutgoingCommandFileTest, WritesItsLinesInOrder) {
   const std::string tail =
       "AccountName=acme\r\nClientIP=10.0.0.1\r\nPriority=Normal\r\nStatus=Unsent\r\n";
   ASSERT_EQ(WriteOutgoingCommandFile(message_), 1);
-  EXPECT_EQ(test::ReadBytes(Path()), head + tail);
+  EXPECT_EQ(ReadBytes(CommandFile()), head + tail);
 
   Set("DSN Status", 1, "CONNECTORS\\SMTP");
   Set("Campaign Status", 1, "CONNECTORS\\SMTP");
   SetText(message_.DSNFlags, "NOTIFY=NEVER");
   SetText(message_.Campaign, "spring\r\nStatus=Held");
   ASSERT_EQ(WriteOutgoingCommandFile(message_), 1);
-  EXPECT_EQ(test::ReadBytes(Path()),
+  EXPECT_EQ(ReadBytes(CommandFile()),
             head + "DSNFlags=NOTIFY=NEVER\r\nCampaign=spring  Status=Held\r\n" + tail);
   ConnectorMessage again;
   SetText(again.Connector, "SF");
@@ -91,8 +78,8 @@ TEST_F(OutgoingCommandFileTest, WritesItsLinesInOrder) {
 }
 
 TEST_F(OutgoingCommandFileTest, WritingWaitsForAHolderTenTimes) {
-  test::WriteBytes(Path(), "x");
-  auto holder = platform::File::Open(Path(), platform::Access::kRead, platform::kShareNone,
+  WriteBytes(CommandFile(), "x");
+  auto holder = platform::File::Open(CommandFile(), platform::Access::kRead, platform::kShareNone,
                                      platform::Disposition::kOpenExisting);
   ASSERT_TRUE(holder);
   EXPECT_EQ(WriteOutgoingCommandFile(message_), 0);
@@ -104,10 +91,10 @@ TEST_F(OutgoingCommandFileTest, WritingWaitsForAHolderTenTimes) {
 TEST_F(OutgoingCommandFileTest, TextsThatAreNoCommandFileAreRefused) {
   for (const std::string& text :
        {std::string(), std::string("Status=Unsent"), std::string(5, '\0')}) {
-    test::WriteBytes(Path(), text);
+    WriteBytes(CommandFile(), text);
     EXPECT_EQ(ReadOutgoingCommandFile(message_), 0);
   }
-  std::filesystem::remove(Path());
+  fs::remove(CommandFile());
   EXPECT_EQ(ReadOutgoingCommandFile(message_), 0);
 }
 
@@ -118,4 +105,4 @@ TEST_F(OutgoingCommandFileTest, DeletingWhatIsGoneSucceedsAtOnce) {
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

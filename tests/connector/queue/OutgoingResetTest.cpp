@@ -5,31 +5,31 @@
 
 #include "connector/queue/OutgoingClaim.h"
 #include "connector/queue/OutgoingReset.h"
-#include "tests/support/SettingsFixture.h"
+#include "tests/support/QueueFixture.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
 
-constexpr const char* kName = "0123456789ABCDEF0123456789ABCDEF.MAI";
-
-class OutgoingResetTest : public test::SettingsFixture {
+class OutgoingResetTest : public QueueFixture {
  protected:
   [[nodiscard]] std::int32_t Reset() const {
-    return ResetOutgoingCommandFile(Directory().Path().c_str(), kName, "NODE1", 90);
+    return ResetOutgoingCommandFile(Queue().c_str(), kName, "NODE1", 90);
   }
-  [[nodiscard]] std::string Path() const { return Directory() / kName; }
 };
 
-struct ResetCase {
-  const char* name;
-  std::string before;
-  std::int32_t result;
-  std::string after;
-};
+std::string SixtyLines() {
+  std::string lines;
+  for (int i = 0; i < 60; ++i) lines += "Extra" + std::to_string(i) + "=x\r\n";
+  return lines;
+}
 
 const char* const kFresh = "TimeAcquired=1700000000\r\n";
 
-const ResetCase kCases[] = {
+const struct {
+  std::string name, before;
+  std::int32_t result;
+  std::string after;
+} kCases[] = {
     {"OwnMessageGoesBack",
      "Recipients=[SF:a/"
      "b]\r\nServer=NODE1\r\nRetries=3\r\nNextSendTime=5\r\nTimeAcquired=1699999999\r\n"
@@ -61,36 +61,29 @@ const ResetCase kCases[] = {
     {"WhatFollowsTheStateKeepsItsLine",
      "Server=NODE1\r\nStatus=Delivering\r\nRecipients=[SF:a/b]\r\n", 1,
      "Server=\r\nStatus=Unsent\r\nRecipients=[SF:a/b]\r\n"},
+    {"EveryLineOfALongFileIsKept",
+     "Server=NODE1\r\n" + SixtyLines() + "Recipients=[SF:a/b]\r\nStatus=Delivering\r\n", 1,
+     "Server=\r\n" + SixtyLines() + "Recipients=[SF:a/b]\r\nStatus=Unsent"},
 };
 
 TEST_F(OutgoingResetTest, ResetsWhatQualifiesAndLeavesTheRest) {
-  for (const ResetCase& row : kCases) {
+  for (const auto& row : kCases) {
     SCOPED_TRACE(row.name);
-    test::WriteBytes(Path(), row.before);
+    WriteBytes(CommandFile(), row.before);
     EXPECT_EQ(Reset(), row.result);
-    EXPECT_EQ(test::ReadBytes(Path()), row.after);
+    EXPECT_EQ(ReadBytes(CommandFile()), row.after);
   }
 }
 
-TEST_F(OutgoingResetTest, KeepsEveryLineOfALongFile) {
-  std::string before = "Server=NODE1\r\n";
-  for (int i = 0; i < 60; ++i) before += "Extra" + std::to_string(i) + "=x\r\n";
-  test::WriteBytes(Path(), before + "Recipients=[SF:a/b]\r\nStatus=Delivering\r\n");
-  EXPECT_EQ(Reset(), 1);
-  const std::string after = test::ReadBytes(Path());
-  EXPECT_NE(after.find("Recipients=[SF:a/b]\r\nStatus=Unsent"), std::string::npos);
-  EXPECT_NE(after.find("Extra59=x\r\n"), std::string::npos);
-}
-
 TEST_F(OutgoingResetTest, LeavesAMessageThatAWorkerHolds) {
-  test::WriteBytes(Path(), "Server=\r\nStatus=Unsent\r\n");
-  auto claim = OutgoingClaim::Take(Directory().Path(), kName);
+  WriteBytes(CommandFile(), "Server=\r\nStatus=Unsent\r\n");
+  auto claim = OutgoingClaim::Take(Queue(), kName);
   ASSERT_TRUE(claim.Commit("Delivering", "NODE1"));
-  const std::string delivering = test::ReadBytes(Path());
+  const std::string delivering = ReadBytes(CommandFile());
   EXPECT_EQ(Reset(), 1);
-  EXPECT_EQ(test::ReadBytes(Path()), delivering);
+  EXPECT_EQ(ReadBytes(CommandFile()), delivering);
   EXPECT_EQ(Clock().Slept(), 9 * 2000) << "ten tries, two seconds apart";
-  EXPECT_FALSE(ForceOutgoingReset(Directory().Path().c_str(), kName));
+  EXPECT_FALSE(ForceOutgoingReset(Queue().c_str(), kName));
 }
 
 TEST_F(OutgoingResetTest, AMissingFileGivesZeroAtOnce) {
@@ -99,4 +92,4 @@ TEST_F(OutgoingResetTest, AMissingFileGivesZeroAtOnce) {
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

@@ -2,43 +2,25 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include <filesystem>
 #include <string>
 
 #include "connector/queue/SetMessageHeader.h"
 #include "tests/support/FaultWalk.h"
-#include "tests/support/SettingsFixture.h"
+#include "tests/support/QueueFixture.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
 
-constexpr const char* kName = "0123456789ABCDEF0123456789ABCDEF.MAI";
-
-class SetMessageHeaderTest : public test::SettingsFixture {
+class SetMessageHeaderTest : public QueueFixture {
  protected:
-  SetMessageHeaderTest() {
-    std::filesystem::create_directories(Directory() / "SF/Outgoing/Messages");
-    std::filesystem::create_directories(Directory() / "SF/Inbound/Messages");
-    SetText(message_.Connector, "SF");
-    SetText(message_.MessageID, kName);
-  }
-  [[nodiscard]] std::string Path(const char* queue = "Outgoing") const {
-    return Directory() / "SF/" + queue + "/Messages/" + kName;
-  }
   [[nodiscard]] std::int32_t Replace() {
     return SetMessageHeader(message_, "Return-Path", "<a@b>", false, true);
   }
-
-  ConnectorMessage message_;
 };
 
-struct HeaderCase {
-  const char* name;
-  std::string before;
-  std::string after;
-};
-
-const HeaderCase kCases[] = {
+const struct {
+  std::string name, before, after;
+} kCases[] = {
     {"AddedBeforeTheBlankLine", "A: 1\r\n\r\nbody", "A: 1\r\nReturn-Path: <a@b>\r\n\r\nbody"},
     {"BlankLineKeepsItsEnd", "A: 1\n\nbody\n", "A: 1\nReturn-Path: <a@b>\r\n\nbody\n"},
     {"ReplacedInPlace", "A: 1\r\nReturn-Path: <old>\r\nB: 2\r\n\r\nbody",
@@ -73,11 +55,11 @@ const HeaderCase kCases[] = {
 };
 
 TEST_F(SetMessageHeaderTest, ChangesTheHeaderAndNothingElse) {
-  for (const HeaderCase& row : kCases) {
+  for (const auto& row : kCases) {
     SCOPED_TRACE(row.name);
-    test::WriteBytes(Path(), row.before);
+    WriteBytes(MessageFile(), row.before);
     EXPECT_EQ(Replace(), 1);
-    EXPECT_EQ(test::ReadBytes(Path()), row.after);
+    EXPECT_EQ(ReadBytes(MessageFile()), row.after);
   }
 }
 
@@ -85,48 +67,34 @@ TEST_F(SetMessageHeaderTest, ChangesTheHeaderAndNothingElse) {
 TEST_F(SetMessageHeaderTest, HoldsAtEveryBufferEdge) {
   for (std::size_t length = 4080; length < 4110; ++length) {
     const std::string head = "A: " + std::string(length, 'y') + "\r\n";
-    test::WriteBytes(Path(), head + head + "\r\nbody\r\n");
+    WriteBytes(MessageFile(), head + head + "\r\nbody\r\n");
     ASSERT_EQ(Replace(), 1);
-    ASSERT_EQ(test::ReadBytes(Path()), head + head + "Return-Path: <a@b>\r\n\r\nbody\r\n");
+    ASSERT_EQ(ReadBytes(MessageFile()), head + head + "Return-Path: <a@b>\r\n\r\nbody\r\n");
   }
 }
 
 TEST_F(SetMessageHeaderTest, AValueThatIsThereRewritesNothing) {
-  test::WriteBytes(Path(), "Return-Path: <a@b>\r\n\r\nbody");
+  WriteBytes(MessageFile(), "Return-Path: <a@b>\r\n\r\nbody");
   struct stat before {};
   struct stat after {};
-  ASSERT_EQ(stat(Path().c_str(), &before), 0);
+  ASSERT_EQ(stat(MessageFile().c_str(), &before), 0);
   EXPECT_EQ(Replace(), 1);
-  ASSERT_EQ(stat(Path().c_str(), &after), 0);
+  ASSERT_EQ(stat(MessageFile().c_str(), &after), 0);
   EXPECT_EQ(before.st_ino, after.st_ino);
 }
 
 TEST_F(SetMessageHeaderTest, PutsFirstWithoutReplaceAndKnowsTheInboundQueue) {
-  test::WriteBytes(Path("Inbound"), "A: 1\r\n\r\n");
+  WriteBytes(MessageFile("Inbound"), "A: 1\r\n\r\n");
   EXPECT_EQ(SetMessageHeader(message_, "X-Mark", "v", true, false), 1);
-  EXPECT_EQ(test::ReadBytes(Path("Inbound")), "X-Mark: v\r\nA: 1\r\n\r\n");
+  EXPECT_EQ(ReadBytes(MessageFile("Inbound")), "X-Mark: v\r\nA: 1\r\n\r\n");
   EXPECT_EQ(Replace(), 0) << "there is no file in the outbound queue";
 }
 
 TEST_F(SetMessageHeaderTest, ACutRewriteLeavesTheOldFileOrTheNew) {
   const std::string body(20'000, 'b');
-  const std::string before = "A: 1\r\n\r\n" + body;
-  const std::string after = "A: 1\r\nReturn-Path: <a@b>\r\n\r\n" + body;
-  std::int32_t result = 0;
-  test::WalkFaults(
-      [&] {
-        result = 0;
-        test::WriteBytes(Path(), before);
-      },
-      [&] { result = Replace(); },
-      [&](std::uint64_t call) {
-        const std::string bytes = test::ReadBytes(Path());
-        EXPECT_TRUE(bytes == before || bytes == after) << "call " << call;
-        if (result == 1) {
-          EXPECT_EQ(bytes, after) << "call " << call;
-        }
-      });
+  WalkRewrite(MessageFile(), "A: 1\r\n\r\n" + body, "A: 1\r\nReturn-Path: <a@b>\r\n\r\n" + body,
+              [&] { return Replace() == 1; });
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

@@ -8,26 +8,19 @@
 #include "SERVICES/Library/LIBBadMail/SetMessageFileHeader.h"
 #include "platform/File.h"
 #include "tests/support/FaultWalk.h"
-#include "tests/support/SettingsFixture.h"
+#include "tests/support/QueueFixture.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
 
-namespace fs = std::filesystem;
-using test::ReadBytes;
-using test::WriteBytes;
-
-constexpr const char* kName = "0123456789ABCDEF0123456789ABCDEF.MAI";
 constexpr const char* kCommand = "Recipients=x\r\nStatus=Delivering\r\n";
 constexpr const char* kMessage = "Subject: one\r\n\r\nbody\r\n";
 constexpr const char* kKept = "Subject: one\r\nX-CV-BADMAIL: WORD, text\r\n\r\nbody\r\n";
 
-class BadMailTest : public test::SettingsFixture {
+class BadMailTest : public QueueFixture {
  protected:
   BadMailTest() {
     Set("Bad Mail Directory", Bad());
-    SetText(message_.MessageID, kName);
-    SetText(message_.Connector, "SF");
     Prepare();
   }
   void Prepare() const {
@@ -35,10 +28,9 @@ class BadMailTest : public test::SettingsFixture {
     fs::remove_all(Bad());
     fs::create_directories(Queue() + "/Messages");
     fs::create_directories(Bad() + "/Messages");
-    WriteBytes(Queue() + "/" + kName, kCommand);
-    WriteBytes(Queue() + "/Messages/" + kName, kMessage);
+    WriteBytes(CommandFile(), kCommand);
+    WriteBytes(MessageFile(), kMessage);
   }
-  [[nodiscard]] std::string Queue() const { return Directory() / "SF/Outgoing"; }
   [[nodiscard]] std::string Bad() const { return Directory() / "badmail"; }
   void Move() { EXPECT_EQ(SystemOutboundMoveToBadMail(Queue(), message_, "WORD, text"), 1); }
   void ExpectPair(const std::string& directory, const std::string& message,
@@ -46,8 +38,6 @@ class BadMailTest : public test::SettingsFixture {
     EXPECT_EQ(ReadBytes(directory + "/" + name), message.empty() ? "" : kCommand);
     EXPECT_EQ(ReadBytes(directory + "/Messages/" + name), message);
   }
-
-  ConnectorMessage message_;
 };
 
 TEST_F(BadMailTest, MovesBothFilesAndSaysWhy) {
@@ -81,7 +71,7 @@ TEST_F(BadMailTest, WithoutOverwriteTheNewOneTakesANewName) {
 }
 
 TEST_F(BadMailTest, AMessageWithoutItsFileLeavesNothingThere) {
-  fs::remove(Queue() + "/Messages/" + kName);
+  fs::remove(MessageFile());
   Move();
   EXPECT_FALSE(fs::exists(Bad() + "/" + kName));
   EXPECT_FALSE(message_.KeepInQueue) << "there is nothing to keep";
@@ -114,7 +104,7 @@ TEST_F(BadMailTest, ATargetThatIsHeldStays) {
 
 // At each call that fails or dies, the queue or bad mail has both files whole.
 TEST_F(BadMailTest, FaultsLoseNothing) {
-  test::WalkFaults(
+  WalkFaults(
       [&] {
         Prepare();
         message_.KeepInQueue = false;
@@ -125,8 +115,8 @@ TEST_F(BadMailTest, FaultsLoseNothing) {
         const std::string kept = ReadBytes(Bad() + "/Messages/" + kName);
         const bool inBad =
             ReadBytes(Bad() + "/" + kName) == kCommand && (kept == kKept || kept == kMessage);
-        const bool inQueue = ReadBytes(Queue() + "/" + kName) == kCommand &&
-                             ReadBytes(Queue() + "/Messages/" + kName) == kMessage;
+        const bool inQueue =
+            ReadBytes(CommandFile()) == kCommand && ReadBytes(MessageFile()) == kMessage;
         EXPECT_TRUE(inBad || inQueue);
         if (!message_.KeepInQueue) return;
         EXPECT_FALSE(fs::exists(Bad() + "/" + kName)) << "no half of it there";
@@ -135,31 +125,27 @@ TEST_F(BadMailTest, FaultsLoseNothing) {
 }
 
 TEST_F(BadMailTest, TheConsoleSaysWhyAHeaderIsNotSet) {
-  const std::string path = Queue() + "/Messages/" + kName;
   const auto told = [&] {
     testing::internal::CaptureStdout();
-    EXPECT_FALSE(SetMessageFileHeader(path, "X-Why", "new", false));
-    EXPECT_EQ(ReadBytes(path), kMessage);
+    EXPECT_FALSE(SetMessageFileHeader(MessageFile(), "X-Why", "new", false));
+    EXPECT_EQ(ReadBytes(MessageFile()), kMessage);
     return testing::internal::GetCapturedStdout();
   };
   platform::ArmFault({.error = platform::kErrorAccessDenied});
   EXPECT_EQ(told(), "Error: Could not open message file for writing. Error Code: 5\r\n");
   platform::DisarmFault();
-  const auto held = platform::File::Open(path, platform::Access::kRead, platform::kShareRead,
-                                         platform::Disposition::kOpenExisting);
+  const auto held =
+      platform::File::Open(MessageFile(), platform::Access::kRead, platform::kShareRead,
+                           platform::Disposition::kOpenExisting);
   EXPECT_EQ(told(),
             "Could not remove original copy of message file. Check if file has readonly set or if "
             "there are permissions issues\r\n");
 }
 
-struct HeaderCase {
-  const char* name;
-  std::string before;
-  std::string after;
-};
-
 TEST_F(BadMailTest, SetsAHeaderOfAnyFile) {
-  const HeaderCase cases[] = {
+  const struct {
+    std::string name, before, after;
+  } cases[] = {
       {"replaced, without a blank too", "A: 1\r\nx-why:old\r\n\r\nb",
        "A: 1\r\nX-Why: new\r\n\r\nb"},
       {"before the blank line", "A: 1\n\nb", "A: 1\nX-Why: new\r\n\nb"},
@@ -167,7 +153,7 @@ TEST_F(BadMailTest, SetsAHeaderOfAnyFile) {
       {"body stays", "\r\nX-Why: old\r\n", "X-Why: new\r\n\r\nX-Why: old\r\n"},
   };
   const std::string path = Directory() / "file";
-  for (const HeaderCase& row : cases) {
+  for (const auto& row : cases) {
     SCOPED_TRACE(row.name);
     WriteBytes(path, row.before);
     EXPECT_TRUE(SetMessageFileHeader(path, "X-Why", "new", false));
@@ -180,4 +166,4 @@ TEST_F(BadMailTest, SetsAHeaderOfAnyFile) {
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

@@ -22,17 +22,13 @@
 #include "tests/support/HeardEvents.h"
 #include "tests/support/SettingsFixture.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
-
-namespace fs = std::filesystem;
-using test::ReadBytes;
-using test::WriteBytes;
 
 // A program looks once whether the debugger channel is wanted, at its first line.
 [[maybe_unused]] const int kChannelWanted = setenv("CORVANE_DEBUG_CHANNEL", "1", 1);
 
-class BlockFileTest : public test::SettingsFixture {
+class BlockFileTest : public SettingsFixture {
  protected:
   [[nodiscard]] std::string Path(const char* name = "_activity.blk") const {
     return Directory() / name;
@@ -78,7 +74,7 @@ TEST_F(BlockFileTest, WithoutItsDirectoryThereIsNoLock) {
 
 TEST_F(BlockFileTest, WhereNoFileCanBeMadeTheWaitGivesUp) {
   fs::permissions(Directory().Path(), fs::perms(0755));
-  const test::AsNobody nobody;
+  const AsNobody nobody;
   platform::File handle;
   EXPECT_EQ(Wait(&handle, true, 0, 5), -1);
   EXPECT_EQ(SecondsSlept(), 6);
@@ -134,7 +130,7 @@ TEST_F(BlockFileTest, AWaitEndsByForceOrIsGivenUpAndTheLogTellsHow) {
 }
 
 TEST_F(BlockFileTest, AScopeLockThatFailsIsInTheEventLog) {
-  const test::HeardEvents heard;
+  const HeardEvents heard;
   const std::string path = Directory() / "none/_activity.blk";
   const BlockFileLock lock(path, true);
   EXPECT_FALSE(lock.IsHeld());
@@ -143,7 +139,7 @@ TEST_F(BlockFileTest, AScopeLockThatFailsIsInTheEventLog) {
                            "] Error (Class S): BlockFileLock Activity notification handler "
                            "(WaitForAccessToFile) failed to obtain a lock on the blockfile (" +
                            path + ").\n";
-  EXPECT_EQ(heard.all, (std::vector<test::HeardEvents::Event>{
+  EXPECT_EQ(heard.all, (std::vector<HeardEvents::Event>{
                            {"Corvane", platform::EventType::kError, 0x40000001U, text}}));
 }
 
@@ -248,8 +244,8 @@ TEST_F(BlockFileTest, ProgramsExcludeEachOther) {
     other.join();
     return 0;
   };
-  test::ChildProcess first(twice);
-  test::ChildProcess second(twice);
+  ChildProcess first(twice);
+  ChildProcess second(twice);
   std::thread asks([&] { EXPECT_EQ(first.Ask(0), 0); });
   EXPECT_EQ(second.Ask(0), 0);
   asks.join();
@@ -259,4 +255,4 @@ TEST_F(BlockFileTest, ProgramsExcludeEachOther) {
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

@@ -10,16 +10,14 @@
 #include "tests/SERVICES/Library/LIBMessageIndex/MessageIndexTestSupport.h"
 #include "tests/support/Corpus.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
 
-namespace fs = std::filesystem;
-
-class MessageIndexCorpusTest : public test::MessageFixture {
+class MessageIndexCorpusTest : public MessageFixture {
  protected:
   void SetUp() override {
-    if (test::CorpusFolder().empty()) GTEST_SKIP() << "no corpus; CORVANE_CORPUS names its folder";
-    for (const auto& entry : fs::directory_iterator(test::CorpusFolder() / "messages")) {
+    if (CorpusFolder().empty()) GTEST_SKIP() << "no corpus; CORVANE_CORPUS names its folder";
+    for (const auto& entry : fs::directory_iterator(CorpusFolder() / "messages")) {
       messages_.push_back(entry.path().string());
     }
     ASSERT_GT(messages_.size(), 100U);
@@ -42,9 +40,8 @@ TEST_F(MessageIndexCorpusTest, BothReadersTakeEveryMessage) {
   std::size_t datesAlike = 0;
   for (const std::string& message : messages_) {
     SCOPED_TRACE(message);
-    MessageHeaders mime;
-    MessageHeaders lines;
-    const bool headless = test::ReadBytes(message).find_first_of("\r\n") == 0;
+    MessageHeaders mime, lines;
+    const bool headless = ReadBytes(message).find_first_of("\r\n") == 0;
     EXPECT_EQ(ParseMessageMime(message, mime), 1);
     EXPECT_EQ(ParseMessageLines(message, lines, true, false, kVerifyAttachments, false),
               headless ? 0 : 1);
@@ -62,7 +59,7 @@ TEST_F(MessageIndexCorpusTest, WhatARewriteAddsAnotherTakesOut) {
   Set("UID Branding Enabled", 1U);
   for (const std::string& message : messages_) {
     SCOPED_TRACE(message);
-    Write(test::ReadBytes(message));
+    Write(ReadBytes(message));
     ASSERT_NE(StripIndexHeaders(Folder(), kName), RewriteResult::kFailed);  // of another system
     const std::string before = Read();
     ASSERT_EQ(SetMessageUID(Folder(), kName, 5, 6, "\\SEEN"), RewriteResult::kRewritten);
@@ -77,4 +74,4 @@ TEST_F(MessageIndexCorpusTest, WhatARewriteAddsAnotherTakesOut) {
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

@@ -1,7 +1,7 @@
 // What the indexer keeps of a folder beside its index: brand, counts, stylesheets.
 #include <gtest/gtest.h>
 
-#include <filesystem>
+#include <utility>
 
 #include "SERVICES/Library/LIBMessageIndex/FolderBrand.h"
 #include "SERVICES/Library/LIBMessageIndex/FolderDetailsFile.h"
@@ -9,29 +9,24 @@
 #include "platform/FileSystem.h"
 #include "tests/SERVICES/Library/LIBMessageIndex/MessageIndexTestSupport.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
 
-class FolderFilesTest : public test::MessageFixture {
+class FolderFilesTest : public MessageFixture {
  protected:
   FolderFilesTest() { Set("Index Files Enabled", 1U, "CONNECTORS\\SF"); }
   [[nodiscard]] std::string DetailsPath() const { return Folder() + "/_FOLDER.DAT"; }
 };
 
-struct BrandCase {
-  std::int64_t created;
-  std::uint32_t brand;
-};
-
 TEST_F(FolderFilesTest, BrandIsWhenTheFolderWasMade) {
-  const BrandCase cases[] = {
+  const std::pair<std::int64_t, std::uint32_t> cases[] = {
       {1'396'310'401, 1'396'310'401U},
       {1'700'000'000, 1'700'000'000U},
       {1'396'310'400, 0x53204000U},  // 130,407,840,000,000,000 in 100 ns, its low half
   };
-  for (const BrandCase& row : cases) {
-    ASSERT_TRUE(platform::SetCreationTime(Folder(), row.created));
-    EXPECT_EQ(FolderBrand(Folder()), row.brand) << row.created;
+  for (const auto& [created, brand] : cases) {
+    ASSERT_TRUE(platform::SetCreationTime(Folder(), created));
+    EXPECT_EQ(FolderBrand(Folder()), brand) << created;
   }
   EXPECT_EQ(FolderBrand(Folder() + "/none"), 0U);
 }
@@ -43,7 +38,7 @@ TEST_F(FolderFilesTest, DetailsAreThirteenWords) {
   details.FirstSeenPosition = 0x01020304;
   details.LastUID = 9;
   EXPECT_TRUE(WriteFolderDetailsFile(Folder(), details));
-  const std::string bytes = test::ReadBytes(DetailsPath());
+  const std::string bytes = ReadBytes(DetailsPath());
   ASSERT_EQ(bytes.size(), 52U);
   EXPECT_EQ(bytes.substr(20, 12), std::string("\4\3\2\1\3\0\0\0\2\0\0\0", 12));
   EXPECT_EQ(bytes[44], 9);
@@ -55,20 +50,19 @@ TEST_F(FolderFilesTest, DetailsAreThirteenWords) {
 
 TEST_F(FolderFilesTest, ImpossibleCountsAreLimited) {
   FolderDetails details;
-  struct Count {
+  const struct {
     std::uint32_t FolderDetails::*count;
     std::uint32_t before, after;
-  };
-  const Count kCounts[] = {{&FolderDetails::TotalCount, 5, 5},
-                           {&FolderDetails::DeletedCount, 6, 5},
-                           {&FolderDetails::AnsweredCount, 0xFFFFFFFF, 0},
-                           {&FolderDetails::SeenCount, 5, 5},
-                           {&FolderDetails::RecentCount, 99, 5},
-                           {&FolderDetails::Reserved9, 6, 5},
-                           {&FolderDetails::FlaggedCount, 77, 77}};  // nobody limits it
-  for (const Count& row : kCounts) details.*row.count = row.before;
+  } kCounts[] = {{&FolderDetails::TotalCount, 5, 5},
+                 {&FolderDetails::DeletedCount, 6, 5},
+                 {&FolderDetails::AnsweredCount, 0xFFFFFFFF, 0},
+                 {&FolderDetails::SeenCount, 5, 5},
+                 {&FolderDetails::RecentCount, 99, 5},
+                 {&FolderDetails::Reserved9, 6, 5},
+                 {&FolderDetails::FlaggedCount, 77, 77}};  // nobody limits it
+  for (const auto& row : kCounts) details.*row.count = row.before;
   NormaliseFolderDetails(details);
-  for (const Count& row : kCounts) EXPECT_EQ(details.*row.count, row.after) << row.before;
+  for (const auto& row : kCounts) EXPECT_EQ(details.*row.count, row.after) << row.before;
   details.TotalCount = 0x80000000;
   NormaliseFolderDetails(details);
   EXPECT_EQ(details.TotalCount, 0U);
@@ -78,7 +72,7 @@ TEST_F(FolderFilesTest, ImpossibleCountsAreLimited) {
 TEST_F(FolderFilesTest, WhatCannotBeReadIsZeroAndWhatMayNotBeIsLeft) {
   for (const std::uint32_t enabled : {1U, 0U}) {
     Set("Index Files Enabled", enabled, "CONNECTORS\\SF");
-    test::WriteBytes(DetailsPath(), std::string(51, '\1'));
+    WriteBytes(DetailsPath(), std::string(51, '\1'));
     FolderDetails details;
     details.LastUID = 7;
     EXPECT_FALSE(ReadFolderDetailsFile(Folder(), details));
@@ -112,4 +106,4 @@ TEST(IndexStylesheets, KeysAreQuoted) {
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

@@ -10,15 +10,12 @@
 #include "tests/SERVICES/Library/LIBMessageIndex/MailFolder.h"
 #include "tests/support/ChildProcess.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
 
 struct Combination {
   const char* name;
-  bool streamReader;
-  bool streamWriter;
-  bool oldFormat;
-  bool offsetCache;
+  bool streamReader, streamWriter, oldFormat, offsetCache;
 };
 const Combination kCombinations[] = {
     {"Streams", true, true, true, false},
@@ -29,11 +26,10 @@ const Combination kCombinations[] = {
     {"DocumentReaderOfStreams", false, true, true, true},
 };
 
-class Model : public test::MailFolder {
+class Model : public MailFolder {
  protected:
   struct Row {
-    std::string subject;
-    std::string flags;
+    std::string subject, flags;
   };
 
   void Use(const Combination& c) {
@@ -57,7 +53,7 @@ class Model : public test::MailFolder {
     if (indexed) {
       ASSERT_EQ(InsertIntoFolderIndex(folder_, name), 1);
     } else {
-      test::WriteBytes(PathOf("_CHANGE.DTY"), "x");
+      WriteBytes(PathOf("_CHANGE.DTY"), "x");
       StoreIndex store(MessageIndexFiles());
       ASSERT_TRUE(Open(&store));
     }
@@ -83,11 +79,8 @@ class Model : public test::MailFolder {
   // The file, read whole, holds what the map holds, and is sound.
   void Compare() {
     StoreIndex store(MessageIndexFiles());
-    IndexLoad load;
-    load.store = &store;
-    load.path = folder_;
-    load.useChangeFlag = false;
-    ASSERT_TRUE(store.Index.Load(load));
+    ASSERT_TRUE(store.Index.Load(
+        {.store = &store, .path = folder_, .keyFilter = {}, .useChangeFlag = false}));
     std::map<std::string, std::string> found;
     for (const auto* item : store.Index.Sequence) {
       found[item->GetText("ID")] = item->GetText("SUBJECT") + "|" + item->GetText("FLAGSTATUS");
@@ -164,7 +157,7 @@ TEST_F(Model, AChangeThatIsCutShortLosesNoMessage) {
       SCOPED_TRACE(std::string(name) + " " + std::to_string(call));
       ASSERT_LT(call, 200U);
       prepare();
-      const int ended = test::RunInChild([&] {
+      const int ended = RunInChild([&, change = change] {
         platform::ArmFault({.number = call, .action = platform::FaultAction::kKill});
         change(folder_);
         return 0;
@@ -172,10 +165,9 @@ TEST_F(Model, AChangeThatIsCutShortLosesNoMessage) {
       const bool unbroken = ended == 0;
       // The lock of the dead is taken away after its time.
       const std::string items = Items("FLAGSTATUS", true);
-      EXPECT_NE(items.find("a.MAI:"), std::string::npos) << items;
-      EXPECT_NE(items.find("b.MAI:"), std::string::npos) << items;
-      EXPECT_NE(items.find("=\\SEEN "), std::string::npos) << "flags come back: " << items;
-      EXPECT_NE(items.find("n.MAI:"), std::string::npos) << items;
+      for (const char* part : {"a.MAI:", "b.MAI:", "n.MAI:", "=\\SEEN "}) {
+        EXPECT_NE(items.find(part), std::string::npos) << part << " in " << items;
+      }
       EXPECT_TRUE(CheckIndex(folder_, kClassMail).empty());
       if (unbroken) break;
     }
@@ -183,4 +175,4 @@ TEST_F(Model, AChangeThatIsCutShortLosesNoMessage) {
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

@@ -9,16 +9,16 @@
 #include "SERVICES/Library/LIBStoreIndexSerialisation/IndexInspection.h"
 #include "tests/SERVICES/Library/LIBMessageIndex/MailFolder.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
 
-class Scan : public test::MailFolder {
+class Scan : public MailFolder {
  protected:
   std::int32_t Run(bool clearRecent = false, platform::ClientSocket* socket = nullptr) {
     StoreIndex store(MessageIndexFiles());
     return ScanFoldersOrdered(&store.Index, folder_, clearRecent, socket, 1, true);
   }
-  [[nodiscard]] std::string IndexText() const { return test::ReadBytes(PathOf("_index.xml")); }
+  [[nodiscard]] std::string IndexText() const { return ReadBytes(PathOf("_index.xml")); }
 };
 
 TEST_F(Scan, ANewFolderGetsItsItemsInTheOrderOfNames) {
@@ -27,14 +27,14 @@ TEST_F(Scan, ANewFolderGetsItsItemsInTheOrderOfNames) {
   }
   Deliver(std::string(60, 'n') + ".MAI", "a name of 64 bytes");
   ASSERT_TRUE(platform::CreateDirectory(PathOf("directory.MAI")));
-  test::WriteBytes(PathOf("_CHANGE.DTY"), "x");
+  WriteBytes(PathOf("_CHANGE.DTY"), "x");
   EXPECT_EQ(Run(), 1);
   EXPECT_TRUE(CheckIndex(folder_, kClassMail).empty());
   EXPECT_FALSE(IsThere("_CHANGE.DTY"));
   EXPECT_FALSE(IsThere("_index.blk"));
   EXPECT_EQ(IndexText().substr(0, 33), "<BASEELEMENT LASTUID=\"x00000003\">");
-  EXPECT_EQ(test::ReadBytes(PathOf("_DIRSIZE.TMP")), "0");
-  EXPECT_EQ(test::ReadBytes(PathOf("_FOLDER.DAT")).size(), 52U);
+  EXPECT_EQ(ReadBytes(PathOf("_DIRSIZE.TMP")), "0");
+  EXPECT_EQ(ReadBytes(PathOf("_FOLDER.DAT")).size(), 52U);
   EXPECT_EQ(Items(), "a.MAI:1=a.MAI b.MAI:2=b.MAI C.MAI:3=C.MAI ");
   EXPECT_EQ(Items("FLAGSTATUS"), "a.MAI:1=\\RECENT b.MAI:2=\\RECENT C.MAI:3=\\RECENT ");
 }
@@ -94,7 +94,7 @@ TEST_F(Scan, BrandedMessagesBringTheirFlagsAndGetAFreshUid) {
   Deliver("a.MAI", "x", "X-UID: 12345.7\r\n");
   ASSERT_EQ(Run(), 1);
   EXPECT_EQ(Items(), "a.MAI:1=x ");
-  EXPECT_EQ(test::ReadBytes(PathOf("a.MAI")).find("X-UID"), std::string::npos);
+  EXPECT_EQ(ReadBytes(PathOf("a.MAI")).find("X-UID"), std::string::npos);
   Set("New Indexing", 1U);
   Deliver("b.MAI", "y", "X-CVTempFlags: \\SEEN \\FLAGGED\r\n");
   ASSERT_EQ(Run(), 1);
@@ -116,7 +116,7 @@ TEST_F(Scan, AClientThatHasGoneEndsTheWalk) {
   ::close(ends[1]);
   EXPECT_EQ(Run(false, &socket), 1);
   EXPECT_FALSE(IsThere("_index.xml"));
-  EXPECT_NE(test::ReadBytes(PathOf("m0.MAI")).find("X-CVTempFlags"), std::string::npos)
+  EXPECT_NE(ReadBytes(PathOf("m0.MAI")).find("X-CVTempFlags"), std::string::npos)
       << "the only place that has the flags";
   ::close(ends[0]);
   ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
@@ -131,7 +131,7 @@ TEST_F(Scan, WhatCouldNotBeWrittenStaysMarked) {
   Deliver("a.MAI", "x");
   ASSERT_EQ(Run(), 1);
   Deliver("b.MAI", "y");
-  test::WriteBytes(PathOf("_CHANGE.DTY"), "x");
+  WriteBytes(PathOf("_CHANGE.DTY"), "x");
   auto held = platform::File::Open(PathOf("_index.xml"), platform::Access::kRead,
                                    platform::kShareAll, platform::Disposition::kOpenExisting);
   EXPECT_EQ(Items(), "a.MAI:1=x b.MAI:2=y ");
@@ -149,14 +149,14 @@ TEST_F(Scan, AnIndexThatIsTornIsPutAsideAndBuiltAnew) {
   Deliver("a.MAI", "x");
   for (const std::uint32_t backups : {0U, 1U}) {
     Set("Backup Index", backups);
-    if (backups != 0) test::WriteBytes(PathOf("_index.xml.bak"), "torn too");
-    test::WriteBytes(PathOf("_index.xml"), "torn");
-    test::WriteBytes(PathOf("_CHANGE.DTY"), "x");
+    if (backups != 0) WriteBytes(PathOf("_index.xml.bak"), "torn too");
+    WriteBytes(PathOf("_index.xml"), "torn");
+    WriteBytes(PathOf("_CHANGE.DTY"), "x");
     EXPECT_EQ(Items(), "a.MAI:1=x ");
-    EXPECT_EQ(test::ReadBytes(PathOf("_index.xml.bad")), "torn");
+    EXPECT_EQ(ReadBytes(PathOf("_index.xml.bad")), "torn");
     EXPECT_FALSE(IsThere("_CHANGE.DTY"));
   }
-  EXPECT_NE(test::ReadBytes(PathOf("_index.xml.bak")), "torn too");
+  EXPECT_NE(ReadBytes(PathOf("_index.xml.bak")), "torn too");
 }
 
 TEST_F(Scan, ABackupThatCantBePutInPlaceHoldsNothingUp) {
@@ -181,7 +181,7 @@ TEST_F(Scan, AnIndexThatCantBeReadNowStaysAsItIs) {
     ASSERT_EQ(Run(), 1);
     ASSERT_EQ(SetInFolderIndex(folder_, "a.MAI", "FLAGSTATUS", "\\SEEN"), IndexChange::kDone);
     Deliver("b.MAI", "y");
-    test::WriteBytes(PathOf("_CHANGE.DTY"), "x");
+    WriteBytes(PathOf("_CHANGE.DTY"), "x");
     const std::string before = IndexText();
     auto held = platform::File::Open(PathOf("_index.xml"), platform::Access::kReadWrite,
                                      {.remove = true}, platform::Disposition::kOpenExisting);
@@ -221,9 +221,9 @@ TEST_F(Scan, ABackupBringsTheFlagsBack) {
   ASSERT_TRUE(IsThere("_index.xml.bak"));
   ASSERT_TRUE(platform::DeleteFile(PathOf("b.MAI")));
   Deliver("c.MAI", "c.MAI");
-  test::WriteBytes(PathOf("_index.xml"), IndexText().substr(0, 100));
+  WriteBytes(PathOf("_index.xml"), IndexText().substr(0, 100));
   EXPECT_EQ(Items("FLAGSTATUS"), "a.MAI:1=\\SEEN c.MAI:3=\\RECENT ");
-  test::WriteBytes(PathOf("_index.xml"), "torn");
+  WriteBytes(PathOf("_index.xml"), "torn");
   StoreIndex quiet(MessageIndexFiles());
   EXPECT_TRUE(Open(&quiet, true, false));
   EXPECT_EQ(Items("FLAGSTATUS"), "a.MAI:1=\\RECENT c.MAI:2=\\RECENT ")
@@ -253,7 +253,7 @@ TEST_F(Scan, ASecondInsertionOfAnItemIsNone) {
   EXPECT_TRUE(CheckIndex(folder_, kClassMail).empty());
   // What the scan of a marked folder has taken in and written isn't written again.
   Deliver("c.MAI", "c.MAI");
-  test::WriteBytes(PathOf("_CHANGE.DTY"), "x");
+  WriteBytes(PathOf("_CHANGE.DTY"), "x");
   ASSERT_TRUE(platform::SetLastWriteTime(PathOf("_DIRSIZE.TMP"), 1'600'000'000));
   std::filesystem::create_hard_link(PathOf("_index.xml"), PathOf("index"));
   EXPECT_EQ(InsertIntoFolderIndex(folder_, "c.MAI"), 1);
@@ -270,7 +270,7 @@ TEST_F(Scan, AnInsertionBehindALastUidThatLagsTakesAFreshUid) {
   ASSERT_TRUE(platform::SetLastWriteTime(PathOf("_DIRSIZE.TMP"), 1'600'000'000));
   std::string text = IndexText();
   text.replace(text.find("x00000003"), 9, "x00000001");
-  test::WriteBytes(PathOf("_index.xml"), text);
+  WriteBytes(PathOf("_index.xml"), text);
   Deliver("d.MAI", "d.MAI");
   EXPECT_EQ(InsertIntoFolderIndex(folder_, "d.MAI"), 1);
   EXPECT_EQ(Items(), "a.MAI:1=a.MAI b.MAI:2=b.MAI c.MAI:3=c.MAI d.MAI:4=d.MAI ");
@@ -281,7 +281,7 @@ TEST_F(Scan, AnInsertionThatFailsMarksTheFolder) {
   Deliver("a.MAI", "x");
   EXPECT_EQ(InsertIntoFolderIndex(folder_, "a.MAI"), 1) << "a folder without an index is scanned";
   Deliver("b.MAI", "y");
-  test::WriteBytes(PathOf("_index.xml"), IndexText().substr(0, 60));
+  WriteBytes(PathOf("_index.xml"), IndexText().substr(0, 60));
   EXPECT_EQ(InsertIntoFolderIndex(folder_, "b.MAI"), 0);
   EXPECT_TRUE(IsThere("_CHANGE.DTY"));
   EXPECT_EQ(Items(), "a.MAI:1=x b.MAI:2=y ");
@@ -292,4 +292,4 @@ TEST_F(Scan, AnInsertionThatFailsMarksTheFolder) {
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <string>
-#include <string_view>
 
 #include "SERVICES/Library/LIBMessageIndex/FolderScan.h"
 #include "SERVICES/Library/LIBMessageIndex/MessageIndexFiles.h"
@@ -34,14 +33,13 @@ class MailFolder : public SettingsFixture {
   // A load as a reader of the folder does it: a marked folder is scanned.
   bool Open(StoreIndex* store, bool forceRescan = false, bool recover = true,
             std::int32_t messageClass = kClassMail) {
-    IndexLoad load;
-    load.store = store;
-    load.path = folder_;
-    load.forceRescan = forceRescan;
-    load.verifyFiles = forceRescan ? 1 : 0;
-    load.recover = recover;
-    load.messageClass = messageClass;
-    return store->Index.Load(load);
+    return store->Index.Load({.store = store,
+                              .path = folder_,
+                              .messageClass = messageClass,
+                              .keyFilter = {},
+                              .verifyFiles = forceRescan ? 1 : 0,
+                              .forceRescan = forceRescan,
+                              .recover = recover});
   }
   // "ID:UID=value " of every item in UID order after such a load; "unreadable" when it fails.
   std::string Items(const char* property = "SUBJECT", bool forceRescan = false) {

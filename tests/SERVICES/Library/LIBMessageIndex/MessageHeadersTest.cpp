@@ -5,14 +5,10 @@
 namespace corvane {
 namespace {
 
-struct FlagCase {
-  const char* flags;
-  const char* name;
-  const char* after;
-};
-
 TEST(AddFlag, AddsOnceWithItsMark) {
-  const FlagCase cases[] = {
+  const struct {
+    const char *flags, *name, *after;
+  } cases[] = {
       {"", "SEEN", "\\SEEN"},
       {"$a", "SEEN", "$a \\SEEN"},
       {"\\seen", "SEEN", "\\seen"},
@@ -20,21 +16,19 @@ TEST(AddFlag, AddsOnceWithItsMark) {
       {"\\SEEN", "\\RECENT", "\\SEEN \\RECENT"},
       {"$ISMAILINGLISTS", "$IsMailingList", "$ISMAILINGLISTS"},
   };
-  for (const FlagCase& row : cases) {
+  for (const auto& row : cases) {
     std::string flags = row.flags;
     AddFlag(flags, row.name);
     EXPECT_EQ(flags, row.after);
   }
 }
 
-struct CutCase {
-  std::string_view text;
-  std::size_t size;
-  std::string_view kept;
-};
-
 TEST(CutToSize, KeepsWholeCharacters) {
-  const CutCase cases[] = {
+  const struct {
+    std::string_view text;
+    std::size_t size;
+    std::string_view kept;
+  } cases[] = {
       {"abc", 4, "abc"},
       {"abcd", 4, "abc"},
       {"a\xC3\xA4", 4, "a\xC3\xA4"},
@@ -42,7 +36,7 @@ TEST(CutToSize, KeepsWholeCharacters) {
       {"\xF0\x9F\x98\x80", 4, ""},  // a character of four bytes that doesn't fit
       {"\x80\x80\x80\x80\x80\x80", 6, "\x80\x80\x80\x80\x80"},  // no UTF-8
   };
-  for (const CutCase& row : cases) EXPECT_EQ(CutToSize(row.text, row.size), row.kept) << row.text;
+  for (const auto& row : cases) EXPECT_EQ(CutToSize(row.text, row.size), row.kept) << row.text;
   SizedText<4> sized;
   sized = "abcdef";
   EXPECT_EQ(sized.View(), "abc");

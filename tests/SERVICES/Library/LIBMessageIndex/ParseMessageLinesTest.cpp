@@ -7,7 +7,7 @@
 namespace corvane::test {
 namespace {
 
-class ParseMessageLinesTest : public test::MessageFixture {
+class ParseMessageLinesTest : public MessageFixture {
  protected:
   std::int32_t Parse(MessageHeaders& headers, bool clearFlags = false, bool branding = false,
                      std::int32_t attachmentMode = kVerifyAttachments, bool ignoreRead = false) {
@@ -67,15 +67,12 @@ TEST_F(ParseMessageLinesTest, EveryRuleHolds) {
   }
 }
 
-struct AttachmentCase {
-  const char* name;
-  std::string_view message;
+const struct {
+  std::string_view name, message;
   std::uint32_t claimed;          // attachmentMode 0
   std::uint32_t verified;         // attachmentMode 2
   std::uint32_t alternative = 2;  // attachmentMode 0 with the setting, if it differs
-};
-
-const AttachmentCase kAttachments[] = {
+} kAttachments[] = {
     {"MixedClaims", "Content-Type: multipart/mixed; x\r\n\r\n--b\r\n", 1, 0},
     {"MixedIsBorneOut",
      "Content-Type: multipart/mixed; x\r\n\r\n--b\r\ncontent-disposition: attachment; y\r\n", 1, 1},
@@ -92,11 +89,10 @@ const AttachmentCase kAttachments[] = {
 };
 
 TEST_F(ParseMessageLinesTest, AttachmentsAreClaimedThenVerified) {
-  for (const AttachmentCase& row : kAttachments) {
+  for (const auto& row : kAttachments) {
     SCOPED_TRACE(row.name);
     Write(row.message);
-    MessageHeaders claimed;
-    MessageHeaders verified;
+    MessageHeaders claimed, verified;
     ASSERT_EQ(Parse(claimed, false, false, 0), 1);
     ASSERT_EQ(Parse(verified), 1);
     EXPECT_EQ(claimed.Attachments, row.claimed);
@@ -109,20 +105,18 @@ TEST_F(ParseMessageLinesTest, AttachmentsAreClaimedThenVerified) {
   }
 }
 
-struct UidCase {
-  std::string_view line;
-  bool branding;
-  std::uint32_t uid;
-};
-
 TEST_F(ParseMessageLinesTest, UidCountsWithTheBrandOfItsFolder) {
-  const UidCase cases[] = {
+  const struct {
+    std::string_view line;
+    bool branding;
+    std::uint32_t uid;
+  } cases[] = {
       {"X-UID: 77.12", true, 12},        {"X-UID: 77.12", false, 0},
       {"X-UID: 78.12", true, 0},         {"X-UID: 12", true, 0},
       {"X-UID: 77.x", true, 0},          {"X-UID: .12", true, 0},
       {"X-UID: 4294967373.12", true, 0},
   };
-  for (const UidCase& row : cases) {
+  for (const auto& row : cases) {
     Write(std::string(row.line) + "\r\n\r\n");
     MessageHeaders headers;
     headers.Brand = 77;

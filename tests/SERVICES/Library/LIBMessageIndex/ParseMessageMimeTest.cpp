@@ -10,7 +10,7 @@
 namespace corvane::test {
 namespace {
 
-class ParseMessageMimeTest : public test::MessageFixture {};
+class ParseMessageMimeTest : public MessageFixture {};
 
 const Case kHeaderCases[] = {
     {"EncodedWordsAreDecoded", "To: =?utf-8?Q?J=C3=B6rg?= <j@x>\r\n\r\n", To, "J\xC3\xB6rg <j@x>"},

@@ -8,30 +8,31 @@
 #include "tests/support/HeardEvents.h"
 #include "tests/support/StubProviders.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
 
 class RemoteNotification : public ::testing::Test {
  protected:
   ~RemoteNotification() override { UnbindRemoteNotification(); }
-  test::StubProviders stub_;
-  test::HeardEvents heard_;
+  StubProviders stub_;
+  HeardEvents heard_;
 };
 
 TEST_F(RemoteNotification, WithoutTheLibraryNothingIsBoundAndTheEventLogSaysSo) {
   stub_.Use("/nowhere");
   EXPECT_EQ(BindRemoteNotification(), 0);
   EXPECT_FALSE(IsRemoteNotificationBound());
-  EXPECT_EQ(heard_.all, (std::vector<test::HeardEvents::Event>{
-                            {"Corvane", platform::EventType::kInformation, 0x40000001U,
-                             "Notification Library CVAINFY.DLL could not be loaded. RPC "
-                             "notifications cannot be processed\n"}}));
+  EXPECT_EQ(
+      heard_.all,
+      (std::vector<HeardEvents::Event>{{"Corvane", platform::EventType::kInformation, 0x40000001U,
+                                        "Notification Library CVAINFY.DLL could not be loaded. RPC "
+                                        "notifications cannot be processed\n"}}));
   EXPECT_EQ(NotifyRemote("", "MTA", "text"), 0);
   EXPECT_EQ(DispatchServiceAction("", "MTA", "TRAIN-HAM", "x"), 0);
 }
 
 TEST_F(RemoteNotification, WithoutTheEntryTheEventLogGivesTheLastError) {
-  stub_.Use(test::StubLibraries("bare"));
+  stub_.Use(StubLibraries("bare"));
   EXPECT_EQ(BindRemoteNotification(), 0);
   EXPECT_FALSE(IsRemoteNotificationBound());
   ASSERT_EQ(heard_.all.size(), 1U);
@@ -74,4 +75,4 @@ TEST_F(RemoteNotification, AnExceptionIsReportedAndThrownOn) {
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

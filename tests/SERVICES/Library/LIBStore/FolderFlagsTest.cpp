@@ -13,19 +13,15 @@
 #include "tests/support/SettingsFixture.h"
 #include "tests/support/SmallDisk.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
-
-namespace fs = std::filesystem;
-using test::ReadBytes;
-using test::WriteBytes;
 
 constexpr const char* kChangedText =
     "This file is a flag file that denotes that this folder has been changed";
 constexpr const char* kCachedText = "Caches have been cached, into shared map for later write.";
 constexpr const char* kConnector = "CONNECTORS\\SF";
 
-class FolderFlagsTest : public test::SettingsFixture {
+class FolderFlagsTest : public SettingsFixture {
  protected:
   FolderFlagsTest() {
     Set("Mail Root", Directory().Path());
@@ -49,19 +45,17 @@ class FolderFlagsTest : public test::SettingsFixture {
 };
 
 TEST_F(FolderFlagsTest, EachFlagHasItsNameAndText) {
-  struct Row {
+  const struct {
     FolderFlag flag;
-    const char* name;
-    const char* text;
-  };
-  const Row rows[] = {
+    const char *name, *text;
+  } rows[] = {
       {FolderFlag::kChanged, "_CHANGE.DTY", kChangedText},
       {FolderFlag::kTooBigForInsert, "_CHANGE.DTY", kCachedText},
       {FolderFlag::kCached, "_CACHE.DTY", kCachedText},
       {FolderFlag::kSubfolders, "_FOLDER.DTY", kChangedText},
       {FolderFlag::kNotify, "_NOTIFY.NFY", kChangedText},
   };
-  for (const Row& row : rows) {
+  for (const auto& row : rows) {
     SCOPED_TRACE(row.name);
     EXPECT_FALSE(IsFolderFlagSet(Folder(), row.flag));
     WriteFolderFlag(Folder(), row.flag);
@@ -101,16 +95,14 @@ TEST_F(FolderFlagsTest, AFlagOfAnotherSystemIsSeenAndAnswered) {
   EXPECT_FALSE(TestFolderFlag(Folder(), FolderFlag::kChanged, true));
 }
 
-struct TestCase {
-  const char* name;
-  bool indexFiles;
-  std::set<std::string> there;
-  bool changed;  // the test of _CHANGE.DTY
-  bool any;      // the test of _*.DTY
-};
-
 TEST_F(FolderFlagsTest, AReaderLooksAgainForAFlagOrWithoutAnIndex) {
-  const TestCase cases[] = {
+  const struct {
+    const char* name;
+    bool indexFiles;
+    std::set<std::string> there;
+    bool changed;  // the test of _CHANGE.DTY
+    bool any;      // the test of _*.DTY
+  } cases[] = {
       {"current", true, {"_index.xml"}, false, false},
       {"stale", true, {"_index.xml", "_CHANGE.DTY"}, true, true},
       {"new subfolder", true, {"_index.xml", "_FOLDER.DTY"}, false, true},
@@ -119,7 +111,7 @@ TEST_F(FolderFlagsTest, AReaderLooksAgainForAFlagOrWithoutAnIndex) {
       {"no index", true, {}, true, true},
       {"indexes off", false, {"_index.xml"}, true, true},
   };
-  for (const TestCase& row : cases) {
+  for (const auto& row : cases) {
     for (const bool remove : {false, true}) {
       SCOPED_TRACE(row.name);
       Set("Index Files Enabled", row.indexFiles ? 1U : 0U, kConnector);
@@ -147,15 +139,12 @@ TEST_F(FolderFlagsTest, NotificationFlagsStayASecondEach) {
   EXPECT_TRUE(Names().empty());
 }
 
-struct MarkCase {
-  const char* name;
-  std::uint32_t mode;
-  std::uint32_t indexFiles;
-  bool flagged;
-};
-
 TEST_F(FolderFlagsTest, TheModeDecidesWhatANoticeLeaves) {
-  const MarkCase cases[] = {
+  const struct {
+    const char* name;
+    std::uint32_t mode, indexFiles;
+    bool flagged;
+  } cases[] = {
       {"flag", 0, 0, true},
       {"flag, with indexes on", 0, 1, true},
       {"an unknown mode", 1, 1, false},
@@ -165,7 +154,7 @@ TEST_F(FolderFlagsTest, TheModeDecidesWhatANoticeLeaves) {
       {"insertion without indexes", 4, 0, false},
       {"insertion, indexes at 2", 4, 2, false},
   };
-  for (const MarkCase& row : cases) {
+  for (const auto& row : cases) {
     SCOPED_TRACE(row.name);
     Set("Store Event Notification Mode", row.mode);
     Set("Index Files Enabled", row.indexFiles, kConnector);
@@ -203,7 +192,7 @@ TEST_F(FolderFlagsTest, AFlagThatCannotBeWrittenIsPassedOver) {
                                 fs::perms::others_exec);
   fs::permissions(Directory().Path(), fs::perms::all);
   {
-    const test::AsNobody nobody;
+    const AsNobody nobody;
     EXPECT_EQ(Mark(), 1);
   }
   EXPECT_TRUE(Names().empty());
@@ -211,7 +200,7 @@ TEST_F(FolderFlagsTest, AFlagThatCannotBeWrittenIsPassedOver) {
 }
 
 TEST_F(FolderFlagsTest, AFullDiskStillTakesTheName) {
-  const test::SmallDisk disk(64 * 1024, Folder());
+  const SmallDisk disk(64 * 1024, Folder());
   if (!disk.IsMounted()) GTEST_SKIP() << "no right to mount";
   disk.Fill();
   EXPECT_EQ(Mark(), 1);
@@ -219,4 +208,4 @@ TEST_F(FolderFlagsTest, AFullDiskStillTakesTheName) {
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

@@ -15,13 +15,10 @@
 #include "tests/support/BuildPlaces.h"
 #include "tests/support/SettingsFixture.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
 
-namespace fs = std::filesystem;
-using test::WriteBytes;
-
-class FolderPathsTest : public test::SettingsFixture {
+class FolderPathsTest : public SettingsFixture {
  protected:
   FolderPathsTest() { Set("Mail Root", Directory() / "mail"); }
   [[nodiscard]] std::string Root() const { return Directory() / "mail\\acme"; }
@@ -31,20 +28,18 @@ class FolderPathsTest : public test::SettingsFixture {
     WriteBytes(Directory() / "answers", "GetOption acme:PostofficeRoot " + answer + "\n");
     setenv("CORVANE_STUB_ANSWERS", (Directory() / "answers").c_str(), 1);
     setenv("CORVANE_STUB_LOG", (Directory() / "calls").c_str(), 1);
-    Set("Application Directory", test::StubLibraries("full"));
+    Set("Application Directory", StubLibraries("full"));
     Set("Allow Custom Postoffice Paths", 1U);
   }
 };
 
-struct PathCase {
-  std::optional<std::string> folder;
-  const char* path;  // below the postoffice's root
-  bool isPublic = false;
-  const char* withoutPublicFolders = nullptr;  // where it differs
-};
-
 TEST_F(FolderPathsTest, EachKindOfFolderHasItsTree) {
-  const PathCase cases[] = {
+  const struct {
+    std::optional<std::string> folder;
+    const char* path;  // below the postoffice's root
+    bool isPublic = false;
+    const char* withoutPublicFolders = nullptr;  // where it differs
+  } cases[] = {
       {std::nullopt, "\\MAILROOT\\anna"},
       {"Inbox", "\\MAILROOT\\anna\\Inbox"},
       {"\\Inbox\\Sub", "\\MAILROOT\\anna\\\\Inbox\\Sub"},
@@ -65,7 +60,7 @@ TEST_F(FolderPathsTest, EachKindOfFolderHasItsTree) {
   };
   for (const std::uint32_t enabled : {1U, 0U}) {
     Set("Public Folders Enabled", enabled);
-    for (const PathCase& row : cases) {
+    for (const auto& row : cases) {
       SCOPED_TRACE(row.folder.value_or("(none)") + (enabled != 0 ? "" : " without public folders"));
       const bool differs = enabled == 0 && row.withoutPublicFolders != nullptr;
       EXPECT_EQ(GetFolderPath("acme", "anna", row.folder),
@@ -132,19 +127,16 @@ TEST_F(FolderPathsTest, ItemPathsMakeTheirDirectories) {
   EXPECT_EQ(GetStoreItemPath("acme", "anna", "$FILEROOT", "f"), Root() + "\\FILEROOT\\anna\\f");
 }
 
-struct SameCase {
-  std::optional<std::string_view> a;
-  std::optional<std::string_view> b;
-  bool same;
-};
-
 TEST_F(FolderPathsTest, FolderNamesAreComparedBehindTheirSeparators) {
-  const SameCase cases[] = {
+  const struct {
+    std::optional<std::string_view> a, b;
+    bool same;
+  } cases[] = {
       {"Inbox", "inbox", true},    {"\\Inbox", "/INBOX", true}, {"\\/\\a/b", "A\\B", true},
       {"Inbox", "Inbox\\", false}, {"a", "b", false},           {"", "\\", true},
       {std::nullopt, "a", true},   {"a", std::nullopt, true},
   };
-  for (const SameCase& row : cases) {
+  for (const auto& row : cases) {
     SCOPED_TRACE(std::string(row.a.value_or("(none)")));
     EXPECT_EQ(SameFolderName(row.a, row.b), row.same);
   }
@@ -156,19 +148,17 @@ TEST_F(FolderPathsTest, ParentsEndBeforeTheLastSeparator) {
   EXPECT_EQ(GetParentPath("a"), "");
 }
 
-struct DirectoryCase {
-  const char* name;
-  std::string path;  // below the test's directory
-  std::int32_t error;
-  bool flagged;  // the parent gets _FOLDER.DTY
-};
-
 TEST_F(FolderPathsTest, ANewDirectoryIsShownToItsParent) {
   fs::create_directories(Directory() / "MAILROOT/anna");
   fs::create_directories(Directory() / "PUBROOT");
   fs::create_directories(Directory() / "FILEROOT/anna");
   fs::create_directories(Directory() / "elsewhere");
-  const DirectoryCase cases[] = {
+  const struct {
+    const char* name;
+    std::string path;  // below the test's directory
+    std::int32_t error;
+    bool flagged;  // the parent gets _FOLDER.DTY
+  } cases[] = {
       {"mail folder", "MAILROOT\\anna\\Inbox", 0, true},
       {"there already", "MAILROOT\\anna\\Inbox", platform::kErrorAlreadyExists, true},
       {"public folder", "PUBROOT\\x", 0, true},
@@ -177,7 +167,7 @@ TEST_F(FolderPathsTest, ANewDirectoryIsShownToItsParent) {
       {"the tree's root", "elsewhere\\MAILROOT", 0, false},
       {"no parent", "MAILROOT\\none\\x", platform::kErrorPathNotFound, false},
   };
-  for (const DirectoryCase& row : cases) {
+  for (const auto& row : cases) {
     SCOPED_TRACE(row.name);
     platform::SetLastError(0);
     EXPECT_EQ(CreateStoreDirectory(Directory() / row.path), row.error == 0);
@@ -189,4 +179,4 @@ TEST_F(FolderPathsTest, ANewDirectoryIsShownToItsParent) {
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

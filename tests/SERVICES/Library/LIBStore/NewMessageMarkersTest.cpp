@@ -20,16 +20,12 @@
 #include "tests/support/ChildProcess.h"
 #include "tests/support/SettingsFixture.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
-
-namespace fs = std::filesystem;
-using test::ReadBytes;
-using test::WriteBytes;
 
 using Files = std::map<std::string, std::string>;  // names and content
 
-class NewMessageMarkersTest : public test::SettingsFixture {
+class NewMessageMarkersTest : public SettingsFixture {
  protected:
   NewMessageMarkersTest() {
     Set("Mail Root", Directory() / "mail");
@@ -54,17 +50,15 @@ class NewMessageMarkersTest : public test::SettingsFixture {
   }
 };
 
-struct MarkerCase {
-  const char* name;
-  Files before;
-  std::int32_t count;
-  Files afterCount;
-  std::string added;
-  Files afterAdd;  // on the same start
-};
-
 TEST_F(NewMessageMarkersTest, MarkersCollapseIntoTheHighest) {
-  const MarkerCase cases[] = {
+  const struct {
+    const char* name;
+    Files before;
+    std::int32_t count;
+    Files afterCount;
+    std::string added;
+    Files afterAdd;  // on the same start
+  } cases[] = {
       {"none", {}, 0, {}, "", {{"_1.NEW", ""}}},
       {"one", {{"_9.NEW", ""}}, 9, {}, "", {{"_10.NEW", ""}}},
       {"left over", {{"_3.NEW", ""}, {"_5.NEW", ""}, {"_2.NEW", ""}}, 5, {}, "", {{"_6.NEW", ""}}},
@@ -77,7 +71,7 @@ TEST_F(NewMessageMarkersTest, MarkersCollapseIntoTheHighest) {
       {"other case", {{"_4.new", ""}}, 4, {}, "", {{"_5.NEW", ""}}},
       {"the highest", {{"_2147483647.NEW", ""}}, 2147483647, {}, "", {{"_2147483647.NEW", ""}}},
   };
-  for (const MarkerCase& row : cases) {
+  for (const auto& row : cases) {
     SCOPED_TRACE(row.name);
     Put(row.before);
     EXPECT_EQ(Take(), row.count);
@@ -117,7 +111,7 @@ TEST_F(NewMessageMarkersTest, WhatCannotBeWrittenIsPassedOver) {
   fs::permissions(Mailbox(),
                   fs::perms::owner_all | fs::perms::others_read | fs::perms::others_exec);
   {
-    const test::AsNobody nobody;
+    const AsNobody nobody;
     Add();
     Add("text");
   }
@@ -166,14 +160,11 @@ TEST_F(NewMessageMarkersTest, NobodyLosesACount) {
     for (std::thread& thread : threads) thread.join();
     return taken.load();
   };
-  std::vector<std::unique_ptr<test::ChildProcess>> programs;
-  for (int i = 0; i < kPrograms; ++i)
-    programs.push_back(std::make_unique<test::ChildProcess>(work));
+  std::vector<std::unique_ptr<ChildProcess>> programs;
+  for (int i = 0; i < kPrograms; ++i) programs.push_back(std::make_unique<ChildProcess>(work));
   std::vector<std::thread> asking;
   std::atomic<int> total = 0;
-  for (auto& program : programs) {
-    asking.emplace_back([&] { total += program->Ask(0); });
-  }
+  for (auto& program : programs) asking.emplace_back([&] { total += program->Ask(0); });
   for (std::thread& thread : asking) thread.join();
   while (!programs.empty()) programs.pop_back();  // a later one holds the ends of the earlier
   EXPECT_EQ(total + Take(), kPrograms * kWriters * kMessages);
@@ -181,4 +172,4 @@ TEST_F(NewMessageMarkersTest, NobodyLosesACount) {
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

@@ -92,12 +92,11 @@ TEST_F(SortedIndex, ClearingAnItemForgetsNoOtherChange) {
 
 TEST_F(SortedIndex, UidRangesAreThoseOfImap) {
   for (const std::uint32_t uid : {10U, 20U, 50U}) Add("u" + std::to_string(uid), uid);
-  struct Case {
+  const struct {
     std::uint32_t first, last;
     const char* items;
     std::uint32_t firstAfter;
-  };
-  const Case kCases[] = {
+  } kCases[] = {
       {10, 20, "u10 u20 ", 10},
       {11, 49, "u20 ", 11},
       {kUidStar, 20, "u10 u20 ", kUidStar},
@@ -109,7 +108,7 @@ TEST_F(SortedIndex, UidRangesAreThoseOfImap) {
       {30, 40, "", 30},
       {1, kUidStar, "u10 u20 u50 ", 1},
   };
-  for (const Case& c : kCases) {
+  for (const auto& c : kCases) {
     ItemList list;
     std::uint32_t first = c.first;
     index_.GetItemsByUID(&list, &first, c.last, false, nullptr);
@@ -120,13 +119,12 @@ TEST_F(SortedIndex, UidRangesAreThoseOfImap) {
 
 TEST_F(SortedIndex, PositionRangesIncludeBothEnds) {
   for (const char* id : {"a", "b", "c"}) Add(id);
-  struct Case {
+  const struct {
     std::int64_t first, last;
     const char* items;
-  };
-  const Case kCases[] = {{0, 1, "a b "},  {-1, -1, ""}, {7, 7, ""},    {7, 1, "a b "},
-                         {1, 99, "b c "}, {2, 2, "c "}, {-1, 0, "a "}, {1, 0xFFFFFFFF, "b c "}};
-  for (const Case& c : kCases) {
+  } kCases[] = {{0, 1, "a b "},  {-1, -1, ""}, {7, 7, ""},    {7, 1, "a b "},
+                {1, 99, "b c "}, {2, 2, "c "}, {-1, 0, "a "}, {1, 0xFFFFFFFF, "b c "}};
+  for (const auto& c : kCases) {
     ItemList list;
     index_.GetItemsBySequence(&list, c.first, c.last, true);
     EXPECT_EQ(IdsOf(&list), c.items) << c.first << " to " << c.last;

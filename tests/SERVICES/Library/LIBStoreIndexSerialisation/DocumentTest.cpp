@@ -6,14 +6,10 @@
 #include "platform/FaultInjection.h"
 #include "tests/SERVICES/Library/LIBStoreIndexSerialisation/IndexFixture.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
 
-using test::Element;
-using test::Holds;
-using test::IndexOf;
-
-class Document : public test::IndexFixture {
+class Document : public IndexFixture {
  protected:
   Document() { UseStreams(false, false); }
 };
@@ -81,7 +77,7 @@ TEST_F(Document, SaysWhereAFileIsBroken) {
   EXPECT_NE(console.find("Source = Line : 2; Char : "), std::string::npos);
 }
 
-class Recovery : public test::IndexFixture {
+class Recovery : public IndexFixture {
  protected:
   Recovery() { Set("Backup Index", 1U); }
   [[nodiscard]] bool Backup(const char* suffix) const {
@@ -95,31 +91,31 @@ TEST_F(Recovery, AGoodFullLoadKeepsABackupFresh) {
   EXPECT_FALSE(Backup(".bak")) << "a quiet load takes none";
   Loaded(kAllProperties, {}, 0, false, true);
   EXPECT_TRUE(Backup(".bak"));
-  const std::string old = test::ReadBytes(index_ + ".bak");
+  const std::string old = ReadBytes(index_ + ".bak");
   WriteIndex(IndexOf("x00000002", Element("a", 1, "two")));
   Clock().Advance(370LL * 60 * 1000);
   Loaded(kAllProperties, {}, 0, false, true);
-  EXPECT_EQ(test::ReadBytes(index_ + ".bak"), old);
+  EXPECT_EQ(ReadBytes(index_ + ".bak"), old);
   Clock().Advance(61LL * 1000);
   Loaded(kAllProperties, {}, 0, false, true);
-  EXPECT_EQ(test::ReadBytes(index_ + ".bak"), IndexText());
+  EXPECT_EQ(ReadBytes(index_ + ".bak"), IndexText());
 }
 
 TEST_F(Recovery, WithoutABackupTheFileIsPutAside) {
   WriteIndex("torn");
   StoreIndex store(&files_);
   EXPECT_FALSE(Load(&store, kAllProperties, {}, 0, false, true));
-  EXPECT_PRED2(Holds, events_.back(),
+  EXPECT_PRED2(Holds, heard_.all.back().text,
                ". Unable to find recovery index. Recovering Index (there may be "
                "some flag loss)\n");
   EXPECT_FALSE(platform::FileExists(index_));
-  EXPECT_EQ(test::ReadBytes(index_ + ".bad"), "torn");
+  EXPECT_EQ(ReadBytes(index_ + ".bad"), "torn");
 }
 
 // On a full disk nothing is deleted that there is no copy of.
 TEST_F(Recovery, WhatCantBeCopiedIsKept) {
   WriteIndex("torn");
-  test::WriteBytes(index_ + ".bak", "backup");
+  WriteBytes(index_ + ".bak", "backup");
   platform::ArmFault({.error = platform::kErrorDiskFull,
                       .calls = platform::FileCallBit(platform::FileCall::kCopy),
                       .lasting = true});
@@ -127,24 +123,24 @@ TEST_F(Recovery, WhatCantBeCopiedIsKept) {
   EXPECT_EQ(IndexText(), "torn");
   EXPECT_TRUE(DiscardIndex(folder_)) << "renamed";
   platform::DisarmFault();
-  EXPECT_EQ(test::ReadBytes(index_ + ".bad"), "torn");
-  EXPECT_EQ(test::ReadBytes(index_ + ".bak"), "backup");
+  EXPECT_EQ(ReadBytes(index_ + ".bad"), "torn");
+  EXPECT_EQ(ReadBytes(index_ + ".bak"), "backup");
 }
 
 TEST_F(Recovery, GroupsNeverTouchTheBackupOfContacts) {
   for (const char* name : {"/_index.xml", "/_index.xml.bak", "/_groups.xml"}) {
-    test::WriteBytes(folder_ + name, std::string("torn") + name);
+    WriteBytes(folder_ + name, std::string("torn") + name);
   }
   StoreIndex store(&files_);
-  IndexLoad load;
-  load.store = &store;
-  load.path = folder_;
-  load.messageClass = kClassGroups;
-  load.forceRescan = load.recover = true;
-  EXPECT_TRUE(store.Index.Load(load));
+  EXPECT_TRUE(store.Index.Load({.store = &store,
+                                .path = folder_,
+                                .messageClass = kClassGroups,
+                                .keyFilter = {},
+                                .forceRescan = true,
+                                .recover = true}));
   EXPECT_EQ(IndexText(), "torn/_index.xml");
   EXPECT_FALSE(Backup(".bad"));
-  EXPECT_EQ(test::ReadBytes(folder_ + "/_groups.xml"), IndexOf("x00000000", ""));
+  EXPECT_EQ(ReadBytes(folder_ + "/_groups.xml"), IndexOf("x00000000", ""));
 }
 
 TEST_F(Recovery, AFolderWithoutAnIndexReadsAsEmptyAndWritesNothing) {
@@ -155,4 +151,4 @@ TEST_F(Recovery, AFolderWithoutAnIndexReadsAsEmptyAndWritesNothing) {
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

@@ -9,7 +9,7 @@
 #include "SERVICES/Library/LIBStoreIndexCore/StoreIndex.h"
 #include "SERVICES/Library/LIBStoreIndexSerialisation/FolderIndexFiles.h"
 #include "platform/FileSystem.h"
-#include "platform/Reports.h"
+#include "tests/support/HeardEvents.h"
 #include "tests/support/SettingsFixture.h"
 
 namespace corvane::test {
@@ -18,10 +18,8 @@ class IndexFixture : public SettingsFixture {
  protected:
   IndexFixture() : folder_(Directory() / "Inbox"), index_(folder_ + "/_index.xml") {
     EXPECT_TRUE(platform::CreateDirectory(folder_));
-    platform::SetEventListener(&Hear, this);
     UseStreams(true, true);
   }
-  ~IndexFixture() override { platform::SetEventListener(nullptr, nullptr); }
 
   void UseStreams(bool reading, bool writing) {
     Set("Use XML Stream Index Deserialisation", reading ? 1 : 0);
@@ -36,15 +34,13 @@ class IndexFixture : public SettingsFixture {
   // Loads `store` from the folder, whose lock nobody asks for.
   bool Load(StoreIndex* store, std::int32_t level, const std::string& keyFilter = {},
             std::int32_t verifyFiles = 0, bool useChangeFlag = false, bool recover = false) {
-    IndexLoad load;
-    load.store = store;
-    load.path = folder_;
-    load.keyFilter = keyFilter;
-    load.level = level;
-    load.verifyFiles = verifyFiles;
-    load.useChangeFlag = useChangeFlag;
-    load.recover = recover;
-    return store->Index.Load(load);
+    return store->Index.Load({.store = store,
+                              .path = folder_,
+                              .keyFilter = keyFilter,
+                              .level = level,
+                              .verifyFiles = verifyFiles,
+                              .useChangeFlag = useChangeFlag,
+                              .recover = recover});
   }
   // An index that is loaded so far, and lives as long as the test.
   StoreIndex& Loaded(std::int32_t level = kAllProperties, const std::string& keyFilter = {},
@@ -82,15 +78,10 @@ class IndexFixture : public SettingsFixture {
   FolderIndexFiles files_{FolderScans{}};
   const std::string folder_;
   const std::string index_;
-  std::vector<std::string> events_;
+  HeardEvents heard_;
 
  private:
   std::vector<std::unique_ptr<StoreIndex>> stores_;
-
-  static void Hear(void* context, std::string_view, platform::EventType, std::uint32_t,
-                   std::string_view, std::string_view second) {
-    static_cast<IndexFixture*>(context)->events_.emplace_back(second);
-  }
 };
 
 inline bool Holds(std::string_view text, std::string_view part) {

@@ -10,28 +10,24 @@ namespace {
 using namespace std::string_literals;
 
 TEST(IndexFormat, LastUidHasThreeForms) {
-  struct Case {
+  const struct {
     const char* text;
     std::uint32_t value;
     bool isNew;
-  };
-  const Case kCases[] = {{"x0000002A", 42, true}, {"0000002a", 42, false}, {"123", 123, false},
-                         {"", 0, false},          {"x", 0, true},          {"zzz", 0, false}};
-  for (const Case& c : kCases) {
+  } kCases[] = {{"x0000002A", 42, true}, {"0000002a", 42, false}, {"123", 123, false},
+                {"", 0, false},          {"x", 0, true},          {"zzz", 0, false}};
+  for (const auto& c : kCases) {
     const auto read = indexformat::ParseLastUid(c.text);
     EXPECT_EQ(read.value, c.value) << c.text;
     EXPECT_EQ(read.isNewForm, c.isNew) << c.text;
   }
 }
 
-struct ValueCase {
-  const char* name;
-  std::string value;
+const struct {
+  std::string name, value;
   bool validUtf8;
-  std::string stored;
-  std::string readBack;
-};
-const ValueCase kValues[] = {
+  std::string stored, readBack;
+} kValues[] = {
     {"Markup", "A&B<C>", true, "A&amp;B&lt;C&gt;", "A&B<C>"},
     {"LineEndsStay", "a\tb\r\nc", true, "a\tb\r\nc", "a\tb\r\nc"},
     {"Utf8Stays", "Gr\xC3\xBCn\xC3\x9F", true, "Gr\xC3\xBCn\xC3\x9F", "Gr\xC3\xBCn\xC3\x9F"},
@@ -45,7 +41,7 @@ const ValueCase kValues[] = {
 };
 
 TEST(IndexFormat, ValuesAreWrittenAndReadBack) {
-  for (const ValueCase& c : kValues) {
+  for (const auto& c : kValues) {
     std::string stored;
     indexformat::AppendValue(&stored, c.value, true, c.validUtf8);
     EXPECT_EQ(stored, c.stored) << c.name;

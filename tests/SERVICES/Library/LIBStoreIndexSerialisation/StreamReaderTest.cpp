@@ -3,26 +3,19 @@
 #include "SERVICES/Library/LIBStoreIndexSerialisation/StreamIndexParser.h"
 #include "tests/SERVICES/Library/LIBStoreIndexSerialisation/IndexFixture.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
 
-using test::Element;
-using test::Holds;
-using test::IndexOf;
+class StreamReader : public IndexFixture {};
 
-class StreamReader : public test::IndexFixture {};
-
-struct LoadCase {
-  const char* name;
-  std::string file;
-  std::int32_t level;
-  std::int32_t state;
+const std::string kTwo = Element("a", 1, "one") + Element("b", 2, "two");
+const struct {
+  std::string name, file;
+  std::int32_t level, state;
   std::uint32_t lastUid;
   std::string items;
   bool rewrites;
-};
-const std::string kTwo = Element("a", 1, "one") + Element("b", 2, "two");
-const LoadCase kLoads[] = {
+} kLoads[] = {
     {"HeaderAlone", IndexOf("x00000005", kTwo), 1, 1, 5, "", false},
     {"Keys", IndexOf("x00000005", kTwo), 2, 2, 5, "a= b= ", false},
     {"All", IndexOf("x00000005", kTwo), 4, 4, 5, "a=one b=two ", false},
@@ -46,7 +39,7 @@ const LoadCase kLoads[] = {
 };
 
 TEST_F(StreamReader, ReadsEveryFormAsFarAsItIsAsked) {
-  for (const LoadCase& c : kLoads) {
+  for (const auto& c : kLoads) {
     SCOPED_TRACE(c.name);
     WriteIndex(c.file);
     StoreIndex& store = Loaded(c.level);
@@ -55,16 +48,12 @@ TEST_F(StreamReader, ReadsEveryFormAsFarAsItIsAsked) {
     EXPECT_EQ(Items(store), c.items);
     EXPECT_EQ(store.Index.FullRewrite, c.rewrites);
   }
-  EXPECT_TRUE(events_.empty());
+  EXPECT_TRUE(heard_.all.empty());
 }
 
-struct MalformedCase {
-  std::string file;
-  std::string message;
-};
 const std::string kHead = "<BASEELEMENT LASTUID=\"x00000002\">";
 const std::string kTail = "</BASEELEMENT>\r\n";
-const MalformedCase kMalformed[] = {
+const std::pair<std::string, std::string> kMalformed[] = {
     {"</BASEELEMENT>" + kHead + kTail,
      "Encountered root element end tag before root element start tag"},
     {kHead + kTail + kTail,
@@ -110,23 +99,23 @@ const MalformedCase kMalformed[] = {
 };
 
 TEST_F(StreamReader, TellsTheFirstThingThatIsWrong) {
-  for (const MalformedCase& c : kMalformed) {
-    WriteIndex(c.file);
-    events_.clear();
+  for (const auto& [file, message] : kMalformed) {
+    WriteIndex(file);
+    heard_.all.clear();
     StoreIndex store(&files_);
-    EXPECT_FALSE(Load(&store, kAllProperties, {}, 0, false, true)) << c.message;
-    EXPECT_EQ(store.Index.ItemCount(), 0U) << c.message;
-    EXPECT_EQ(IndexText(), c.file) << "without backups nothing is put aside";
-    ASSERT_EQ(events_.size(), 2U) << c.message;
-    EXPECT_PRED2(Holds, events_[0],
-                 "] Malformed index detected: " + c.message + " (" + folder_ + ")\n");
-    EXPECT_PRED2(Holds, events_[1], "Failed to deserialise index: " + folder_ + ".");
+    EXPECT_FALSE(Load(&store, kAllProperties, {}, 0, false, true)) << message;
+    EXPECT_EQ(store.Index.ItemCount(), 0U) << message;
+    EXPECT_EQ(IndexText(), file) << "without backups nothing is put aside";
+    ASSERT_EQ(heard_.all.size(), 2U) << message;
+    EXPECT_PRED2(Holds, heard_.all[0].text,
+                 "] Malformed index detected: " + message + " (" + folder_ + ")\n");
+    EXPECT_PRED2(Holds, heard_.all[1].text, "Failed to deserialise index: " + folder_ + ".");
   }
   WriteIndex("");
   StoreIndex quiet(&files_);
-  events_.clear();
+  heard_.all.clear();
   EXPECT_FALSE(Load(&quiet, kAllProperties));
-  EXPECT_TRUE(events_.empty()) << "a quiet load tells the event log nothing";
+  EXPECT_TRUE(heard_.all.empty()) << "a quiet load tells the event log nothing";
 }
 
 // A disk that fails says nothing about the file.
@@ -176,8 +165,7 @@ TEST_F(StreamReader, ManyTombstonesMakeItReadWholeAndBeRewritten) {
 // Text of any length crosses the blocks that the file is read in.
 TEST_F(StreamReader, TextsAreReadAcrossBlocks) {
   Set("Index Read Cache Size", 0U);
-  std::string elements;
-  std::string items;
+  std::string elements, items;
   for (std::uint32_t uid = 1; uid <= 40; ++uid) {
     const std::string subject(uid * 997 % 12'000 + 1, static_cast<char>('a' + uid % 26));
     elements += Element("m" + std::to_string(uid), uid, subject);
@@ -205,14 +193,14 @@ TEST_F(StreamReader, AReaderWaitsForAWriter) {
   StoreIndex store(&files_);
   EXPECT_FALSE(Load(&store, kAllProperties, {}, 0, false, true));
   EXPECT_EQ(Clock().Slept(), 20 * 2000);
-  ASSERT_FALSE(events_.empty());
-  EXPECT_PRED2(Holds, events_[0], "Failed to open index ");
+  ASSERT_FALSE(heard_.all.empty());
+  EXPECT_PRED2(Holds, heard_.all[0].text, "Failed to open index ");
   EXPECT_TRUE(held.IsOpen());
 }
 
 TEST_F(StreamReader, ContactsAndGroupsComeTogether) {
   WriteIndex(IndexOf("x00000002", kTwo));
-  test::WriteBytes(folder_ + "/_groups.xml", IndexOf("x00000009", Element("g", 2, "group")));
+  WriteBytes(folder_ + "/_groups.xml", IndexOf("x00000009", Element("g", 2, "group")));
   StoreIndex store(&files_);
   IndexLoad load;
   load.store = &store;
@@ -223,7 +211,7 @@ TEST_F(StreamReader, ContactsAndGroupsComeTogether) {
   EXPECT_EQ(Items(store), "a=one b=two g=group ");
   EXPECT_EQ(store.Index.LastUID, 9U);
   load.skipIfLoaded = true;
-  test::WriteBytes(folder_ + "/_groups.xml", IndexOf("9", Element("h", 3, "old form")));
+  WriteBytes(folder_ + "/_groups.xml", IndexOf("9", Element("h", 3, "old form")));
   EXPECT_TRUE(store.Index.Load(load));
   EXPECT_EQ(Items(store), "a=one b=two g=group ") << "is loaded already";
   load.skipIfLoaded = false;
@@ -239,4 +227,4 @@ TEST_F(StreamReader, ContactsAndGroupsComeTogether) {
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

@@ -4,7 +4,7 @@
 #include "SERVICES/Library/LIBStoreIndexType/IndexItem.h"
 #include "tests/support/ChildProcess.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
 
 struct Listener : IndexItemOwner {
@@ -18,13 +18,10 @@ TEST(IndexItem, TextsAndNumbersComeBackInBothForms) {
   EXPECT_FALSE(item.Has("SUBJECT"));
   EXPECT_EQ(item.GetText("SUBJECT"), "");
   EXPECT_EQ(item.GetNumber("SUBJECT"), 0U);
-  struct Case {
-    const char* name;
-    const char* text;
-    const char* asText;
+  const struct {
+    const char *name, *text, *asText;
     std::uint32_t asNumber;
-  };
-  const Case kCases[] = {
+  } kCases[] = {
       {"SUBJECT", "12 monkeys", "12 monkeys", 12},
       {"SUBJECT", "monkeys 12", "monkeys 12", 0},
       {"SUBJECT", "  7", "  7", 7},
@@ -32,7 +29,7 @@ TEST(IndexItem, TextsAndNumbersComeBackInBothForms) {
       {"SIZE", "x", "0", 0},
       {"SIZE", "99999999999", "4294967295", 4294967295},
   };
-  for (const Case& c : kCases) {
+  for (const auto& c : kCases) {
     EXPECT_TRUE(item.SetText(c.name, c.text));
     EXPECT_EQ(item.GetText(c.name), c.asText) << c.text;
     EXPECT_EQ(item.GetNumber(c.name), c.asNumber) << c.text;
@@ -142,7 +139,7 @@ TEST(PropertyMap, APrivateCopyLearnsTheProcessesNewNames) {
 
 // Made-up names of files fill the map; those of mail items find their place behind them.
 TEST(PropertyMap, AFullMapStillTakesTheNamesOfMailItems) {
-  const int wrong = test::RunInChild([] {
+  const int wrong = RunInChild([] {
     for (std::size_t i = 0; i < kMaximumPropertyNames; ++i) {
       static_cast<void>(FindProperty(nullptr, "MADE-UP" + std::to_string(i)));
     }
@@ -176,4 +173,4 @@ TEST(Array, GrowsByItsModeAndTellsWhatIsWrong) {
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

@@ -9,7 +9,7 @@
 #include "tests/support/HeardEvents.h"
 #include "tests/support/StubProviders.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
 
 constexpr const char* kInserts =
@@ -20,7 +20,7 @@ std::int32_t Insert(void* indexItem = nullptr) {
 }
 
 TEST(StoreLibrary, AMissingLibraryMakesEveryWrapperReturnZero) {
-  test::StubProviders stub("nowhere");
+  StubProviders stub("nowhere");
   EXPECT_EQ(Lib_StoreLibrary_Init(), 0);
   EXPECT_EQ(Insert(), 0);
   EXPECT_EQ(Lib_StoreFolder_Lock("abc", 1, std::uint64_t{2}), 0);
@@ -29,7 +29,7 @@ TEST(StoreLibrary, AMissingLibraryMakesEveryWrapperReturnZero) {
 }
 
 TEST(StoreLibrary, LivesFromInitToUnInit) {
-  test::StubProviders stub;
+  StubProviders stub;
   stub.Answer(kInserts);
   EXPECT_EQ(Lib_StoreLibrary_Init(), 1);
   EXPECT_EQ(Insert(), 1);
@@ -46,7 +46,7 @@ TEST(StoreLibrary, LivesFromInitToUnInit) {
 }
 
 TEST(StoreLibrary, AMissingExportSilencesItsOwnWrapperOnly) {
-  test::StubProviders stub("bare");
+  StubProviders stub("bare");
   stub.Answer(kInserts);
   EXPECT_EQ(Lib_StoreLibrary_Init(), 0);
   EXPECT_EQ(Insert(), 0);
@@ -56,18 +56,17 @@ TEST(StoreLibrary, AMissingExportSilencesItsOwnWrapperOnly) {
 
 TEST(StoreLibrary, AnInsertionTakesTheRightExport) {
   const std::string plain = "Direct_StoreIndex_InsertItem \\Inbox A.MAI\n";
-  struct Case {
+  const struct {
     const char* variant;
     bool withItem;
     std::string calls;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"full", false, plain},
       {"full", true, "Direct_StoreIndex_InsertItemEx \\Inbox A.MAI\n" + plain},
       {"noinsertex", true, plain},
   };
-  for (const Case& row : cases) {
-    test::StubProviders stub(row.variant);
+  for (const auto& row : cases) {
+    StubProviders stub(row.variant);
     stub.Answer(kInserts);
     Lib_StoreLibrary_Init();
     stub.ForgetCalls();
@@ -79,10 +78,10 @@ TEST(StoreLibrary, AnInsertionTakesTheRightExport) {
 }
 
 TEST(StoreLibrary, AnExceptionOfTheInsertionIsReportedAndGivesZero) {
-  test::StubProviders stub;
+  StubProviders stub;
   stub.Answer("Direct_StoreIndex_InsertItem * throw\n");
   Lib_StoreLibrary_Init();
-  const test::HeardEvents heard;
+  const HeardEvents heard;
   EXPECT_EQ(Insert(), 0);
   ASSERT_EQ(heard.all.size(), 1U);
   EXPECT_TRUE(heard.all[0].text.starts_with(
@@ -91,7 +90,7 @@ TEST(StoreLibrary, AnExceptionOfTheInsertionIsReportedAndGivesZero) {
 }
 
 TEST(StoreLibrary, EndingUnderCallersIsSafe) {
-  test::StubProviders stub;
+  StubProviders stub;
   stub.Answer(kInserts);
   std::atomic<bool> stop{false};
   std::vector<std::thread> callers;
@@ -109,4 +108,4 @@ TEST(StoreLibrary, EndingUnderCallersIsSafe) {
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

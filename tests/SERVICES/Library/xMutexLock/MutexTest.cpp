@@ -9,7 +9,7 @@
 #include "SERVICES/Library/xMutexLock/xMutexLock.h"
 #include "tests/support/TemporaryDirectory.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
 
 class MutexTest : public testing::Test {
@@ -49,7 +49,7 @@ class MutexTest : public testing::Test {
     return "locked";
   }
 
-  test::TemporaryDirectory directory_;
+  TemporaryDirectory directory_;
   std::unique_ptr<Mutex> mutex_;
 };
 
@@ -112,23 +112,18 @@ TEST_F(MutexTest, FailedUnlockThrowsUnlessAnotherExceptionIsUnderWay) {
       std::runtime_error);
 }
 
-struct DescriptionCase {
-  Exception exception;
-  const char* description;
-};
-
 TEST(Exception, DescriptionHoldsWhatIsPresent) {
-  const DescriptionCase cases[] = {
+  const std::pair<Exception, const char*> cases[] = {
       {Exception("text"), "text"},
       {Exception("text", "file"), "text (file)"},
       {Exception("text", "file", 12), "text (file:12)"},
       {Exception("", "file", 12), "(file:12)"},
       {Exception("text", "", 12), "text (:12)"},
   };
-  for (const DescriptionCase& row : cases) {
-    EXPECT_EQ(row.exception.description(), row.description);
+  for (const auto& [exception, description] : cases) {
+    EXPECT_EQ(exception.description(), description);
   }
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

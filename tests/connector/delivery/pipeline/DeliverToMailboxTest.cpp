@@ -3,19 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <functional>
 #include <string>
-#include <vector>
 
 #include "platform/File.h"
 #include "tests/connector/delivery/pipeline/PipelineFixture.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
-
-using test::Delivered;
-using test::PipelineFixture;
-using test::Stages;
 
 constexpr const char* kNothing = "";
 constexpr const char* kInInbox = "anna/Inbox/ID anna/Inbox/_CHANGE.DTY anna/_1.NEW";
@@ -30,13 +24,9 @@ std::string Exceeded(const std::string& rest) {
 constexpr const char* kPlain = "MailboxGet * 1 Status=1";
 
 struct MailboxCase {
-  const char* name;
-  std::string told;
-  std::string files;
+  std::string name, told, files;
   const char* answers = kPlain;
-  std::vector<test::Number> numbers = {};
-  std::function<void(Stages&)> stages = {};
-  std::function<void(PipelineFixture&)> arrange = {};
+  Arrangement arrange = {};
 };
 
 constexpr const char* kRulesOn =
@@ -48,9 +38,9 @@ constexpr const char* kRedirected =
 constexpr const char* kRedirectedAndKept =
     "MailboxGet acme/anna 1 Status=1 RedirectStatus=2 RedirectAddress=[SMTP:a@b.test]";
 
-void RemoveSource(PipelineFixture& fixture) { std::filesystem::remove(fixture.Queued()); }
+void RemoveSource(PipelineFixture& fixture) { fs::remove(fixture.Queued()); }
 void RemoveSourceInRules(PipelineFixture& fixture) {
-  test::stages.duringRules = [&fixture] { RemoveSource(fixture); };
+  stages.duringRules = [&fixture] { RemoveSource(fixture); };
 }
 
 constexpr const char* kDisabled =
@@ -62,38 +52,23 @@ const std::string kRedirectAndKeep =
     "> Redirect [SMTP:a@b.test] for [SF:acme/anna] of acme, copy kept\n";
 const std::string kTested = "> RemoveBlacklistedRedirects [SMTP:a@b.test]\n";
 
-using Arrangement = std::function<void(Stages&)>;
-template <typename Value>
-Arrangement With(Value Stages::*answer, Value value) {
-  return [=](Stages& stages) { stages.*answer = value; };
-}
-std::vector<test::Number> On(const char* name, std::uint32_t value) { return {{name, value}}; }
-
-const std::vector<test::Number> kBothRules = {{"Process Postoffice Rules", 1},
-                                              {"Process Mailbox Rules", 1}};
-const std::vector<test::Number> kRulesAndCheck = {{"Process Mailbox Rules", 1},
-                                                  {"Message Check Delay", 500}};
-const std::vector<test::Number> kInsertion = {{"Store Event Notification Mode", 4, "."},
-                                              {"Index Files Enabled", 1}};
-// The setting or stage of a row that has nothing to say of it.
-struct Usual {
-  operator std::vector<test::Number>() const { return {}; }
-  operator Arrangement() const { return {}; }
-};
-constexpr Usual kUsual;
+const Arrangement kBothRules = On("Process Postoffice Rules", 1) + On("Process Mailbox Rules", 1);
+const Arrangement kRulesAndCheck = On("Process Mailbox Rules", 1) + On("Message Check Delay", 500);
+const Arrangement kInsertion =
+    On("Store Event Notification Mode", 4, ".") + On("Index Files Enabled", 1);
 const Arrangement kRemoved = With(&Stages::redirectsRemoved, true);
-void RemoveAllButOne(Stages& stages) {
+void RemoveAllButOne(PipelineFixture&) {
   stages.redirectsRemoved = true;
   stages.redirectsLeft = "[SMTP:c@d.test]";
 }
-void RemoveCopyInEvent(Stages& stages) {
+void RemoveCopyInEvent(PipelineFixture&) {
   stages.deliveryEvent = 1;
   stages.eventRemovesFile = true;
 }
-void MakeBulk(Stages& stages) { stages.flags.Bulk = 1; }
+void MakeBulk(PipelineFixture&) { stages.flags.Bulk = 1; }
 void UseSpill(PipelineFixture& fixture) {
   fixture.Set("Overflow Mailbox", "spill", "CONNECTORS\\SF");
-  std::filesystem::create_directories(fixture.InMailRoot("spill/Inbox"));
+  fs::create_directories(fixture.InMailRoot("spill/Inbox"));
 }
 
 const MailboxCase kEnds[] = {
@@ -101,10 +76,10 @@ const MailboxCase kEnds[] = {
     {"PostofficeRuleStops",
      "> Rules acme\n[ID] Message delivery processing to PO=acme was interupted because a filter "
      "prevented delivery of the original message.\n",
-     kNothing, kRulesOn, On("Process Postoffice Rules", 1), With(&Stages::postofficeRules, 2)},
+     kNothing, kRulesOn, On("Process Postoffice Rules", 1) + With(&Stages::postofficeRules, 2)},
     {"PostofficeRuleRemovesTheMessage",
      "> Rules acme\n[ID] Message does not exist after postoffice level filter for PO=acme.\n",
-     kNothing, kRulesOn, On("Process Postoffice Rules", 1), kUsual, RemoveSourceInRules},
+     kNothing, kRulesOn, On("Process Postoffice Rules", 1) + RemoveSourceInRules},
     {"RulesAreOffForThePostoffice", Delivered(), kInInbox,
      "GetOption acme:Postoffice-PostofficeRulesStatus 1 Value=2\nMailboxGet * 1 Status=1",
      kBothRules},
@@ -115,11 +90,11 @@ const MailboxCase kEnds[] = {
     {"MailboxDisabled", kDisabled, kNothing, "MailboxGet * 1 Status=0"},
     {"MailboxStatusIsPreset", kDisabled, kNothing, "MailboxGet * -1"},
     {"Redirected", kRedirect, kNothing, kRedirected},
-    {"JunkIsNotRedirected", kRedirect, kNothing, kRedirected, kUsual, With(&Stages::redirected, 0)},
+    {"JunkIsNotRedirected", kRedirect, kNothing, kRedirected, With(&Stages::redirected, 0)},
     {"RedirectFailsAndIsTriedAgain",
      kRedirect + "[ID] Message could not be redirected due to error. Delivering to mailbox.\n" +
          kRedirectAndKeep + Delivered(),
-     kInInbox, kRedirected, kUsual, With(&Stages::redirected, 2)},
+     kInInbox, kRedirected, With(&Stages::redirected, 2)},
     {"RedirectedAndKept", kRedirectAndKeep + Delivered(), kInInbox, kRedirectedAndKept},
     {"RedirectionEnabledEndsIt", Delivered(), kInInbox, kRedirected, On("Redirection Enabled", 1)},
     {"RedirectionEnabledTwoDoesNot", kRedirect, kNothing, kRedirected,
@@ -131,27 +106,27 @@ const MailboxCase kEnds[] = {
      kTested + "[ID] Mailbox (anna) on postoffice (acme) could not be redirected to all recipient "
                "domain(s) due to redirection blacklist.\n> Redirect [SMTP:c@d.test] for "
                "[SF:acme/anna] of acme\n",
-     kNothing, kRedirected, On("Redirection Blacklist Action", 1), RemoveAllButOne},
+     kNothing, kRedirected, On("Redirection Blacklist Action", 1) + RemoveAllButOne},
     {"BlacklistBounces",
      kTested + "> NDR [SF:acme/anna] The email could not be delivered since the final destination "
                "domain is blocked.\n[ID] Mailbox (anna) on postoffice (acme) redirection to "
                "([SMTP:a@b.test]) bounced since recipient domain(s) is in redirection blacklist.\n",
-     kNothing, kRedirected, On("Redirection Blacklist Action", 1), kRemoved},
+     kNothing, kRedirected, On("Redirection Blacklist Action", 1) + kRemoved},
     {"BlacklistDeletes",
      kTested + "[ID] Mailbox (anna) on postoffice (acme) redirection to ([SMTP:a@b.test]) deleted "
                "since recipient domain(s) is in redirection blacklist.\n",
-     kNothing, kRedirected, On("Redirection Blacklist Action", 2), kRemoved},
+     kNothing, kRedirected, On("Redirection Blacklist Action", 2) + kRemoved},
     {"BlacklistOfAnotherAction", kTested + "> Redirect  for [SF:acme/anna] of acme\n", kNothing,
-     kRedirected, On("Redirection Blacklist Action", 3), kRemoved},
+     kRedirected, On("Redirection Blacklist Action", 3) + kRemoved},
     {"BlacklistBouncesAndTheCopyStays",
      kTested +
          "> NDR [SF:acme/anna] The email could not be delivered since the final destination domain "
          "is blocked.\n[ID] Mailbox (anna) on postoffice (acme) redirection to ([SMTP:a@b.test]) "
          "bounced since recipient domain is in redirection blacklist.\n" +
          Delivered(),
-     kInInbox, kRedirectedAndKept, On("Redirection Blacklist Action", 1), kRemoved},
+     kInInbox, kRedirectedAndKept, On("Redirection Blacklist Action", 1) + kRemoved},
     {"QuotaExceeded", Exceeded("> NotifySenderOfQuota acme/anna\n"), kNothing, kFull},
-    {"QuotaExceededByBulkMail", Exceeded(""), kNothing, kFull, kUsual, MakeBulk},
+    {"QuotaExceededByBulkMail", Exceeded(""), kNothing, kFull, MakeBulk},
     {"QuotaExceededBesideARedirection",
      "> Redirect [SMTP:a@b.test] for [SF:acme/anna] of acme, copy kept\n[ID] Message of size 1Kb "
      "for mailbox (anna) on postoffice (acme) would exceed mailbox quota of 10Kb (current size "
@@ -167,36 +142,34 @@ const MailboxCase kEnds[] = {
     {"OverflowMailboxOfAnotherName",
      Exceeded("> NotifySenderOfQuota acme/anna\n" + Delivered("\\Inbox", "spill")),
      "spill/Inbox/ID spill/Inbox/_CHANGE.DTY spill/_1.NEW", kFull,
-     On("Postmaster Receives Mail When Quota Exceeded", 1), kUsual, UseSpill},
+     On("Postmaster Receives Mail When Quota Exceeded", 1) + UseSpill},
     {"MailboxRuleStops",
      "> Rules acme/anna\n[ID] Message delivery processing to PO=acme MBX=anna was interupted "
      "because a filter prevented delivery of the original message.\n> Audit 15 acme/anna 7.5 "
      "POSTOFFICE Message from: s@x.test was not delivered because a mailbox rules filter triggered "
      "non-delivery.\n",
-     kNothing, kRulesOn, On("Process Mailbox Rules", 1), With(&Stages::mailboxRules, 2)},
+     kNothing, kRulesOn, On("Process Mailbox Rules", 1) + With(&Stages::mailboxRules, 2)},
     {"MailboxRuleRemovesTheMessage",
      "> Rules acme/anna\n[ID] Message processing error occurred when delivering to PO=acme "
      "MBX=anna the original message was removed by a filter.\n> Audit 19 acme/anna 7.5 POSTOFFICE "
      "Message from: s@x.test was not delivered because the original message was removed by a "
      "filter.\n",
-     kNothing, kRulesOn, kRulesAndCheck, kUsual, RemoveSourceInRules},
+     kNothing, kRulesOn, kRulesAndCheck + RemoveSourceInRules},
     {"DeliveryEventRemovesTheCopy",
      "[ID] Mailbox delivery event removed a message to PO=acme MBX=anna.\n> Audit 16 acme/anna 7.5 "
      "POSTOFFICE Message from: s@x.test was removed by mailbox delivery event.\n",
-     kNothing, kPlain, kUsual, RemoveCopyInEvent},
-    {"DeliveryEventLeavesTheCopy", Delivered(), kInInbox, kPlain, kUsual,
-     With(&Stages::deliveryEvent, 1)},
+     kNothing, kPlain, RemoveCopyInEvent},
+    {"DeliveryEventLeavesTheCopy", Delivered(), kInInbox, kPlain, With(&Stages::deliveryEvent, 1)},
     {"SpamSettingDeletesTheCopy",
      "[ID] Message Spam processing occurred when delivering to PO=acme MBX=anna.\n> Audit 17 "
      "acme/anna 7.5 POSTOFFICE Message from: s@x.test was detected as spam and was not "
      "delivered.\n",
-     kNothing, kPlain, kUsual, With(&Stages::spamSettings, 2)},
-    {"SpamSettingOfAnotherResult", Delivered(), kInInbox, kPlain, kUsual,
-     With(&Stages::spamSettings, 1)},
+     kNothing, kPlain, With(&Stages::spamSettings, 2)},
+    {"SpamSettingOfAnotherResult", Delivered(), kInInbox, kPlain, With(&Stages::spamSettings, 1)},
     {"NoticeToTheSender",
      Delivered() + "[ID] Delivery Success notification message generated for [SMTP:s@x.test] to "
                    "PO=acme MBX=anna FLD=\\Inbox\n",
-     kInInbox, kPlain, kUsual, With(&Stages::dsn, 1)},
+     kInInbox, kPlain, With(&Stages::dsn, 1)},
     {"InsertionPostponed",
      "[ID] Direct Insertion of message into index (PO=acme MBX=anna FLD=\\Inbox) was postponed.\n" +
          Delivered(),
@@ -209,8 +182,6 @@ class DeliverToMailboxTest : public PipelineFixture,
 TEST_P(DeliverToMailboxTest, EndsInOneOfItsWays) {
   const MailboxCase& row = GetParam();
   Stub().Answer(row.answers);
-  Set(row.numbers);
-  if (row.stages) row.stages(test::stages);
   if (row.arrange) row.arrange(*this);
   std::int32_t result = 99;
   EXPECT_EQ(Told([&] { result = Deliver(); }), row.told);
@@ -232,7 +203,7 @@ TEST_F(MailboxPipelineTest, RunsItsStagesInTheirOrder) {
        {"Process Mailbox Rules", 1},
        {"Auto Responders Enabled", 1},
        {"Remote Notification Mode", 1}});
-  test::stages.tellAll = true;
+  stages.tellAll = true;
   EXPECT_EQ(Told([&] { DeliverWell(); }),
             "[ID] Checking message for postoffice filters.\n"
             "> Rules acme\n"
@@ -272,7 +243,7 @@ TEST_F(MailboxPipelineTest, WaitsOnceForAMessageThatIsMissing) {
   EXPECT_EQ(Told([&] { DeliverWell(); }),
             "[ID] Message does not exist after postoffice level filter for PO=acme.\n");
   EXPECT_EQ(Time().Slept(), 500);
-  Time().onSleep = [&](std::int64_t) { test::WriteBytes(Queued(), kText); };
+  Time().onSleep = [&](std::int64_t) { WriteBytes(Queued(), kText); };
   EXPECT_EQ(Told([&] { DeliverWell(); }),
             "[ID] Message became available after wait for PO=acme.\n" + Delivered());
 }
@@ -283,7 +254,7 @@ TEST_F(MailboxPipelineTest, AThrowingProviderIsReportedAndLeavesTheMessage) {
   EXPECT_EQ(told.substr(0, told.find(", line")),
             "DeliverToMailbox handled an exception; session will be dropped.\n"
             "The exception was: the stub was told to\nThe exception occurred in : SFDeliver");
-  EXPECT_EQ(test::ReadBytes(Queued()), kText);
+  EXPECT_EQ(ReadBytes(Queued()), kText);
 }
 
 // Nobody knows whether a rule's action has flushed what it wrote.
@@ -305,20 +276,17 @@ TEST_F(MailboxPipelineTest, TheSameRecipientTwiceGetsOneFile) {
   for (const bool last : {false, true}) {
     Message().LastRecipient = last;
     EXPECT_EQ(Told([&] { DeliverWell(); }), Delivered());
-    EXPECT_EQ(test::ReadBytes(target), kText);
+    EXPECT_EQ(ReadBytes(target), kText);
   }
   EXPECT_EQ(Files(), "anna/Inbox/ID anna/Inbox/_CHANGE.DTY anna/_2.NEW");
 }
 
-struct QuotaCase {
-  const char* limit;
-  const char* size;
-  std::size_t bytes;
-  bool fits;
-};
-
 TEST_F(MailboxPipelineTest, MeasuresTheQuotaInKilobytesBegun) {
-  const QuotaCase cases[] = {
+  const struct {
+    const char *limit, *size;
+    std::size_t bytes;
+    bool fits;
+  } cases[] = {
       {"100000", "99999", 1023, true},
       {"100000", "99999", 1024, false},
       {"0", "0", 0, false},
@@ -326,46 +294,42 @@ TEST_F(MailboxPipelineTest, MeasuresTheQuotaInKilobytesBegun) {
       {"10", "4294967294", 0, false},
       {"0", "4294967295", 0, true},
   };
-  for (const QuotaCase& row : cases) {
+  for (const auto& row : cases) {
     SCOPED_TRACE(std::string(row.limit) + " " + row.size + " " + std::to_string(row.bytes));
     Stub().Answer(std::string("MailboxGet * 1 Status=1 Limit=") + row.limit + " Size=" + row.size);
-    test::WriteBytes(Queued(), std::string(row.bytes, 'x'));
+    WriteBytes(Queued(), std::string(row.bytes, 'x'));
     const std::string told = Told([&] { DeliverWell(); });
     EXPECT_EQ(told == Delivered(), row.fits) << told;
   }
 }
 
-struct ReturnPathCase {
-  const char* commandType;
-  const char* sender;
-  const char* value;
-};
-
 TEST_F(MailboxPipelineTest, WritesTheReturnPathForTheMailboxAndTheQueue) {
   Set("Bad Mail Notification Sender Address", "postmaster@x.test", "CONNECTORS\\SMTP");
-  const ReturnPathCase cases[] = {
+  const struct {
+    const char *commandType, *sender, *value;
+  } cases[] = {
       {"NORMAL", "[SMTP:s@x.test]", "<s@x.test>"},
       {"ndr", "[SMTP:s@x.test]", "<>"},
       {"NORMAL", "[SMTP:PostMaster@X.test]", "<>"},
       {"", "[SF:acme/bob]", "<>"},
       {"", "[SMTP:s@x.test", "<>"},
   };
-  for (const ReturnPathCase& row : cases) {
+  for (const auto& row : cases) {
     for (const bool last : {false, true}) {
       SCOPED_TRACE(std::string(row.sender) + (last ? " last" : ""));
       const std::string before = "Subject: t\r\n\r\nbody\r\n";
       const std::string after =
           std::string("Subject: t\r\nReturn-Path: ") + row.value + "\r\n\r\nbody\r\n";
-      test::WriteBytes(Queued(), before);
+      WriteBytes(Queued(), before);
       SetText(Message().CommandType, row.commandType);
       SetText(Message().Sender, row.sender);
       Message().LastRecipient = last;
       static_cast<void>(Told([&] { DeliverWell(); }));
-      EXPECT_EQ(test::ReadBytes(InMailRoot(std::string("anna/Inbox/") + kId)), after);
-      EXPECT_EQ(test::ReadBytes(Queued()), last ? before : after);
+      EXPECT_EQ(ReadBytes(InMailRoot(std::string("anna/Inbox/") + kId)), after);
+      EXPECT_EQ(ReadBytes(Queued()), last ? before : after);
     }
   }
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

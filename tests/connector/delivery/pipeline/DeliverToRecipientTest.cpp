@@ -6,7 +6,7 @@
 #include "connector/delivery/SFDeliver.h"
 #include "tests/connector/delivery/pipeline/PipelineFixture.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
 
 constexpr const char* kCorrupt =
@@ -24,8 +24,7 @@ constexpr const char* kRefused =
     "> NDR ITEM The mailbox is not available on this system\n";
 
 struct RecipientCase {
-  const char* name;
-  std::string item;
+  std::string name, item;
   const char* answers;
   std::int32_t result;
   std::string told;
@@ -80,7 +79,7 @@ std::string FirstLetters(const std::string& calls) {
   return letters;
 }
 
-class DeliverToRecipientTest : public test::PipelineFixture,
+class DeliverToRecipientTest : public PipelineFixture,
                                public ::testing::WithParamInterface<RecipientCase> {
  public:
   DeliverToRecipientTest() : PipelineFixture(GetParam().variant) {}
@@ -90,7 +89,7 @@ TEST_P(DeliverToRecipientTest, FollowsTheAnswersOfTheProviders) {
   const RecipientCase& row = GetParam();
   Stub().Answer(row.answers);
   Set({{"Disabled Postoffice Bounce Mode", row.bounceMode}});
-  test::stages.group = 7;
+  stages.group = 7;
   std::int32_t result = 99;
   const std::string told = Told([&] { result = DeliverToRecipient(Message(), row.item); });
   std::string expected = row.told;
@@ -105,4 +104,4 @@ INSTANTIATE_TEST_SUITE_P(Table, DeliverToRecipientTest, ::testing::ValuesIn(kRec
                          [](const auto& info) { return info.param.name; });
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

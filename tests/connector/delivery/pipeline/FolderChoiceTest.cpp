@@ -1,27 +1,18 @@
 // FolderChoiceTest.cpp -- the folder that a message is sorted into, and what is told of the choice.
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <string>
-#include <vector>
 
 #include "tests/connector/delivery/pipeline/PipelineFixture.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
-
-using test::Delivered;
-using test::PipelineFixture;
-using test::Stages;
-
-using Numbers = std::vector<test::Number>;
 
 struct FolderCase {
   const char* name;
   std::string told;  // up to the audit entry of the delivery, at log level 9
   const char* folder;
-  Numbers numbers = {};
-  std::function<void(Stages&)> stages = {};
+  Arrangement arrange = {};
   const char* options = "";
   const char* commandType = "NORMAL";
 };
@@ -42,50 +33,47 @@ constexpr const char* kBypassed =
 std::string Junk(const std::string& what) {
   return "[ID] DeliverToMailbox:: Junk message. " + what + "\n";
 }
-void MakeJunk(Stages& stages) { stages.flags.Junk = 1; }
-void MakeBulk(Stages& stages) { stages.flags.Bulk = 1; }
-void MakeList(Stages& stages) { stages.flags.List = 1; }
-void MakeBlacklisted(Stages& stages) { stages.blacklisted = true; }
-void MakeBoth(Stages& stages) { stages.blacklisted = stages.whitelisted = true; }
+void MakeJunk(PipelineFixture&) { stages.flags.Junk = 1; }
+void MakeBulk(PipelineFixture&) { stages.flags.Bulk = 1; }
+void MakeList(PipelineFixture&) { stages.flags.List = 1; }
+void MakeBlacklisted(PipelineFixture&) { stages.blacklisted = true; }
+void MakeBoth(PipelineFixture&) { stages.blacklisted = stages.whitelisted = true; }
 
-Numbers DeliverTo(std::uint32_t value) { return {{"Deliver-To Status", value}}; }
-const Numbers kNoNumbers;
-const Numbers kBulkOn = {{"DeliverToBulk", 1, "."}};
-const Numbers kRmail = {{"RMail Status", 1, "Services\\WEBMAIL\\Options"}};
-const Numbers kRmailAndJunk = {kRmail[0], {"Deliver-To Status", 1}};
+Arrangement DeliverTo(std::uint32_t value) { return On("Deliver-To Status", value); }
+const Arrangement kBulkOn = On("DeliverToBulk", 1, ".");
+const Arrangement kReceipts = On("RMail Status", 1, "Services\\WEBMAIL\\Options");
 
 const FolderCase kFolders[] = {
     {"JunkToInbox", kSpamAudit + Junk("Delivering to inbox folder") + kSpamRules, "\\Inbox",
-     DeliverTo(0), MakeJunk},
-    {"JunkToJunk", kSpamAudit + Junk("Delivering to junk folder"), "\\Junk E-mail", DeliverTo(1),
-     MakeJunk},
+     DeliverTo(0) + MakeJunk},
+    {"JunkToJunk", kSpamAudit + Junk("Delivering to junk folder"), "\\Junk E-mail",
+     DeliverTo(1) + MakeJunk},
     {"JunkAsThePostofficeSays",
      kSpamAudit + Junk("Checking postoffice level setting") + Junk("Postoffice level setting 1"),
-     "\\Junk E-mail", kNoNumbers, MakeJunk, "GetOption acme:Delivery-DeliverToStatus 1 Value=1"},
+     "\\Junk E-mail", MakeJunk, "GetOption acme:Delivery-DeliverToStatus 1 Value=1"},
     {"JunkAsThePostofficeSaysNot",
      kSpamAudit + Junk("Checking postoffice level setting") + Junk("Postoffice level setting 0") +
          kSpamRules,
-     "\\Inbox", kNoNumbers, MakeJunk, "GetOption acme:Delivery-DeliverToStatus 1 Value=0"},
+     "\\Inbox", MakeJunk, "GetOption acme:Delivery-DeliverToStatus 1 Value=0"},
     {"JunkWithoutAnOption",
      kSpamAudit + Junk("Checking postoffice level setting") +
          Junk("No postoffice level setting. Delivering to inbox") + kSpamRules,
-     "\\Inbox", kNoNumbers, MakeJunk},
+     "\\Inbox", MakeJunk},
     {"Blacklisted", kBlacklisted + (kSpamAudit + Junk("Delivering to junk folder")),
-     "\\Junk E-mail", DeliverTo(1), MakeBlacklisted},
-    {"OnBothLists", std::string(kBlacklisted) + kBypassed, "\\Inbox", DeliverTo(1), MakeBoth},
-    {"NdrSkipsBothLists", kSpamRules, "\\Inbox", DeliverTo(1), MakeBoth, "", "ndr"},
-    {"Bulk", std::string(kBulkAudit) + kSpamRules, "\\Bulk E-mail", kBulkOn, MakeBulk,
+     "\\Junk E-mail", DeliverTo(1) + MakeBlacklisted},
+    {"OnBothLists", std::string(kBlacklisted) + kBypassed, "\\Inbox", DeliverTo(1) + MakeBoth},
+    {"NdrSkipsBothLists", kSpamRules, "\\Inbox", DeliverTo(1) + MakeBoth, "", "ndr"},
+    {"Bulk", std::string(kBulkAudit) + kSpamRules, "\\Bulk E-mail", kBulkOn + MakeBulk,
      "GetOption acme/anna:DeliverToBulk 1 Value=1"},
-    {"List", std::string(kBulkAudit) + kSpamRules, "\\Bulk E-mail", kBulkOn, MakeList,
+    {"List", std::string(kBulkAudit) + kSpamRules, "\\Bulk E-mail", kBulkOn + MakeList,
      "GetOption acme/anna:DeliverToBulk 1 Value=1"},
-    {"BulkNotWanted", kSpamRules, "\\Inbox", kBulkOn, MakeBulk,
+    {"BulkNotWanted", kSpamRules, "\\Inbox", kBulkOn + MakeBulk,
      "GetOption acme/anna:DeliverToBulk 1 Value=2"},
-    {"BulkOff", kSpamRules, "\\Inbox", kNoNumbers, MakeBulk,
-     "GetOption acme/anna:DeliverToBulk 1 Value=1"},
-    {"Receipts", kSpamRules, "\\Inbox\\RMail Receipts", kRmail},
+    {"BulkOff", kSpamRules, "\\Inbox", MakeBulk, "GetOption acme/anna:DeliverToBulk 1 Value=1"},
+    {"Receipts", kSpamRules, "\\Inbox\\RMail Receipts", kReceipts},
     {"ReceiptsOff", kSpamRules, "\\Inbox"},
     {"ReceiptsOverJunk", kSpamAudit + Junk("Delivering to junk folder"), "\\Inbox\\RMail Receipts",
-     kRmailAndJunk, MakeJunk},
+     kReceipts + DeliverTo(1) + MakeJunk},
 };
 
 class FolderChoiceTest : public PipelineFixture,
@@ -95,10 +83,9 @@ TEST_P(FolderChoiceTest, SortsByFlagsListsAndSenders) {
   const FolderCase& row = GetParam();
   Stub().Answer(std::string("MailboxGet * 1 Status=1\n") + row.options);
   Set({{"Debug Logging Level", 9}});
-  Set(row.numbers);
   Set("RMail Receipts Sender", "S@X.test", "Services\\WEBMAIL\\Options");
   SetText(Message().CommandType, row.commandType);
-  if (row.stages) row.stages(test::stages);
+  if (row.arrange) row.arrange(*this);
   const std::string told = Told([&] { EXPECT_EQ(Deliver(), 1); });
   const std::string quota = told.substr(0, told.find('\n') + 1);
   EXPECT_NE(quota.find("Checking message of size"), std::string::npos);
@@ -111,4 +98,4 @@ INSTANTIATE_TEST_SUITE_P(Table, FolderChoiceTest, ::testing::ValuesIn(kFolders),
                          [](const auto& info) { return info.param.name; });
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

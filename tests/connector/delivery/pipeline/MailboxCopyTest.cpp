@@ -2,22 +2,19 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <functional>
 #include <string>
-#include <vector>
 
 #include "connector/delivery/FolderTransfer.h"
 #include "platform/Error.h"
-#include "platform/File.h"
+#include "platform/FaultInjection.h"
 #include "tests/connector/delivery/pipeline/PipelineFixture.h"
 #include "tests/support/FaultWalk.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
 
 using platform::FaultAction;
 using platform::FileCall;
-using test::PipelineFixture;
 
 // Placing a file under its name: with a link where files can be nameless, else with a rename.
 constexpr std::uint32_t kPlacing =
@@ -26,22 +23,6 @@ constexpr std::uint32_t kPlacing =
 platform::Fault Failing(std::int32_t error, bool lasting) {
   return {.action = FaultAction::kFail, .error = error, .calls = kPlacing, .lasting = lasting};
 }
-
-class MailboxCopyFixture : public PipelineFixture {
- public:
-  ~MailboxCopyFixture() override { platform::DisarmFault(); }
-  // Somebody reads that file and lets nobody else near it.
-  void Hold(const std::string& path) {
-    test::WriteBytes(InMailRoot(path), "held");
-    held_.push_back(platform::File::Open(InMailRoot(path), platform::Access::kRead,
-                                         platform::kShareNone,
-                                         platform::Disposition::kOpenExisting));
-    ASSERT_TRUE(held_.back());
-  }
-
- private:
-  std::vector<platform::File> held_;
-};
 
 std::string InboxFile(const std::string& prefix = "") {
   return "anna/Inbox/" + prefix + PipelineFixture::kId;
@@ -77,7 +58,7 @@ constexpr const char* kInBackup = "anna/Inbox/GID anna/Inbox/_CHANGE.DTY anna/_1
 
 struct CopyCase {
   const char* name;
-  std::function<void(MailboxCopyFixture&)> arrange;
+  Arrangement arrange;
   std::int32_t result;
   std::int64_t slept;
   std::string told;  // how the transcript begins
@@ -85,30 +66,25 @@ struct CopyCase {
   bool tellsMore = false;  // of a copy kept elsewhere
 };
 
-void UseJunkFolder(MailboxCopyFixture& fixture) {
-  test::stages.flags.Junk = 1;
+void UseJunkFolder(PipelineFixture& fixture) {
+  stages.flags.Junk = 1;
   fixture.Set({{"Deliver-To Status", 1}});
-  std::filesystem::create_directories(fixture.InMailRoot("anna/Junk E-mail"));
+  fs::create_directories(fixture.InMailRoot("anna/Junk E-mail"));
 }
 
-using Arrangement = std::function<void(MailboxCopyFixture&)>;
 Arrangement Broken(std::int32_t error, bool lasting) {
-  return [=](MailboxCopyFixture&) { platform::ArmFault(Failing(error, lasting)); };
+  return [=](PipelineFixture&) { platform::ArmFault(Failing(error, lasting)); };
 }
-void HoldTarget(MailboxCopyFixture& fixture) { fixture.Hold(InboxFile()); }
-void RemoveMailbox(MailboxCopyFixture& fixture) {
-  std::filesystem::remove_all(fixture.InMailRoot("anna"));
-}
-void RemovePostoffice(MailboxCopyFixture& fixture) {
-  std::filesystem::remove_all(fixture.InMailRoot(""));
-}
+void HoldTarget(PipelineFixture& fixture) { fixture.Hold(InboxFile()); }
+void RemoveMailbox(PipelineFixture& fixture) { fs::remove_all(fixture.InMailRoot("anna")); }
+void RemovePostoffice(PipelineFixture& fixture) { fs::remove_all(fixture.InMailRoot("")); }
 
 const CopyCase kCopies[] = {
     {"InboxIsMade", RemoveMailbox, 1, 0, FirstFailure(3) + kAtInbox, kInInbox},
     {"PostofficeIsNotMade", RemovePostoffice, 0, 0, FirstFailure(3) + ToBadMail(3), ""},
     {"NetworkComesBack", Broken(64, false), 1, 5000, FirstFailure(64) + kAtInbox, kInInbox},
     {"NetworkComesBackLater",
-     [](MailboxCopyFixture& fixture) {
+     [](PipelineFixture& fixture) {
        fixture.Time().onSleep = [](std::int64_t milliseconds) {
          if (milliseconds == 2000) platform::DisarmFault();
        };
@@ -120,14 +96,14 @@ const CopyCase kCopies[] = {
     {"TargetIsHeld", HoldTarget, 0, 2000, FirstFailure(32) + kCopyingFailed + kAtBackup,
      "anna/Inbox/ID anna/Inbox/GID anna/Inbox/_CHANGE.DTY anna/_1.NEW"},
     {"TargetAndBackupAreHeld",
-     [](MailboxCopyFixture& fixture) {
+     [](PipelineFixture& fixture) {
        fixture.Hold(InboxFile());
        fixture.Hold(InboxFile("G"));
      },
      0, 2000, FirstFailure(32) + kCopyingFailed + kBackupFailed, "anna/Inbox/ID anna/Inbox/GID",
      true},
     {"ChosenFolderFailsInboxTakes",
-     [](MailboxCopyFixture& fixture) {
+     [](PipelineFixture& fixture) {
        UseJunkFolder(fixture);
        fixture.Hold(std::string("anna/Junk E-mail/") + PipelineFixture::kId);
      },
@@ -137,11 +113,11 @@ const CopyCase kCopies[] = {
      std::string("anna/Inbox/ID anna/Inbox/_CHANGE.DTY anna/Junk E-mail/ID anna/_1.NEW")},
     {"DiskIsFull", Broken(112, true), 0, 0, FirstFailure(112) + ToBadMail(112), ""},
     {"DiskIsFullAfterRules",
-     [](MailboxCopyFixture& fixture) {
+     [](PipelineFixture& fixture) {
        fixture.Stub().Answer(
            "GetOption acme/anna:MailBox-MailboxRulesStatus 1 Value=1\nMailboxGet * 1 Status=1");
        fixture.Set({{"Process Mailbox Rules", 1}});
-       test::stages.mailboxRules = 1;
+       stages.mailboxRules = 1;
        platform::ArmFault(Failing(112, true));
      },
      0, 0,
@@ -149,17 +125,15 @@ const CopyCase kCopies[] = {
          "[ID] Message was not delivered to PO=acme MBX=anna because of filter\n",
      "", true},
     {"SourceVanishesDuringTheWait",
-     [](MailboxCopyFixture& fixture) {
-       fixture.Time().onSleep = [&fixture](std::int64_t) {
-         std::filesystem::remove(fixture.Queued());
-       };
+     [](PipelineFixture& fixture) {
+       fixture.Time().onSleep = [&fixture](std::int64_t) { fs::remove(fixture.Queued()); };
        platform::ArmFault(Failing(64, false));
      },
      0, 5000, FirstFailure(64) + ToBadMail(2), ""},
     {"SourceVanishesBeforeTheBackup",
-     [](MailboxCopyFixture& fixture) {
+     [](PipelineFixture& fixture) {
        fixture.Time().onSleep = [&fixture](std::int64_t milliseconds) {
-         if (milliseconds == 2000) std::filesystem::remove(fixture.Queued());
+         if (milliseconds == 2000) fs::remove(fixture.Queued());
        };
        fixture.Hold(InboxFile());
      },
@@ -167,7 +141,7 @@ const CopyCase kCopies[] = {
 };
 
 // The last recipient's file is linked, every other one's copied: the road is the same.
-class MailboxCopyTest : public MailboxCopyFixture,
+class MailboxCopyTest : public PipelineFixture,
                         public ::testing::WithParamInterface<std::tuple<CopyCase, bool>> {};
 
 TEST_P(MailboxCopyTest, GoesTheRoadToItsEnd) {
@@ -180,11 +154,11 @@ TEST_P(MailboxCopyTest, GoesTheRoadToItsEnd) {
   EXPECT_EQ(row.tellsMore ? told.substr(0, row.told.size()) : told, row.told);
   EXPECT_EQ(result, row.result);
   EXPECT_EQ(Time().Slept(), row.slept);
-  if (std::filesystem::exists(InMailRoot(""))) {
+  if (fs::exists(InMailRoot(""))) {
     EXPECT_EQ(Files(), row.files);
   }
   if (row.files == kInBackup) {
-    EXPECT_EQ(test::ReadBytes(InMailRoot(InboxFile("G"))), kText);
+    EXPECT_EQ(ReadBytes(InMailRoot(InboxFile("G"))), kText);
   }
 }
 INSTANTIATE_TEST_SUITE_P(Table, MailboxCopyTest,
@@ -228,15 +202,15 @@ TEST_F(FolderTransferTest, TheLastCopyIsAlwaysLeftToTheEnd) {
 
 // Break every file call of a delivery in turn: a mailbox never holds a part of a message, and the
 // queue keeps it whole.
-class BrokenDeliveryTest : public MailboxCopyFixture, public ::testing::WithParamInterface<bool> {
+class BrokenDeliveryTest : public PipelineFixture, public ::testing::WithParamInterface<bool> {
  protected:
   static constexpr const char* kBefore = "Subject: t\r\n\r\nbody\r\n";
   static constexpr const char* kAfter = "Subject: t\r\nReturn-Path: <s@x.test>\r\n\r\nbody\r\n";
 
   void Prepare() {
-    std::filesystem::remove_all(InMailRoot("anna"));
-    std::filesystem::create_directories(InMailRoot("anna/Inbox"));
-    test::WriteBytes(Queued(), kBefore);
+    fs::remove_all(InMailRoot("anna"));
+    fs::create_directories(InMailRoot("anna/Inbox"));
+    WriteBytes(Queued(), kBefore);
     Message().Delivered.clear();
     Message().LastRecipient = GetParam();
     result_ = settled_ = false;
@@ -246,15 +220,15 @@ class BrokenDeliveryTest : public MailboxCopyFixture, public ::testing::WithPara
     settled_ = FlushDelivered(Message());
   }
   void CheckWhole(const std::string& path) const {
-    const std::string bytes = test::ReadBytes(path);
+    const std::string bytes = ReadBytes(path);
     EXPECT_TRUE(bytes == kBefore || bytes == kAfter) << path << ": " << bytes;
   }
   void Check(const std::string& told) {
     CheckWhole(Queued());
     const std::string target = InMailRoot(InboxFile());
-    if (std::filesystem::exists(target)) CheckWhole(target);
+    if (fs::exists(target)) CheckWhole(target);
     if (result_ && settled_) {
-      EXPECT_TRUE(std::filesystem::exists(target)) << told;
+      EXPECT_TRUE(fs::exists(target)) << told;
     }
     if (!result_ && settled_) {
       EXPECT_NE(told.find("> BadMail"), std::string::npos) << told;
@@ -267,24 +241,24 @@ class BrokenDeliveryTest : public MailboxCopyFixture, public ::testing::WithPara
 
 TEST_P(BrokenDeliveryTest, NeverLeavesAPartOfAMessage) {
   std::string told;
-  test::WalkFaults([&] { Prepare(); },
-                   [&] {
-                     told = Told([&] {
-                       try {
-                         Work();
-                       } catch (const platform::FaultStop&) {
-                         result_ = settled_ = false;
-                       }
-                     });
-                   },
-                   [&](std::uint64_t call) {
-                     SCOPED_TRACE("call " + std::to_string(call));
-                     Check(told);
-                   });
+  WalkFaults([&] { Prepare(); },
+             [&] {
+               told = Told([&] {
+                 try {
+                   Work();
+                 } catch (const platform::FaultStop&) {
+                   result_ = settled_ = false;
+                 }
+               });
+             },
+             [&](std::uint64_t call) {
+               SCOPED_TRACE("call " + std::to_string(call));
+               Check(told);
+             });
 }
 INSTANTIATE_TEST_SUITE_P(Recipients, BrokenDeliveryTest, ::testing::Bool(), [](const auto& info) {
   return std::string(info.param ? "Last" : "Earlier");
 });
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test

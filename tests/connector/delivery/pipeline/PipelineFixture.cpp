@@ -10,6 +10,7 @@
 #include "PROVIDERS/Library/LIBOption/ConfigurationProviders.h"
 #include "PROVIDERS/Library/LIBOption/OptionProvider.h"
 #include "connector/delivery/DeliverToMailbox.h"
+#include "platform/FaultInjection.h"
 
 namespace corvane::test {
 namespace {
@@ -40,16 +41,14 @@ PipelineFixture::PipelineFixture(const std::string& variant) : stub_(variant) {
   for (const char* name : {kPostofficeProvider, kSmtpProvider, kAddressMapProvider}) {
     static_cast<void>(LoadConfigurationProvider(name));
   }
-  std::filesystem::create_directories(Directory() / "SF/Outgoing/Messages");
-  std::filesystem::create_directories(InMailRoot("anna/Inbox"));
+  fs::create_directories(InMailRoot("anna/Inbox"));
   WriteBytes(Queued(), kText);
-  SetText(message_.Connector, "SF");
-  SetText(message_.MessageID, kId);
   SetText(message_.Sender, "[SMTP:s@x.test]");
   stub_.Answer("MailboxGet acme/anna 1 Status=1\n");
 }
 
 PipelineFixture::~PipelineFixture() {
+  platform::DisarmFault();
   for (const char* name : {kPostofficeProvider, kSmtpProvider, kAddressMapProvider}) {
     UnloadConfigurationProvider(name);
   }
@@ -66,9 +65,9 @@ std::string PipelineFixture::InMailRoot(const std::string& path) const {
 
 std::string PipelineFixture::Files() const {
   std::vector<std::string> names;
-  for (const auto& entry : std::filesystem::recursive_directory_iterator(InMailRoot(""))) {
+  for (const auto& entry : fs::recursive_directory_iterator(InMailRoot(""))) {
     if (!entry.is_regular_file()) continue;
-    names.push_back(std::filesystem::relative(entry.path(), InMailRoot("")).string());
+    names.push_back(fs::relative(entry.path(), InMailRoot("")).string());
   }
   std::sort(names.begin(), names.end());
   std::string all;
@@ -92,6 +91,24 @@ std::string PipelineFixture::Told(const std::function<void()>& work) const {
 
 std::int32_t PipelineFixture::Deliver() {
   return DeliverToMailbox(message_, "acme", "anna", "[SF:acme/anna]");
+}
+
+void PipelineFixture::Hold(const std::string& path) {
+  WriteBytes(InMailRoot(path), "held");
+  held_.push_back(platform::File::Open(InMailRoot(path), platform::Access::kRead,
+                                       platform::kShareNone, platform::Disposition::kOpenExisting));
+  ASSERT_TRUE(held_.back());
+}
+
+Arrangement operator+(const Arrangement& first, const Arrangement& second) {
+  return [=](PipelineFixture& fixture) {
+    first(fixture);
+    second(fixture);
+  };
+}
+
+Arrangement On(const char* name, std::uint32_t value, const char* key) {
+  return [=](PipelineFixture& fixture) { fixture.Set(name, value, key); };
 }
 
 }  // namespace corvane::test

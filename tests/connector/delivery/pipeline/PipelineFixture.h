@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "connector/queue/ConnectorMessage.h"
+#include "platform/File.h"
 #include "tests/connector/delivery/pipeline/Stages.h"
-#include "tests/support/SettingsFixture.h"
+#include "tests/support/QueueFixture.h"
 #include "tests/support/StubProviders.h"
 
 namespace corvane::test {
@@ -36,9 +36,9 @@ class HookedClock : public platform::VirtualClock {
 
 // The message ID is from s@x.test and lies in the outbound queue with the text kText; the mailbox
 // acme/anna with its Inbox is there. The stages around a delivery are those of Stages.h.
-class PipelineFixture : public SettingsFixture {
+class PipelineFixture : public QueueFixture {
  public:
-  static constexpr const char* kId = "0123456789ABCDEF0123456789ABCDEF.MAI";
+  static constexpr const char* kId = kName;
   static constexpr const char* kText = "Return-Path: <s@x.test>\r\nSubject: t\r\n\r\nbody\r\n";
 
   explicit PipelineFixture(const std::string& variant = "full");
@@ -50,7 +50,7 @@ class PipelineFixture : public SettingsFixture {
   ConnectorMessage& Message() { return message_; }
   HookedClock& Time() { return time_; }
 
-  [[nodiscard]] std::string Queued() const { return Directory() / "SF/Outgoing/Messages/" + kId; }
+  [[nodiscard]] std::string Queued() const { return MessageFile(); }
   // A path below MAILROOT of the postoffice.
   [[nodiscard]] std::string InMailRoot(const std::string& path) const;
   // All files there, in order, with blanks between: "anna/Inbox/ID anna/_1.NEW".
@@ -61,11 +61,24 @@ class PipelineFixture : public SettingsFixture {
   [[nodiscard]] std::string Told(const std::function<void()>& work) const;
   // DeliverToMailbox for acme/anna.
   std::int32_t Deliver();
+  // Somebody reads that file below MAILROOT and lets nobody else near it.
+  void Hold(const std::string& path);
 
  private:
   StubProviders stub_;
   HookedClock time_;
-  ConnectorMessage message_;
+  std::vector<platform::File> held_;
 };
+
+// What a row of a table does to its test beforehand: each of several, a setting, an answer of a
+// stage.
+using Arrangement = std::function<void(PipelineFixture&)>;
+[[nodiscard]] Arrangement operator+(const Arrangement& first, const Arrangement& second);
+[[nodiscard]] Arrangement On(const char* name, std::uint32_t value,
+                             const char* key = "CONNECTORS\\SF");
+template <typename Value>
+[[nodiscard]] Arrangement With(Value Stages::*answer, Value value) {
+  return [=](PipelineFixture&) { stages.*answer = value; };
+}
 
 }  // namespace corvane::test

@@ -7,14 +7,14 @@
 #include "connector/settings/Settings.h"
 #include "tests/connector/delivery/pipeline/PipelineFixture.h"
 
-namespace corvane {
+namespace corvane::test {
 namespace {
 
 constexpr const char* kFilterKey = "Agents\\MTA\\Filters\\MTAFILTER";
 constexpr const char* kMailbox = "MailboxGet * 1 Status=1\n";
 constexpr const char* kTarget = "[ROOT/Mail\\acme\\MAILROOT\\anna\\\\Inbox\\ID].\n";
 
-class RealtimeTrainingTest : public test::PipelineFixture {
+class RealtimeTrainingTest : public PipelineFixture {
  protected:
   RealtimeTrainingTest() { EXPECT_EQ(BindRemoteNotification(), 1); }
   ~RealtimeTrainingTest() override { UnbindRemoteNotification(); }
@@ -23,7 +23,7 @@ class RealtimeTrainingTest : public test::PipelineFixture {
     Set({{"Bayesian Filtering Status", 0, kFilterKey},
          {"Bayesian Training Mode", 1, kFilterKey},
          {"Bayesian Realtime Training", 1, kFilterKey}});
-    test::stages.whitelisted = true;
+    stages.whitelisted = true;
   }
   // Deliveries whose last submission is answered so; what the last one told of submissions.
   std::string Train(int answer, int times = 1) {
@@ -36,7 +36,7 @@ class RealtimeTrainingTest : public test::PipelineFixture {
 
 TEST_F(RealtimeTrainingTest, SubmitsWantedMailFirstThenSpam) {
   TurnOn();
-  test::stages.blacklisted = true;
+  stages.blacklisted = true;
   EXPECT_EQ(Train(0), std::string("[ID] Message submitted as HAM ") + kTarget +
                           "[ID] Message submitted as SPAM " + kTarget);
   const std::string calls = Stub().Calls();
@@ -60,12 +60,12 @@ TEST_F(RealtimeTrainingTest, ADeliveryWithoutListsBeginsAnewToo) {
   TurnOn();
   Train(0);
   Train(5, 11);
-  test::stages.whitelisted = false;
+  stages.whitelisted = false;
   Train(5);
-  test::stages.whitelisted = true;
+  stages.whitelisted = true;
   EXPECT_NE(Train(5, 11), "");
   EXPECT_EQ(settings::Find(settings::kBayesianRealtimeTraining), 1U);
 }
 
 }  // namespace
-}  // namespace corvane
+}  // namespace corvane::test
