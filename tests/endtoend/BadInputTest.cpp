@@ -61,7 +61,13 @@ TEST(BadInputTest, LosesNothingAndStopsNothing) {
                       kMessage);
   // A file whose MessageID= names another one is read with its own name.
   installation.PutRaw(NameOf(2), CommandFor("..\\..\\" + NameOf(99), "[SF:acme/box0]"), kMessage);
-  installation.RunSweeps(2);
+  installation.RunSweeps(2, [&] {
+    for (unsigned i = 0; i < cases.size(); ++i) {
+      const bool there = fs::exists(installation.Queue() + "/" + NameOf(100 + i));
+      if (there && cases[i].outcome != Outcome::kStays) return false;
+    }
+    return !installation.InQueue(NameOf(1)) && !installation.InQueue(NameOf(2));
+  });
   const std::string log = installation.DebugLog();
   std::ptrdiff_t bounces = 1;  // that of the good message
   for (unsigned i = 0; i < cases.size(); ++i) {

@@ -72,7 +72,7 @@ TEST_F(DiskTest, WithBadMailFullTooTheMessageStaysInTheQueue) {
   if (!mailbox.IsMounted() || !badMail.IsMounted()) GTEST_SKIP() << "no right to mount";
   mailbox.Fill();
   badMail.Fill();
-  installation_.RunSweeps(1);
+  installation_.RunSweeps(1, [this] { return Delivered("box0") == kMessage; });
   EXPECT_EQ(Delivered("box0"), kMessage);
   EXPECT_EQ(Queued(), kMessage);
   mailbox.Free();

@@ -97,9 +97,12 @@ void Installation::RunUntilEmpty() const {
   EXPECT_EQ(connector->Signal(SIGTERM), 0);
 }
 
-void Installation::RunSweeps(int seconds) const {
+void Installation::RunSweeps(int seconds, const std::function<bool()>& done) const {
   const auto connector = StartConnector();
   std::this_thread::sleep_for(std::chrono::milliseconds(1000 * seconds + 500));
+  for (int tenths = 0; done && tenths < 300 && !done(); ++tenths) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+  }
   EXPECT_TRUE(connector->IsRunning());
   EXPECT_EQ(connector->Signal(SIGTERM), 0);
 }

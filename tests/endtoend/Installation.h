@@ -1,6 +1,7 @@
 // Installation.h -- a real installation in a temporary directory, worked by the real programs.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -37,8 +38,9 @@ class Installation {
   [[nodiscard]] bool WaitForEmptyQueue(BackgroundProgram& connector, int seconds = 60) const;
   // Starts the connector, waits for the empty queue, stops it with SIGTERM and expects exit code 0.
   void RunUntilEmpty() const;
-  // Starts the connector, lets it make `sweeps` sweeps over the queue as it is, and stops it.
-  void RunSweeps(int seconds) const;
+  // Starts the connector, lets it sweep over the queue for so long, and on a slow machine until
+  // `done`, and stops it.
+  void RunSweeps(int seconds, const std::function<bool()>& done = nullptr) const;
 
   // A command file and its message written directly, message file first.
   void PutRaw(const std::string& name, std::string_view command, std::string_view message) const;

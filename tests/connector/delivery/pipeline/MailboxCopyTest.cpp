@@ -168,7 +168,7 @@ INSTANTIATE_TEST_SUITE_P(Table, MailboxCopyTest,
                                   (std::get<1>(info.param) ? "Linked" : "Copied");
                          });
 
-using FolderTransferTest = MailboxCopyFixture;
+using FolderTransferTest = PipelineFixture;
 
 TEST_F(FolderTransferTest, AFolderThatHasGoneHoldsNothingUp) {
   for (const int copies : {1, 20}) {
