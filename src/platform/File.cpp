@@ -73,11 +73,14 @@ std::optional<std::string> File::ReadAll(std::uint64_t limit) {
   std::string bytes(kFirstReadBytes, '\0');
   std::size_t have = 0;
   for (;;) {
-    const std::int64_t got = sys::ReadAt(descriptor_, have, &bytes[have], bytes.size() - have);
+    std::int64_t got = sys::ReadAt(descriptor_, have, &bytes[have], bytes.size() - have);
+    const bool stream = got < 0 && errno == ESPIPE;  // whose pieces may be short
+    if (stream) got = sys::Read(descriptor_, &bytes[have], bytes.size() - have);
     if (got < 0) return Nothing(ErrorFromErrno(errno));
     have += static_cast<std::size_t>(got);
     if (have > limit) return Nothing(kErrorNotEnoughMemory);
-    if (have < bytes.size()) break;
+    if (stream ? got == 0 : have < bytes.size()) break;
+    if (have < bytes.size()) continue;
     struct stat state = {};
     if (fstat(descriptor_, &state) != 0) return Nothing(ErrorFromErrno(errno));
     const auto size = static_cast<std::uint64_t>(state.st_size);

@@ -1,6 +1,7 @@
 #include "cvctl/IndexCommands.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cstdio>
 #include <memory>
 #include <string>
@@ -168,10 +169,14 @@ void Insert(const Arguments& arguments) {
   ConfirmJson(arguments.json, "item", arguments.item, "inserted");
 }
 
-void Remove(const Arguments& arguments) {
+void Remove(const Arguments& given) {
+  Arguments arguments = given;
+  arguments.folder = Unguarded(std::move(arguments.folder));
   RequireFolder(arguments);
-  std::vector<std::string> items = arguments.items;
+  std::vector<std::string>& items = arguments.items;
   std::transform(items.begin(), items.end(), items.begin(), Unguarded);
+  std::sort(items.begin(), items.end());
+  items.erase(std::unique(items.begin(), items.end()), items.end());
   std::size_t removed = 0;
   switch (RemoveFromFolderIndex(arguments.folder, items, &removed)) {
     case IndexChange::kFailed:
@@ -190,6 +195,12 @@ void Remove(const Arguments& arguments) {
   if (arguments.json) PrintJson({{"items", items}, {"done", "removed"}});
 }
 
+bool IsNumber(const std::string& text) {
+  std::uint32_t number = 0;
+  const auto read = std::from_chars(text.data(), text.data() + text.size(), number);
+  return text.empty() || (read.ec == std::errc() && read.ptr == text.data() + text.size());
+}
+
 void Set(const Arguments& arguments) {
   RequireFolder(arguments);
   const std::string& name = arguments.name;
@@ -197,6 +208,9 @@ void Set(const Arguments& arguments) {
     throw Failure(kUsage, "'" + name +
                               "' is no property that can be set; give a name such as SUBJECT or "
                               "FLAGSTATUS");
+  }
+  if (FindProperty(nullptr, name).Type == kPropertyNumber && !IsNumber(arguments.value)) {
+    throw Failure(kUsage, "'" + name + "' holds a number: give one of up to 4294967295");
   }
   switch (SetInFolderIndex(arguments.folder, arguments.item, name, arguments.value)) {
     case IndexChange::kFailed:
@@ -211,7 +225,10 @@ void Set(const Arguments& arguments) {
 }
 
 void AddClassOption(CLI::App* command, Arguments* arguments) {
-  command->add_option("--class", arguments->messageClass, "0 messages, 1 contacts, 54 groups (0)");
+  command
+      ->add_option("--class", arguments->messageClass,
+                   "0, 23, 25 messages, 1 contacts, 2 calendar, 3 tasks, 54 groups (0)")
+      ->check(CLI::IsMember({0, 1, 2, 3, 23, 25, 54}));
 }
 
 }  // namespace

@@ -37,6 +37,7 @@ struct Arguments {
   std::string name;
   std::string postoffice;
   std::string quota;
+  bool hasQuota = false;
   std::string redirect;
   bool hasRedirect = false;
   int redirectMode = -1;
@@ -66,7 +67,7 @@ void ReadRedirect(const std::string& list, MailboxChange& change) {
 MailboxChange ReadChange(const Arguments& arguments, const MailboxEntry& now) {
   MailboxChange change;
   change.status = arguments.status.Status();
-  if (!arguments.quota.empty()) change.quota = ReadQuota(arguments.quota);
+  if (arguments.hasQuota) change.quota = ReadQuota(arguments.quota);
   if (arguments.hasRedirect) ReadRedirect(arguments.redirect, change);
   if (arguments.redirectMode >= 0) change.redirectStatus = arguments.redirectMode;
   const bool hasList = !change.redirect.value_or(now.redirect).empty();
@@ -236,7 +237,9 @@ void AddMailboxCommands(CLI::App& app) {
     return command;
   };
   const auto withValues = [](CLI::App* command) {
-    command->add_option("--quota", arguments.quota, "KB, or none");
+    command->add_option("--quota", arguments.quota, "KB, or none")->each([](const std::string&) {
+      arguments.hasQuota = true;
+    });
     command->add_option("--redirect", arguments.redirect, "items joined by ';'; empty for none")
         ->each([](const std::string&) { arguments.hasRedirect = true; });
     command

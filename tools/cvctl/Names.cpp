@@ -89,7 +89,10 @@ std::string AsItemList(const std::string& text, std::size_t longest) {
   std::size_t begin = 0;
   for (;;) {
     const std::size_t end = std::min(text.find(';', begin), text.size());
-    list += (list.empty() ? "" : ";") + AsItem(text.substr(begin, end - begin));
+    std::string item = text.substr(begin, end - begin);
+    item.erase(0, std::min(item.find_first_not_of(' '), item.size()));
+    item.erase(item.find_last_not_of(' ') + 1);
+    list += (list.empty() ? "" : ";") + AsItem(item);
     if (end == text.size()) break;
     begin = end + 1;
   }

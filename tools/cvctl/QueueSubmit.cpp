@@ -14,6 +14,7 @@
 #include "cvctl/QueueOptions.h"
 #include "platform/Clock.h"
 #include "platform/Error.h"
+#include "platform/FileSystem.h"
 #include "platform/Path.h"
 #include "platform/WholeFile.h"
 
@@ -113,9 +114,12 @@ void SubmitMessage(const QueueOptions& options) {
                    OutgoingMessagePath(kQueueConnector, message.MessageID));
   if (WriteOutgoingCommandFile(message) != 1) {
     const std::int32_t error = platform::LastError();
-    DeleteOutgoingMessageFile(message);
+    const std::string command = OutgoingCommandPath(kQueueConnector, message.MessageID);
+    // A command file that stands all the same keeps its message.
+    static_cast<void>(platform::DeleteFile(command));
+    if (!platform::FileExists(command)) DeleteOutgoingMessageFile(message);
     platform::SetLastError(error);
-    FailToWrite(OutgoingCommandPath(kQueueConnector, message.MessageID));
+    FailToWrite(command);
   }
   if (options.json) return PrintJson({{"messageId", message.MessageID}});
   std::printf("%s\n", message.MessageID);

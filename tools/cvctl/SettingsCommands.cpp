@@ -252,12 +252,21 @@ void PrintEntries(const std::vector<platform::SettingEntry>& entries) {
   PrintJson({{"values", values}});
 }
 
-// A link's target is written, not the link replaced; and a device or a pipe is written to.
+// A link's target is written, not the link replaced; a device or a pipe is written to; and a name
+// in another case is another file.
 bool WriteExport(const std::string& file, const std::string& text) {
   namespace fs = std::filesystem;
   std::error_code none;
-  const fs::path path = fs::canonical(platform::SystemPath(file), none);
-  if (path.empty()) return platform::WriteWholeFile(file, text);
+  const std::string given = platform::SystemPath(file);
+  const bool isNew = !fs::exists(given, none) && std::ofstream(given).is_open();
+  const fs::path path = fs::canonical(given, none);
+  if (path.empty() || isNew) {
+    if (platform::WriteWholeFile(file, text)) return true;
+    const std::int32_t error = platform::LastError();
+    if (isNew) fs::remove(given, none);
+    platform::SetLastError(error);
+    return false;
+  }
   if (fs::is_regular_file(path, none) || fs::is_directory(path, none)) {
     return platform::WriteWholeFile(path.string(), text);
   }

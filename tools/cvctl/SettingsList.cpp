@@ -81,7 +81,8 @@ std::vector<Row> CollectRows(platform::SettingsStore& store, const std::string& 
   std::vector<Row> rows = DeclaredRows(store, top, all);
   for (const SettingEntry& entry : store.List(top)) {
     bool declared = settings::FindSetting(entry.key, entry.name) != nullptr;
-    bool shown = entry.value.type != SettingType::kNone && (all || IsOurs(entry));
+    bool asked = all || IsOurs(entry) || platform::EqualsNoCase(entry.key, top);
+    bool shown = entry.value.type != SettingType::kNone && asked;
     if (!declared && shown) rows.push_back({entry.key, entry.name, nullptr, entry.value});
   }
   for (Row& row : rows) row.key = KeyForPeople(row.key);

@@ -59,7 +59,7 @@ TEST_F(Cvctl, PostofficesComeChangeAndGo) {
 
 TEST_F(Cvctl, MailboxesComeWithTheirDirectoryAndLeaveTheirMail) {
   Do({"postoffice", "add", "acme"});
-  Do({"mailbox", "add", "acme/anna", "--quota", "500", "--redirect", "acme/bob;x@y.test",
+  Do({"mailbox", "add", "acme/anna", "--quota", "500", "--redirect", "acme/bob; x@y.test",
       "--redirect-mode", "2", "--disabled"});
   const std::string inbox = Home() + "/mail/acme/MAILROOT/anna/Inbox";
   ASSERT_TRUE(fs::is_directory(inbox));
@@ -171,6 +171,7 @@ const test::Refusal kRefused[] = {
     {{"mailbox", "add", "acme/SALES"}, 2, "taken"},
     {{"group", "add", "acme/anna"}, 2, "taken"},
     {{"mailbox", "set", "acme/anna", "--quota", "12x"}, 2, "quota"},
+    {{"mailbox", "set", "acme/anna", "--quota", "", "--enabled"}, 2, "quota"},
     {{"mailbox", "set", "acme/anna", "--quota", "4294967295"}, 2, "quota"},
     {{"mailbox", "set", "acme/anna", "--redirect", "acme/x"}, 2, "mode"},
     {{"mailbox", "set", "acme/anna", "--redirect-mode", "1"}, 2, "items"},

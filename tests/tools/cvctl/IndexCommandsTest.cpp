@@ -220,6 +220,8 @@ TEST_F(IndexCommands, FailuresAreToldInOneLineAndChangeNothing) {
       {{"index", "set", folder_, "a.MAI", "UID", "7"}, 2, "no property that can be set"},
       {{"index", "set", folder_, "a.MAI", "A B", "7"}, 2, "no property that can be set"},
       {{"index", "set", folder_, "a.MAI", "SUBJECT"}, 2, "value"},
+      {{"index", "set", folder_, "a.MAI", "SIZE", "12x"}, 2, "holds a number"},
+      {{"index", "check", folder_, "--class", "5"}, 2, "--class"},
       {{"index", "dump", folder_, "--class", "many"}, 2, "--class"},
       {{"index", "rebuild", folder_, "--class", "1"}, 3, "folders of messages only"},
   };
@@ -233,7 +235,7 @@ TEST_F(IndexCommands, FailuresAreToldInOneLineAndChangeNothing) {
             (json{{"items", {"d.MAI"}}, {"done", "removed"}}));
   Deliver("[a]");
   Do({"index", "insert", folder_, "[a]"});
-  Do({"index", "remove", folder_, "[a]"});
+  Do({"index", "remove", folder_, "[a]", "[a]"});
   const auto partly = Run({"index", "remove", folder_, "b.MAI", "c.MAI"});
   EXPECT_EQ(partly.exitCode, 1);
   EXPECT_NE(partly.errors.find("removed 1 of 2 items"), std::string::npos) << partly.errors;

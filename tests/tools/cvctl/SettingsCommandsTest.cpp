@@ -155,6 +155,8 @@ TEST_F(SettingsCommandsTest, AWideExportOfAnInstallationIsImportedAndExportedAga
   EXPECT_EQ(test::ReadBytes(directory_ / "all.reg"), test::ReadBytes(directory_ / "out.reg"));
   EXPECT_TRUE(std::filesystem::is_symlink(std::string(directory_ / "link.reg")));
   EXPECT_EQ(Run({"export", "", "/dev/stdout"}).output.find(all), 0U);
+  ASSERT_EQ(Run({"export", ".", directory_ / "OUT.reg"}).exitCode, 0);
+  EXPECT_TRUE(std::filesystem::exists(directory_ / "OUT.reg")) << "beside out.reg";
 }
 
 TEST_F(SettingsCommandsTest, TheListShowsWhatIsSetWhatIsUsualAndWhatIsUnknown) {
