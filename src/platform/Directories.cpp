@@ -1,6 +1,4 @@
 // Directories.cpp -- directories made and removed.
-#include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -8,10 +6,10 @@
 #include <filesystem>
 #include <system_error>
 
+#include "platform/DirectoryLock.h"
 #include "platform/Error.h"
 #include "platform/FileSystem.h"
 #include "platform/PathSearch.h"
-#include "platform/SystemCalls.h"
 
 namespace corvane::platform {
 namespace {
@@ -19,9 +17,8 @@ namespace {
 // The spelling is looked up again under a lock of the parent, as long as the file system has such:
 // two who make one name in two spellings at once would make two directories.
 std::int32_t Make(const std::string& path) {
-  const sys::Descriptor parent(sys::Open(DirectoryOf(path), O_RDONLY | O_DIRECTORY));
-  const bool locked = parent.IsOpen() && flock(parent.Get(), LOCK_EX) == 0;
-  const std::string target = locked ? CreationPath(path) : path;
+  const DirectoryLock lock(DirectoryOf(path));
+  const std::string target = lock.IsHeld() ? CreationPath(path) : path;
   if (mkdir(target.c_str(), 0777) == 0) return 0;
   return errno == EEXIST ? kErrorAlreadyExists : ErrorFromErrno(errno);
 }

@@ -39,14 +39,13 @@ char LowerCase(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A'
 
 // In any case; names that differ by it alone have an order too.
 bool NameBefore(const platform::FoundFile& a, const platform::FoundFile& b) {
-  const auto before = [](char x, char y) {
-    return static_cast<unsigned char>(LowerCase(x)) < static_cast<unsigned char>(LowerCase(y));
-  };
-  const auto less = [&before](const std::string& x, const std::string& y) {
-    return std::lexicographical_compare(x.begin(), x.end(), y.begin(), y.end(), before);
-  };
-  if (less(a.name, b.name)) return true;
-  return !less(b.name, a.name) && a.name < b.name;
+  const auto [x, y] =
+      std::mismatch(a.name.begin(), a.name.end(), b.name.begin(), b.name.end(),
+                    [](char c, char d) { return c == d || LowerCase(c) == LowerCase(d); });
+  if (x != a.name.end() && y != b.name.end()) {
+    return static_cast<unsigned char>(LowerCase(*x)) < static_cast<unsigned char>(LowerCase(*y));
+  }
+  return x == a.name.end() && y == b.name.end() ? a.name < b.name : x == a.name.end();
 }
 
 // A walk over names that ended for another reason has not seen them all.

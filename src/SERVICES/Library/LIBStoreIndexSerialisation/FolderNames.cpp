@@ -18,7 +18,7 @@ bool FolderNames::Has(std::string_view name) {
     return false;
   }
   if (!few_ && !listed_) List();
-  if (listed_ && names_.find(std::string(name)) != names_.end()) return true;
+  if (listed_ && names_.contains(name)) return true;
   return platform::FileExists(platform::JoinPath(folder_, name));
 }
 

@@ -6,7 +6,8 @@
 
 #include <string>
 #include <string_view>
-#include <unordered_set>
+
+#include "SERVICES/Library/LIBStoreIndexSerialisation/IndexKeySet.h"
 
 namespace corvane {
 
@@ -22,7 +23,7 @@ class FolderNames {
   std::string folder_;
   bool few_;
   bool listed_ = false;
-  std::unordered_set<std::string> names_;
+  IndexKeySet names_;
 };
 
 }  // namespace corvane

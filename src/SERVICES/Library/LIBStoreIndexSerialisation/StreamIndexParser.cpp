@@ -91,16 +91,6 @@ std::size_t EndOfElement(std::string_view text, std::size_t from) {
 
 }  // namespace
 
-IndexKeySet MakeKeySet(std::string_view keyFilter) {
-  IndexKeySet keys;
-  while (!keyFilter.empty()) {
-    const std::size_t comma = std::min(keyFilter.find(','), keyFilter.size());
-    if (comma > 0) keys.emplace(keyFilter.substr(0, comma));
-    keyFilter.remove_prefix(std::min(comma + 1, keyFilter.size()));
-  }
-  return keys;
-}
-
 StreamIndexParser::StreamIndexParser(SORTEDSTOREINDEXTYPE* index, platform::File* file,
                                      std::string folder, const IndexRead& read, IndexKeySet* keys)
     : index_(index),

@@ -6,29 +6,20 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 #include "SERVICES/Library/LIBStoreIndexCore/SORTEDSTOREINDEXTYPE.h"
 #include "SERVICES/Library/LIBStoreIndexSerialisation/FolderNames.h"
+#include "SERVICES/Library/LIBStoreIndexSerialisation/IndexKeySet.h"
 #include "SERVICES/Library/LIBStoreIndexSerialisation/IndexReadStream.h"
 #include "SERVICES/Library/LIBStoreIndexType/ItemValues.h"
 
 namespace corvane {
-
-struct KeyHash {
-  using is_transparent = void;
-  std::size_t operator()(std::string_view key) const { return std::hash<std::string_view>()(key); }
-};
-// The IDs of a filter; empty admits all.
-using IndexKeySet = std::unordered_set<std::string, KeyHash, std::equal_to<>>;
-[[nodiscard]] IndexKeySet MakeKeySet(std::string_view keyFilter);
 
 enum class ParseResult : std::int32_t {
   kMalformed = 0,  // the file breaks the format
