@@ -32,7 +32,7 @@ bool IsDirectory(const std::string& path) {
 std::int32_t MakeAll(const std::string& path) {
   const std::string target = CreationPath(path);
   std::int32_t error = Make(target);
-  if (error == kErrorAlreadyExists && IsDirectory(target)) return 0;
+  if (error == kErrorAlreadyExists && (IsDirectory(target) || DirectoryExists(path))) return 0;
   const std::string parent = DirectoryOf(path);
   if (!IsNotThere(error) || parent == path || parent == ".") return error;
   error = MakeAll(parent);

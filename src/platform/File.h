@@ -45,6 +45,7 @@ struct FileInfo {
   std::int32_t lastWriteNanoseconds = 0;
   std::int64_t creationTime = 0;   // seconds since 1970; the last change if that isn't known
   bool creationTimeKnown = false;  // by the file system
+  std::uint64_t device = 0;        // which file system
   bool directory = false;
   bool readOnly = false;  // no write bit at all
 };

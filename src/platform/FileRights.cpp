@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <fstream>
+#include <optional>
 #include <string>
 
 #include "platform/Error.h"
@@ -18,15 +19,16 @@ constexpr mode_t kRights = 07777;
 constexpr mode_t kRightsAskedFor = 0666;
 
 // Of the process. umask() itself can't be asked without changing it for all threads.
-mode_t CreationMask() {
-  static const mode_t mask = [] {
+std::optional<mode_t> CreationMask() {
+  static const auto mask = [] {
     std::ifstream status("/proc/self/status");
     for (std::string line; std::getline(status, line);) {
       if (line.starts_with("Umask:")) {
-        return static_cast<mode_t>(std::stoul(line.substr(line.find(':') + 1), nullptr, 8));
+        return std::optional(
+            static_cast<mode_t>(std::stoul(line.substr(line.find(':') + 1), nullptr, 8)));
       }
     }
-    return mode_t{0};
+    return std::optional<mode_t>();
   }();
   return mask;
 }
@@ -38,17 +40,26 @@ std::int32_t StateOf(std::string_view path, std::string* at, struct stat* state)
   });
 }
 
+bool HasAttribute(const std::string& at, const char* name) {
+  return getxattr(at.c_str(), name, nullptr, 0) >= 0;
+}
+
 }  // namespace
 
 bool HasRightsOfNewFile(std::string_view path, std::string_view directory) {
-  std::string at;
+  std::string source;
+  std::string target;
   struct stat file = {};
   struct stat parent = {};
-  if (StateOf(path, &at, &file) != 0 || StateOf(directory, &at, &parent) != 0) return false;
+  const auto mask = CreationMask();
+  if (!mask || StateOf(path, &source, &file) != 0 || StateOf(directory, &target, &parent) != 0) {
+    return false;
+  }
   const gid_t group = (parent.st_mode & S_ISGID) != 0 ? parent.st_gid : getegid();
-  const bool listed = getxattr(at.c_str(), "system.posix_acl_default", nullptr, 0) >= 0;
-  return !listed && file.st_uid == geteuid() && file.st_gid == group &&
-         (file.st_mode & kRights) == (kRightsAskedFor & ~CreationMask());
+  return file.st_uid == geteuid() && file.st_gid == group &&
+         (file.st_mode & kRights) == (kRightsAskedFor & ~*mask) &&
+         !HasAttribute(target, "system.posix_acl_default") &&
+         !HasAttribute(source, "system.posix_acl_access");
 }
 
 }  // namespace corvane::platform

@@ -63,7 +63,7 @@ void WriteRecords(EventType type, std::uint32_t eventId, std::string_view text) 
   }
 }
 
-std::FILE* console = stdout;
+bool consoleIsSilent = false;
 
 // Null until the lines of the stream are gathered; never destroyed then.
 std::atomic<LineWriter*> consoleWriter{nullptr};
@@ -115,9 +115,11 @@ void WriteDebugChannel(std::string_view text) {
 
 bool IsTerminal(std::FILE* stream) { return isatty(fileno(stream)) == 1; }
 
-void SetConsole(std::FILE* stream) { console = stream; }
+void SilenceConsole() { consoleIsSilent = true; }
 
-void PrintConsole(std::string_view text) { Print(console, consoleWriter, text); }
+void PrintConsole(std::string_view text) {
+  if (!consoleIsSilent) Print(stdout, consoleWriter, text);
+}
 
 void PrintConsoleF(const char* format, ...) {
   std::va_list arguments;
@@ -128,7 +130,7 @@ void PrintConsoleF(const char* format, ...) {
 }
 
 void GatherConsole() {
-  Gather(fileno(console), consoleWriter);
+  Gather(STDOUT_FILENO, consoleWriter);
   if (DebugChannelWanted()) Gather(STDERR_FILENO, debugWriter);
 }
 

@@ -26,9 +26,10 @@ void WriteDebugChannel(std::string_view text);
 // Whether a stream goes to a terminal.
 [[nodiscard]] bool IsTerminal(std::FILE* stream);
 
-// Text as it stands, at once, to standard output; or to another stream, for a program whose
-// standard output is its answer and which says so before it starts threads.
-void SetConsole(std::FILE* stream);
+// For a program whose standard output is its answer: nothing is printed from here on. To be called
+// before threads are started.
+void SilenceConsole();
+// Text as it stands, at once, to standard output.
 void PrintConsole(std::string_view text);
 void PrintConsoleF(const char* format, ...) __attribute__((format(printf, 1, 2)));
 

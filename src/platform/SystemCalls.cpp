@@ -42,6 +42,7 @@ FileInfo InfoFrom(const struct statx& state) {
   info.lastWriteNanoseconds = static_cast<std::int32_t>(state.stx_mtime.tv_nsec);
   info.creationTimeKnown = (state.stx_mask & STATX_BTIME) != 0;
   info.creationTime = info.creationTimeKnown ? state.stx_btime.tv_sec : state.stx_ctime.tv_sec;
+  info.device = std::uint64_t{state.stx_dev_major} << 32 | state.stx_dev_minor;
   info.directory = S_ISDIR(state.stx_mode);
   info.readOnly = (state.stx_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0;
   return info;

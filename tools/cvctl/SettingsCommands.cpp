@@ -1,6 +1,7 @@
 #include "cvctl/SettingsCommands.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
 #include <cstdio>
 #include <filesystem>
@@ -252,27 +253,34 @@ void PrintEntries(const std::vector<platform::SettingEntry>& entries) {
   PrintJson({{"values", values}});
 }
 
+bool WriteStream(const std::string& path, const std::string& text) {
+  std::ofstream stream(path, std::ios::binary);
+  stream.write(text.data(), static_cast<std::streamsize>(text.size()));
+  if (stream.flush()) return true;
+  platform::SetLastError(platform::ErrorFromErrno(errno));
+  return false;
+}
+
 // A link's target is written, not the link replaced; a device or a pipe is written to; and a name
 // in another case is another file.
 bool WriteExport(const std::string& file, const std::string& text) {
   namespace fs = std::filesystem;
+  const std::string path = platform::SystemPath(file);
   std::error_code none;
-  const std::string given = platform::SystemPath(file);
-  const bool isNew = !fs::exists(given, none) && std::ofstream(given).is_open();
-  const fs::path path = fs::canonical(given, none);
-  if (path.empty() || isNew) {
-    if (platform::WriteWholeFile(file, text)) return true;
+  const fs::file_type type = fs::symlink_status(path, none).type();
+  if (type == fs::file_type::not_found) {
+    if (!WriteStream(path, "")) return false;
+    if (platform::WriteWholeFile(path, text)) return true;
     const std::int32_t error = platform::LastError();
-    if (isNew) fs::remove(given, none);
+    fs::remove(path, none);
     platform::SetLastError(error);
     return false;
   }
-  if (fs::is_regular_file(path, none) || fs::is_directory(path, none)) {
-    return platform::WriteWholeFile(path.string(), text);
+  if (type == fs::file_type::symlink && fs::is_regular_file(path, none)) {
+    return platform::WriteWholeFile(fs::canonical(path, none).string(), text);
   }
-  std::ofstream stream(path, std::ios::binary);
-  return static_cast<bool>(stream.write(text.data(), static_cast<std::streamsize>(text.size())) &&
-                           stream.flush());
+  const bool whole = type == fs::file_type::regular || type == fs::file_type::directory;
+  return whole ? platform::WriteWholeFile(path, text) : WriteStream(path, text);
 }
 
 void Export(const Arguments& arguments) {

@@ -89,8 +89,8 @@ int Run(int argc, char** argv) {
 }  // namespace corvane::cvctl
 
 int main(int argc, char** argv) {
-  // What the connector's own parts say on the way is no part of an answer.
-  corvane::platform::SetConsole(stderr);
+  // What the connector's own parts say on the way is no part of an answer, nor of its one error.
+  corvane::platform::SilenceConsole();
   try {
     return corvane::cvctl::Run(argc, argv);
   } catch (const std::exception& error) {

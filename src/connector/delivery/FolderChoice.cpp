@@ -6,6 +6,7 @@
 #include "SERVICES/Library/LIBStore/FolderPaths.h"
 #include "SERVICES/Library/LIBStore/StorePaths.h"
 #include "SERVICES/Library/LIBWhitelisting/SenderLists.h"
+#include "connector/delivery/FolderTransfer.h"
 #include "connector/delivery/ParsedAddress.h"
 #include "connector/logs/Logs.h"
 #include "connector/settings/Settings.h"
@@ -31,7 +32,8 @@ void UseFolder(MailboxDelivery& delivery, const char* folder) {
   if (!platform::DirectoryExists(path)) {
     static_cast<void>(platform::CreateDirectories(GetParentPath(path)));
     static_cast<void>(CreateStoreDirectory(path));
-    delivery.message.Delivered.push_back({path, false});  // its name is as new as the message's
+    NoteNewDirectory(delivery.message, GetParentPath(path));
+    NoteNewDirectory(delivery.message, path);
   }
   delivery.folder = folder;
 }

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <set>
-#include <utility>
 
 #include "connector/queue/Durability.h"
 #include "connector/queue/SetMessageHeader.h"
@@ -22,52 +21,57 @@ bool IsGone(std::int32_t error) {
   return error == platform::kErrorFileNotFound || error == platform::kErrorPathNotFound;
 }
 
-// A client may have removed a folder that was delivered to: that is a change of its parent.
-std::string ThereOrParent(std::string_view directory) {
+std::uint64_t DeviceOf(std::string_view directory) {
+  const auto info = platform::GetFileInfo(directory);
+  return info ? info->device : 0;
+}
+
+// The directory of the file. A client may have removed it: that is a change of the nearest parent
+// that is there. Where that lies on another file system the file's own has gone: empty, then.
+std::string ThereOrParent(const PendingFlush& file) {
+  std::string_view directory = platform::ParentPath(file.path);
   while (!platform::DirectoryExists(directory)) {
     const std::string_view parent = platform::ParentPath(directory);
     if (parent.empty() || parent == directory) break;
     directory = parent;
   }
-  return std::string(directory);
+  return DeviceOf(directory) == file.device ? std::string(directory) : std::string();
 }
 
-bool FlushData(const std::string& path) {
-  auto file = platform::File::Open(path, platform::Access::kRead, platform::kShareAll,
+bool FlushData(const PendingFlush& pending) {
+  auto file = platform::File::Open(pending.path, platform::Access::kRead, platform::kShareAll,
                                    platform::Disposition::kOpenExisting);
   if (file) return file.Flush();
   // A client has moved or removed the message already, or holds it: its bytes are still on this
   // file system.
   const std::int32_t error = platform::LastError();
   const bool elsewhere = IsGone(error) || error == platform::kErrorSharingViolation;
-  return elsewhere && platform::FlushFileSystems({ThereOrParent(platform::ParentPath(path))});
+  return elsewhere && platform::FlushFileSystems({ThereOrParent(pending)});
 }
 
-bool FlushDirectoryOrParent(std::string_view directory) {
-  if (platform::FlushDirectory(directory)) return true;
-  return IsGone(platform::LastError()) && platform::FlushDirectory(ThereOrParent(directory));
+bool FlushName(const PendingFlush& file) {
+  if (platform::FlushDirectory(platform::ParentPath(file.path))) return true;
+  return IsGone(platform::LastError()) && platform::FlushDirectory(ThereOrParent(file));
 }
 
 bool FlushEach(const std::vector<PendingFlush>& files) {
-  std::set<std::string_view> directories;
+  std::set<std::string_view> flushed;
   for (const PendingFlush& file : files) {
-    if (file.data && !FlushData(file.path)) return false;
-    directories.insert(platform::ParentPath(file.path));
+    if (file.data && !FlushData(file)) return false;
   }
-  return std::all_of(directories.begin(), directories.end(), FlushDirectoryOrParent);
-}
-
-bool FlushFileSystemsOrParents(std::vector<std::string> directories) {
-  if (platform::FlushFileSystems(directories)) return true;
-  if (!IsGone(platform::LastError())) return false;
-  for (std::string& directory : directories) directory = ThereOrParent(directory);
-  return platform::FlushFileSystems(directories);
+  return std::all_of(files.begin(), files.end(), [&flushed](const PendingFlush& file) {
+    return !flushed.insert(platform::ParentPath(file.path)).second || FlushName(file);
+  });
 }
 
 bool FlushAll(const std::vector<PendingFlush>& files) {
   std::vector<std::string> directories;
   for (const PendingFlush& file : files) directories.emplace_back(platform::ParentPath(file.path));
-  if (!FlushFileSystemsOrParents(std::move(directories))) return false;
+  if (!platform::FlushFileSystems(directories)) {
+    if (!IsGone(platform::LastError())) return false;
+    std::transform(files.begin(), files.end(), directories.begin(), ThereOrParent);
+    if (!platform::FlushFileSystems(directories)) return false;
+  }
   // Another worker may have been told in our place of a write that failed.
   return std::all_of(files.begin(), files.end(), [](const PendingFlush& file) {
     return !file.data || platform::DataIsWritten(file.path) || IsGone(platform::LastError());
@@ -80,6 +84,10 @@ bool FlushSome(ConnectorMessage& message) {
   return message.Delivered.size() < kMostPending || FlushDelivered(message);
 }
 
+void Note(ConnectorMessage& message, const std::string& path, bool data) {
+  message.Delivered.push_back({path, data, DeviceOf(platform::ParentPath(path))});
+}
+
 }  // namespace
 
 bool TransferToFolder(ConnectorMessage& message, const std::string& source,
@@ -89,12 +97,12 @@ bool TransferToFolder(ConnectorMessage& message, const std::string& source,
   const bool links = message.LastRecipient && !message.KeepInQueue &&
                      platform::HasRightsOfNewFile(source, platform::ParentPath(target));
   if (links && platform::LinkFile(source, target, false)) {
-    message.Delivered.push_back({target, !message.MessageFileFlushed});
+    Note(message, target, !message.MessageFileFlushed);
     return true;
   }
   if (links && platform::LastError() != platform::kErrorNotSameDevice) return false;
   if (!platform::CopyFile(source, target, true, false)) return false;
-  message.Delivered.push_back({target, true});
+  Note(message, target, true);
   return true;
 }
 
@@ -102,8 +110,12 @@ bool TransferWithHeader(ConnectorMessage& message, const std::string& source,
                         const std::string& target, std::string_view name, std::string_view value) {
   if (!message.LastRecipient || !FlushSome(message)) return false;
   if (CopyWithHeader(source, target, name, value) != 1) return false;
-  message.Delivered.push_back({target, false});
+  Note(message, target, false);
   return true;
+}
+
+void NoteNewDirectory(ConnectorMessage& message, const std::string& directory) {
+  Note(message, directory, false);
 }
 
 void ForgetDelivered(ConnectorMessage& message, const std::string& target) {

@@ -1,8 +1,9 @@
 // FolderTransfer.h -- puts a message file into a mailbox folder, and makes what was put there
 // durable.
 //
-// The last recipient of a walk gets the queue's own file under a second name where the file system
-// allows it, every other one a copy: the worker removes the first name after the walk, and whatever
+// The last recipient of a walk gets the queue's own file under a second name, where the file system
+// allows it, the message doesn't stay in the queue and the file has the rights of a new one there;
+// every other one gets a copy: the worker removes the first name after the walk, and whatever
 // rewrites a queue file writes a new one. A name in a mailbox appears at once and whole.
 #pragma once
 
@@ -25,6 +26,9 @@ namespace corvane {
 [[nodiscard]] bool TransferWithHeader(ConnectorMessage& message, const std::string& source,
                                       const std::string& target, std::string_view name,
                                       std::string_view value);
+
+// For a directory that delivery has made: its name is as new as the message in it.
+void NoteNewDirectory(ConnectorMessage& message, const std::string& directory);
 
 // For a file that has been taken out of its mailbox again: there is nothing of it to make durable.
 void ForgetDelivered(ConnectorMessage& message, const std::string& target);

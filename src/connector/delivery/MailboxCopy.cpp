@@ -58,7 +58,7 @@ void LogFirstFailure(const MailboxDelivery& delivery, std::int32_t error) {
 bool CopyToInbox(MailboxDelivery& delivery) {
   ConnectorMessage& message = delivery.message;
   for (const std::string& path : {delivery.MailboxPath(), delivery.MailboxPath() + kInboxFolder}) {
-    if (platform::CreateDirectory(path)) message.Delivered.push_back({path, false});
+    if (platform::CreateDirectory(path)) NoteNewDirectory(message, path);
   }
   if (!TransferToFolder(message, delivery.source, delivery.PathIn(kInboxName, message.MessageID))) {
     return false;

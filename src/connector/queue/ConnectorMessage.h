@@ -19,7 +19,8 @@ namespace corvane {
 // A file in a mailbox that may not be on the disk yet.
 struct PendingFlush {
   std::string path;
-  bool data = false;  // its bytes too, not its name alone
+  bool data = false;         // its bytes too, not its name alone
+  std::uint64_t device = 0;  // FileInfo::device of its directory
 };
 
 // The fields of fixed size.

@@ -91,22 +91,31 @@ std::string ClaimedText(std::string text, std::string_view statusWord,
 }
 
 // Whether a claim may be written over the old text: one disk sector holds either text, the new one
-// is not shorter, and the state is the last line and begins where the old text still reached. A
-// power cut leaves the old text, or the new one cut at the old one's length: its state may lack its
-// end, which every reader and the reset take for a message in delivery.
+// is not shorter, and the state is the last line.
 bool FitsInPlace(std::string_view before, std::string_view after, std::string_view statusWord) {
   constexpr std::size_t kSectorBytes = 512;
   const std::string lastLine = std::string(kStatusKey).append(statusWord);
   std::string_view text = after;
   if (text.ends_with("\r\n")) text.remove_suffix(2);
-  if (after.size() < before.size() || after.size() > kSectorBytes) return false;
-  return text.ends_with(lastLine) &&
-         text.size() - lastLine.size() + kStatusKey.size() <= before.size();
+  return after.size() >= before.size() && after.size() <= kSectorBytes && text.ends_with(lastLine);
 }
 
-bool WriteInPlace(platform::File& file, std::string_view text) {
-  return file.Seek(0) && file.Write(text) && (!DurabilityOn() || file.Flush()) &&
-         file.RelaxShare(platform::kShareReadRemove);
+bool WriteAt(platform::File& file, std::size_t at, std::string_view text) {
+  return file.Seek(at) && file.Write(text) && (!DurabilityOn() || file.Flush());
+}
+
+// A power cut can leave the new text cut at the old length. Where it would cut more than the end of
+// the state, which every reader and the reset take for a message in delivery, the file is made
+// longer by blank lines first.
+bool WriteInPlace(platform::File& file, std::string_view before, std::string_view text) {
+  const std::size_t state = text.rfind(kStatusKey) + kStatusKey.size();
+  if (DurabilityOn() && state > before.size()) {
+    std::string blank;
+    while (before.size() + blank.size() < text.size()) blank += "\r\n";
+    blank.resize(text.size() - before.size());
+    if (!WriteAt(file, before.size(), blank)) return false;
+  }
+  return WriteAt(file, 0, text) && file.RelaxShare(platform::kShareReadRemove);
 }
 
 bool HasExpired(const CommandState& command, std::int64_t now) {
@@ -144,13 +153,13 @@ bool OutgoingClaim::Commit(std::string_view statusWord, std::string_view serverN
   std::string claimed = expired_ ? text_ : ClaimedText(text_, statusWord, serverName);
   if (claimed == text_) return file_.RelaxShare(platform::kShareReadRemove);
   if (FitsInPlace(text_, claimed, statusWord)) {
-    text_ = std::move(claimed);
-    return WriteInPlace(file_, text_);
+    const std::string before = std::exchange(text_, std::move(claimed));
+    return WriteInPlace(file_, before, text_);
   }
   auto next = platform::WholeFile::Create(path_);
   if (!next || !next.Write(claimed)) return false;
   auto held = next.CommitOver(file_, platform::kShareReadRemove,
-                              DeliveryDurability(platform::Durability::kData));
+                              DeliveryDurability(platform::Durability::kDataAndName));
   if (!held) return false;
   file_ = std::move(held);
   text_ = std::move(claimed);

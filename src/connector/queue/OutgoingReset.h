@@ -20,7 +20,7 @@ std::int32_t ResetOutgoingCommandFile(const char* directory, const char* fileNam
 
 // Resets `<directory>\\<fileName>` whoever owns it and however young it is, for an administrator's
 // word; one try. False with platform::LastError(): 2 there is none, 32 a worker or a reader holds
-// it just now.
+// it just now, 1392 it has no Status= line.
 [[nodiscard]] bool ForceOutgoingReset(const char* directory, const char* fileName);
 
 }  // namespace corvane

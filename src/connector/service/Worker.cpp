@@ -56,7 +56,13 @@ void DeliverClaimed(ClaimedMessage& claimed) {
   if (!settled) return;
   OutboundDeliveryAttempts().Increment();
   OutboundDeliveryCount().Increment();
-  DeleteOutgoingMessageFile(message);
+  // Where the directory of the messages is away, on a share that isn't mounted, nobody has removed
+  // the message: its command file waits for it.
+  if (DeleteOutgoingMessageFile(message) != 1 &&
+      platform::LastError() == platform::kErrorPathNotFound) {
+    LogDebugF("The directory of message %s is away. It stays in the queue.\n", message.MessageID);
+    return;
+  }
   DeleteOutgoingCommandFile(message);
 }
 

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "PROVIDERS/Library/LIBOption/ConfigurationProviders.h"
+#include "connector/logs/Logs.h"
 #include "connector/service/Poller.h"
 #include "connector/settings/ProcessState.h"
 #include "platform/Reports.h"
@@ -35,6 +36,7 @@ class PollerFixture : public test::SettingsFixture {
   static constexpr std::int64_t kNow = 1'700'000'000;
 
   PollerFixture() {
+    AttachSharedHelpers();
     std::filesystem::create_directories(QueueDirectory() + "/Messages");
     setenv("CORVANE_STUB_ANSWERS", (Directory() / "answers").c_str(), 1);
     setenv("CORVANE_STUB_LOG", (Directory() / "calls").c_str(), 1);

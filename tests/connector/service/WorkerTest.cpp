@@ -117,6 +117,15 @@ TEST_F(WorkerTest, AClaimThatCannotBeWrittenLeavesTheMessageUnsent) {
   EXPECT_EQ(Calls(), "") << "nobody was delivered to";
 }
 
+// As when the share with the messages isn't mounted.
+TEST_F(WorkerTest, ACommandStaysWhileTheDirectoryOfItsMessageIsAway) {
+  Put(kOne, {.recipients = "[SF:acme/anna]"});
+  const std::string messages = QueueDirectory() + "/Messages";
+  std::filesystem::rename(messages, messages + "-away");
+  (void)Work();
+  EXPECT_TRUE(IsQueued(kOne));
+}
+
 // Between the two deletes a command file without a message is the worst that can be left.
 TEST_F(WorkerTest, TheMessageFileGoesFirst) {
   Put(kOne, {});

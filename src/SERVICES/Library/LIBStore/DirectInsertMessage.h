@@ -10,8 +10,8 @@
 
 namespace corvane {
 
-// The arguments are MarkFolderChanged's; anything but the action "ADD" inserts nothing. 0 when the
-// insertion failed, whoever failed; the folder is marked then. Otherwise 1.
+// The arguments are MarkFolderChanged's; anything but the action "ADD" inserts nothing. 1, or
+// the library's own answer when the insertion failed; the folder is marked then.
 [[nodiscard]] std::int32_t DirectInsertMessage(const std::string& postoffice,
                                                const std::string& mailbox,
                                                const std::string& folder, const std::string& action,

@@ -27,8 +27,9 @@ std::int32_t MarkFolderChanged(const std::string& postoffice, const std::string&
   }
   if (settings::Get(settings::kIndexFilesEnabled) != 1) return 1;
   if (mode == kInsert) {
-    return DirectInsertMessage(postoffice, mailbox, folder, action, item, notifyCommit,
-                               dispatchAdd);
+    const std::int32_t result =
+        DirectInsertMessage(postoffice, mailbox, folder, action, item, notifyCommit, dispatchAdd);
+    return result == 1 ? 1 : 0;  // what else a library may answer is a failure too
   }
   if (mode == kReindex || mode == kReindexAndCache) ReindexFolder(path);
   if (mode == kReindexAndCache) WriteFolderFlag(path, FolderFlag::kCached);

@@ -76,9 +76,10 @@ char* ItemMemory::Take(std::size_t bytes) {
   bytes = (bytes + kAlignment - 1) / kAlignment * kAlignment;
   if (bytes > left_) {
     const std::size_t wanted = kFirstChunk << std::min(chunks_.size(), kMostDoublings);
-    left_ = std::max(bytes, wanted);
-    chunks_.emplace_back(new char[left_]);
+    const std::size_t size = std::max(bytes, wanted);
+    chunks_.emplace_back(new char[size]);
     free_ = chunks_.back().get();
+    left_ = size;
   }
   left_ -= bytes;
   return std::exchange(free_, free_ + bytes);
