@@ -32,8 +32,10 @@ void UseFolder(MailboxDelivery& delivery, const char* folder) {
   if (!platform::DirectoryExists(path)) {
     static_cast<void>(platform::CreateDirectories(GetParentPath(path)));
     static_cast<void>(CreateStoreDirectory(path));
-    NoteNewDirectory(delivery.message, GetParentPath(path));
-    NoteNewDirectory(delivery.message, path);
+    if (platform::DirectoryExists(path)) {
+      NoteNewDirectory(delivery.message, GetParentPath(path));
+      NoteNewDirectory(delivery.message, path);
+    }
   }
   delivery.folder = folder;
 }

@@ -35,7 +35,8 @@ std::string ThereOrParent(const PendingFlush& file) {
     if (parent.empty() || parent == directory) break;
     directory = parent;
   }
-  return DeviceOf(directory) == file.device ? std::string(directory) : std::string();
+  const bool same = file.device == 0 || DeviceOf(directory) == file.device;
+  return same ? std::string(directory) : std::string();
 }
 
 bool FlushData(const PendingFlush& pending) {

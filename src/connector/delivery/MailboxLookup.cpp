@@ -6,6 +6,7 @@
 #include "connector/settings/Settings.h"
 #include "platform/Clock.h"
 #include "platform/FileSystem.h"
+#include "platform/Path.h"
 
 namespace corvane {
 namespace {
@@ -29,6 +30,12 @@ bool IsSourceThere(const MailboxDelivery& delivery) {
                 delivery.postoffice.c_str());
       return true;
     }
+  }
+  // Nobody removed it where the whole directory is away: a share that isn't mounted comes back.
+  if (!platform::DirectoryExists(platform::ParentPath(delivery.source))) {
+    delivery.message.KeepInQueue = true;
+    LogDebugF("[%s] The directory of queued messages is away. The message stays in the queue.\n",
+              delivery.Id());
   }
   LogDebugF("[%s] Message does not exist after postoffice level filter for PO=%s.\n", delivery.Id(),
             delivery.postoffice.c_str());

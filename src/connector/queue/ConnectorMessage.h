@@ -20,7 +20,7 @@ namespace corvane {
 struct PendingFlush {
   std::string path;
   bool data = false;         // its bytes too, not its name alone
-  std::uint64_t device = 0;  // FileInfo::device of its directory
+  std::uint64_t device = 0;  // FileInfo::device of its directory, 0 not known
 };
 
 // The fields of fixed size.

@@ -8,9 +8,12 @@
 #include "connector/logs/ExceptionReport.h"
 #include "connector/logs/Logs.h"
 #include "connector/queue/OutgoingCommandFile.h"
+#include "connector/queue/QueuePaths.h"
 #include "connector/queue/QueueStatistics.h"
 #include "connector/service/WorkerPlaces.h"
 #include "platform/Error.h"
+#include "platform/FileSystem.h"
+#include "platform/Path.h"
 #include "platform/Thread.h"
 
 namespace corvane {
@@ -54,15 +57,16 @@ void DeliverClaimed(ClaimedMessage& claimed) {
     return;
   }
   if (!settled) return;
-  OutboundDeliveryAttempts().Increment();
-  OutboundDeliveryCount().Increment();
   // Where the directory of the messages is away, on a share that isn't mounted, nobody has removed
   // the message: its command file waits for it.
-  if (DeleteOutgoingMessageFile(message) != 1 &&
-      platform::LastError() == platform::kErrorPathNotFound) {
+  const std::string file = OutgoingMessagePath(message.Connector, message.MessageID);
+  if (!platform::DirectoryExists(platform::ParentPath(file))) {
     LogDebugF("The directory of message %s is away. It stays in the queue.\n", message.MessageID);
     return;
   }
+  OutboundDeliveryAttempts().Increment();
+  OutboundDeliveryCount().Increment();
+  DeleteOutgoingMessageFile(message);
   DeleteOutgoingCommandFile(message);
 }
 
