@@ -33,7 +33,7 @@ IndexItemPropertyContainer* ItemsByID::Find(std::string_view id) const {
 }
 
 void ItemsByID::Grow() {
-  std::vector<Slot> old(slots_.empty() ? kFirstSlots : slots_.size() * 2);
+  decltype(slots_) old(slots_.empty() ? kFirstSlots : slots_.size() * 2);
   old.swap(slots_);
   const std::size_t mask = slots_.size() - 1;
   for (const Slot& slot : old) {

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "SERVICES/Library/LIBStoreIndexType/IndexItemPropertyContainer.h"
+#include "platform/LargeMemory.h"
 
 namespace corvane {
 
@@ -33,7 +34,8 @@ class ItemsByID {
   [[nodiscard]] std::size_t Place(std::string_view id, std::uint32_t hash) const;
   void Grow();
 
-  std::vector<Slot> slots_;  // a power of two of them, linear probing
+  std::vector<Slot, platform::LargeAllocator<Slot>>
+      slots_;  // a power of two of them, linear probing
   std::size_t size_ = 0;
 };
 

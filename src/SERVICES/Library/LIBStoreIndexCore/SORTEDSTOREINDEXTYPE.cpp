@@ -28,7 +28,7 @@ void SORTEDSTOREINDEXTYPE::UnInit() {
         for (IndexItemPropertyContainer* item : Sequence) delete item;
         ForgetRemoved();
         Sequence = {};
-        ByUID.clear();
+        ByUID = {};
         ByID.Clear();
         Memory.Clear();
         LoadState = kNotLoaded;

@@ -113,7 +113,10 @@ class SORTEDSTOREINDEXTYPE final : public IndexItemOwner {
   // State. The readers and writers of the file work on it.
   ItemMemory Memory;  // of the items that were read
   std::vector<IndexItemPropertyContainer*> Sequence;
-  std::map<std::uint32_t, IndexItemPropertyContainer*> ByUID;
+  using ItemsByUID =
+      std::map<std::uint32_t, IndexItemPropertyContainer*, std::less<>,
+               NodeAllocator<std::pair<const std::uint32_t, IndexItemPropertyContainer*>>>;
+  ItemsByUID ByUID;
   ItemsByID ByID;
   std::list<IndexItemPropertyContainer*> Removed;
   std::int32_t LoadState = kNotLoaded;

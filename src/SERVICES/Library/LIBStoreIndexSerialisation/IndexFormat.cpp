@@ -145,22 +145,28 @@ constexpr Entity kEntities[] = {
     {"&lt;", '<'}, {"&gt;", '>'}, {"&amp;", '&'}, {"&quot;", '"'}, {"&apos;", '\''}};
 constexpr std::size_t kTextEntities = 3;
 
-// What stands between two entities moves up in one piece.
-void DecodeEntities(std::string* text, std::size_t entities) {
-  const Entity* const end = kEntities + entities;
-  std::size_t to = std::min(text->find('&'), text->size());
-  for (std::size_t from = to; from < text->size();) {
-    const Entity* found = std::find_if(kEntities, end, [&](const Entity& entity) {
-      return text->compare(from, entity.name.size(), entity.name) == 0;
-    });
-    (*text)[to++] = found == end ? '&' : found->character;
-    from += found == end ? 1 : found->name.size();
-    const std::size_t plain = std::min(text->find('&', from), text->size()) - from;
-    std::memmove(text->data() + to, text->data() + from, plain);
-    to += plain;
-    from += plain;
+// The entity that stands at `text`; null without one.
+const Entity* EntityAt(std::string_view text, std::size_t entities) {
+  for (const Entity* entity = kEntities; entity != kEntities + entities; ++entity) {
+    const std::size_t size = entity->name.size();
+    if (text.size() >= size && text[1] == entity->name[1] &&
+        std::memcmp(text.data(), entity->name.data(), size) == 0) {
+      return entity;
+    }
   }
-  text->resize(to);
+  return nullptr;
+}
+
+// From `first` on, in one pass: what stands between two entities moves up.
+void DecodeEntities(std::string* text, std::size_t first, std::size_t entities) {
+  const std::string_view all = *text;
+  char* to = text->data() + first;
+  for (std::size_t from = first; from < all.size();) {
+    const Entity* entity = all[from] == '&' ? EntityAt(all.substr(from), entities) : nullptr;
+    *to++ = entity == nullptr ? all[from] : entity->character;
+    from += entity == nullptr ? 1 : entity->name.size();
+  }
+  text->resize(static_cast<std::size_t>(to - text->data()));
 }
 
 std::string_view Decode(std::string_view text, std::string* buffer, std::size_t entities) {
@@ -171,7 +177,7 @@ std::string_view Decode(std::string_view text, std::string* buffer, std::size_t 
   } else {
     *buffer = DecodeReferences(text);
   }
-  DecodeEntities(buffer, entities);
+  DecodeEntities(buffer, first, entities);
   return *buffer;
 }
 

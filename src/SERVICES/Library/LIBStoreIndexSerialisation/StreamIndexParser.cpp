@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "SERVICES/Library/LIBStoreIndexSerialisation/IndexFormat.h"
+#include "SERVICES/Library/LIBStoreIndexSerialisation/IndexScan.h"
 #include "connector/settings/Settings.h"
 #include "platform/Error.h"
 #include "platform/Path.h"
@@ -17,76 +18,32 @@ constexpr std::string_view kRoot = "BASEELEMENT";
 constexpr std::string_view kElement = "ELEMENT";
 constexpr std::string_view kIdStart = "<ELEMENT ID=\"";
 
-bool BeginsWith(std::string_view text, std::string_view start) {
-  return text.substr(0, start.size()) == start;
-}
-
-// BeginsWith for a tag: a call for each of some dozen tags an item is what a load would wait for.
-bool TagIsNext(std::string_view text, std::string_view tag) {
-  constexpr std::size_t kWord = 8;
-  if (tag.size() < kWord) return BeginsWith(text, tag);
-  if (text.size() < tag.size()) return false;
-  std::size_t at = 0;
-  for (; at + kWord < tag.size(); at += kWord) {
-    if (std::memcmp(text.data() + at, tag.data() + at, kWord) != 0) return false;
-  }
-  at = tag.size() - kWord;
-  return std::memcmp(text.data() + at, tag.data() + at, kWord) == 0;
-}
+using indexscan::BeginsWith;
+using indexscan::EndOfElement;
 
 std::string Quoted(const char* before, std::string_view inside, const char* behind) {
   return std::string(before).append(inside).append(behind);
 }
 
+bool IsBetweenAttributes(char c) {
+  return c == ' ' || c == '\t' || c == '\r' || c == '\n' || c == '/';
+}
+
 // Takes the next attribute off `rest`: 1 taken, 0 none left, -1 a value without its closing quote.
 int NextAttribute(std::string_view* rest, std::string_view* name, std::string_view* value) {
-  const std::size_t begin = rest->find_first_not_of(" \t\r\n/");
-  const std::size_t equals = rest->find('=');
-  if (begin == std::string_view::npos || equals == std::string_view::npos || equals < begin) {
-    return 0;
-  }
-  *name = rest->substr(begin, equals - begin);
+  while (!rest->empty() && IsBetweenAttributes(rest->front())) rest->remove_prefix(1);
+  std::size_t equals = 0;
+  while (equals < rest->size() && (*rest)[equals] != '=') ++equals;
+  if (equals == rest->size()) return 0;
+  *name = rest->substr(0, equals);
   while (!name->empty() && name->back() == ' ') name->remove_suffix(1);
-  const std::size_t open = rest->find_first_of("\"'", equals);
-  const std::size_t close =
-      open == std::string_view::npos ? open : rest->find((*rest)[open], open + 1);
-  if (close == std::string_view::npos) return -1;
+  std::size_t open = equals;
+  while (open < rest->size() && (*rest)[open] != '"' && (*rest)[open] != '\'') ++open;
+  const std::size_t close = open == rest->size() ? rest->npos : rest->find((*rest)[open], open + 1);
+  if (close == rest->npos) return -1;
   *value = rest->substr(open + 1, close - open - 1);
   rest->remove_prefix(close + 1);
   return 1;
-}
-
-// Where the word stands next; npos without one. Sixteen places at a time are looked at for its
-// first and its last letter: most of a large file is passed over here.
-std::size_t FindElementWord(std::string_view text, std::size_t from) {
-  using Block = char __attribute__((vector_size(16)));
-  constexpr std::size_t kToLast = kElement.size() - 1;
-  for (; from + sizeof(Block) + kToLast <= text.size(); from += sizeof(Block)) {
-    Block first;
-    Block last;
-    std::memcpy(&first, text.data() + from, sizeof first);
-    std::memcpy(&last, text.data() + from + kToLast, sizeof last);
-    const auto hits = (first == kElement.front()) & (last == kElement.back());
-    std::uint64_t halves[2];
-    std::memcpy(halves, &hits, sizeof halves);
-    if ((halves[0] | halves[1]) == 0) continue;
-    const std::size_t at = text.substr(from, sizeof(Block) + kToLast).find(kElement);
-    if (at != text.npos) return from + at;
-  }
-  return text.find(kElement, from);
-}
-
-// Where the element ends whose properties begin at `from`; npos if that isn't plain to see. Behind
-// a ">" a tag begins anew, whatever stood before; and where the word doesn't stand there is no tag
-// of an element or of the root.
-std::size_t EndOfElement(std::string_view text, std::size_t from) {
-  constexpr std::string_view kBefore = "></";
-  const std::size_t at = FindElementWord(text, from);
-  if (at == text.npos || at - from < kBefore.size()) return text.npos;
-  const std::size_t tag = at - kBefore.size();
-  return BeginsWith(text.substr(tag), kBefore) && text.substr(at + kElement.size(), 1) == ">"
-             ? at + kElement.size() + 1
-             : text.npos;
 }
 
 }  // namespace
@@ -105,8 +62,9 @@ StreamIndexParser::StreamIndexParser(SORTEDSTOREINDEXTYPE* index, platform::File
       ownNames_(settings::Get(settings::kIndexUsesLocalProperties) != 0
                     ? std::optional(CloneGlobalPropertyMap())
                     : std::nullopt),
-      names_(1),
-      current_(kNoName) {}
+      current_(kNoName) {
+  names_.push_back({{}, {}, indexscan::ExpectedTag(""), indexscan::ExpectedTag("")});
+}
 
 void StreamIndexParser::Fail(const std::string& message) {
   if (valid_) message_ = message;
@@ -123,7 +81,11 @@ ParseResult StreamIndexParser::Parse() {
   IndexReadStream::Piece piece;
   while (stream_.Next(&piece)) {
     HandleTag(piece);
-    while (level_ == kKeys ? SkipProperties() || SkipElement() : TakeExpectedProperty()) {
+    if (level_ == kKeys) {
+      while (SkipProperties() || SkipElement()) {
+      }
+    } else {
+      TakeExpectedProperties();
     }
     if (append_ || ReadsAll()) continue;
     if (tombstones_ >= garbageThreshold_ || NeedsAll()) break;
@@ -289,7 +251,8 @@ void StreamIndexParser::EndElement() {
   if (atEnd) {
     batch_.AddNumber(PropertySEQ(), static_cast<std::uint32_t>(index_->Sequence.size() + 1));
   }
-  auto item = std::make_unique<IndexItemPropertyContainer>();
+  std::unique_ptr<IndexItemPropertyContainer> item(
+      IndexItemPropertyContainer::MakeIn(&index_->Memory));
   item->Take(batch_, &index_->Memory);
   item->SetOffset(itemOffset_);
   item->SetLength(static_cast<std::uint32_t>(itemEnd_ - itemOffset_));
@@ -312,8 +275,9 @@ std::size_t StreamIndexParser::PlaceOfName(std::string_view name) {
   if (expected != 0 && names_[expected].name == name) return expected;
   const auto [entry, isNew] = nameAt_.try_emplace(std::string(name), names_.size());
   if (isNew) {
-    names_.push_back(
-        {std::string(name), Lookup(name), Quoted("<", name, ">"), Quoted("</", name, ">")});
+    names_.push_back({std::string(name), Lookup(name),
+                      indexscan::ExpectedTag(Quoted("<", name, ">")),
+                      indexscan::ExpectedTag(Quoted("</", name, ">"))});
   }
   names_[previousName_].next = entry->second;
   return entry->second;
@@ -356,22 +320,26 @@ void StreamIndexParser::EndProperty(std::string_view name, std::string_view text
   }
   const PropertyId id = names_[current_].id;
   current_ = kNoName;
-  StoreProperty(id, text);
+  StoreProperty(id, text, true);
 }
 
 // In a sound element there is nothing to check but the tags themselves.
-bool StreamIndexParser::TakeExpectedProperty() {
-  if (!inElement_ || !valid_ || current_ != kNoName) return false;
-  const KnownName& known = names_[names_[previousName_].next];
+void StreamIndexParser::TakeExpectedProperties() {
+  if (!inElement_ || !valid_ || current_ != kNoName) return;
   const std::string_view there = stream_.Buffered();
-  if (&known == &names_.front() || !TagIsNext(there, known.startTag)) return false;
-  const std::size_t begin = known.startTag.size();
-  const std::size_t end = there.find('<', begin);
-  if (end == std::string_view::npos || !TagIsNext(there.substr(end), known.endTag)) return false;
-  StoreProperty(known.id, there.substr(begin, end - begin));
-  stream_.Skip(end + known.endTag.size());
-  previousName_ = names_[previousName_].next;
-  return true;
+  std::string_view rest = there;
+  for (;;) {
+    const std::size_t next = names_[previousName_].next;
+    const KnownName& known = names_[next];
+    if (next == 0 || !known.startTag.Begins(rest)) break;
+    const std::string_view text = rest.substr(known.startTag.Size());
+    const indexscan::Value value = indexscan::FindValue(text);
+    if (value.size == text.npos || !known.endTag.Begins(text.substr(value.size))) break;
+    StoreProperty(known.id, text.substr(0, value.size), value.hasAmpersand);
+    rest = text.substr(value.size + known.endTag.Size());
+    previousName_ = next;
+  }
+  stream_.Skip(there.size() - rest.size());
 }
 
 bool StreamIndexParser::SkipProperties() {
@@ -414,12 +382,12 @@ bool StreamIndexParser::SkipElement() {
   return true;
 }
 
-void StreamIndexParser::StoreProperty(PropertyId id, std::string_view text) {
-  if (!hasItem_) return;
+void StreamIndexParser::StoreProperty(PropertyId id, std::string_view text, bool hasAmpersand) {
+  if (!hasItem_ || text.empty()) return;
   if (id.Type == kPropertyNumber) {
-    if (!text.empty()) batch_.AddNumber(id, NumberOfText(text));
+    batch_.AddNumber(id, NumberOfText(text));
   } else {
-    batch_.AddText(id, indexformat::DecodeValue(text, &decoded_));
+    batch_.AddText(id, hasAmpersand ? indexformat::DecodeValue(text, &decoded_) : text);
   }
 }
 

@@ -17,6 +17,7 @@
 #include "SERVICES/Library/LIBStoreIndexSerialisation/FolderNames.h"
 #include "SERVICES/Library/LIBStoreIndexSerialisation/IndexKeySet.h"
 #include "SERVICES/Library/LIBStoreIndexSerialisation/IndexReadStream.h"
+#include "SERVICES/Library/LIBStoreIndexSerialisation/IndexScan.h"
 #include "SERVICES/Library/LIBStoreIndexType/ItemValues.h"
 
 namespace corvane {
@@ -65,15 +66,16 @@ class StreamIndexParser {
   void CheckPlaceOfProperty(std::string_view tag);
   void StartProperty(std::string_view tag);
   void EndProperty(std::string_view name, std::string_view text);
-  // Takes a whole property if it is the one that followed last time and is in the buffer: most are.
-  bool TakeExpectedProperty();
+  // Takes whole properties as long as each is the one that followed last time and is in the buffer:
+  // most are.
+  void TakeExpectedProperties();
   // Passes over tags that aren't looked at when only keys are read: the rest of an element, or one
   // tag. False when it isn't in the buffer.
   bool SkipProperties();
   bool SkipPropertyTag();
   // Passes over a whole element of the plain form that the filter leaves out.
   bool SkipElement();
-  void StoreProperty(PropertyId id, std::string_view text);
+  void StoreProperty(PropertyId id, std::string_view text, bool hasAmpersand);
   [[nodiscard]] PropertyId Lookup(std::string_view name);
   [[nodiscard]] std::size_t PlaceOfName(std::string_view name);
   void ForgetFilter();
@@ -89,8 +91,8 @@ class StreamIndexParser {
   struct KnownName {
     std::string name;
     PropertyId id;
-    std::string startTag;
-    std::string endTag;
+    indexscan::ExpectedTag startTag;
+    indexscan::ExpectedTag endTag;
     std::size_t next = 0;
   };
 

@@ -1,7 +1,6 @@
 #include "SERVICES/Library/LIBStoreIndexType/IndexItemPropertyContainer.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cstring>
 #include <limits>
 
@@ -13,13 +12,30 @@ bool IsText(PropertyId id) { return id.Type == kPropertyText; }
 }  // namespace
 
 std::uint32_t NumberOfText(std::string_view text) {
-  const std::size_t start = text.find_first_not_of(" \t\r\n");
-  if (start == std::string_view::npos) return 0;
-  text.remove_prefix(start);
-  std::uint32_t number = 0;
-  const auto read = std::from_chars(text.data(), text.data() + text.size(), number);
-  if (read.ec == std::errc::result_out_of_range) return std::numeric_limits<std::uint32_t>::max();
-  return number;
+  constexpr std::uint64_t kLargest = std::numeric_limits<std::uint32_t>::max();
+  const auto isBlank = [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; };
+  while (!text.empty() && isBlank(text.front())) text.remove_prefix(1);
+  std::uint64_t number = 0;
+  for (const char c : text) {
+    if (c < '0' || c > '9') break;
+    number = std::min(number * 10 + static_cast<std::uint64_t>(c - '0'), kLargest);
+  }
+  return static_cast<std::uint32_t>(number);
+}
+
+IndexItemPropertyContainer* IndexItemPropertyContainer::MakeIn(ItemMemory* memory) {
+  auto* item = ::new (memory->Take(sizeof(IndexItemPropertyContainer))) IndexItemPropertyContainer;
+  item->inItemMemory_ = true;
+  return item;
+}
+
+void* IndexItemPropertyContainer::operator new(std::size_t bytes) { return ::operator new(bytes); }
+
+void IndexItemPropertyContainer::operator delete(IndexItemPropertyContainer* item,
+                                                 std::destroying_delete_t) {
+  const bool inItemMemory = item->inItemMemory_;
+  item->~IndexItemPropertyContainer();
+  if (!inItemMemory) ::operator delete(item);
 }
 
 bool IndexItemPropertyContainer::Has(PropertyId id) const {

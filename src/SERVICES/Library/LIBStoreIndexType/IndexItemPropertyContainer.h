@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <new>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -35,6 +36,11 @@ class IndexItemPropertyContainer {
   virtual ~IndexItemPropertyContainer() = default;
   IndexItemPropertyContainer(const IndexItemPropertyContainer&) = delete;
   IndexItemPropertyContainer& operator=(const IndexItemPropertyContainer&) = delete;
+
+  // A new item that lies in `memory`, which outlives it. It is deleted like any other.
+  [[nodiscard]] static IndexItemPropertyContainer* MakeIn(ItemMemory* memory);
+  static void* operator new(std::size_t bytes);
+  static void operator delete(IndexItemPropertyContainer* item, std::destroying_delete_t);
 
   // False for a slot that the item doesn't reach. A number slot that it reaches is there, also when
   // nobody set it; a text slot when it holds a text.
@@ -96,6 +102,7 @@ class IndexItemPropertyContainer {
   ItemValues values_;
   std::uint64_t offset_ = 0;  // of the element in the index file; 0 it isn't there yet
   std::uint32_t length_ = 0;  // from "<ELEMENT" to the end of "</ELEMENT>"
+  bool inItemMemory_ = false;
 };
 
 // A text as a decimal number: digits behind blanks; 0 without digits, the largest number when it

@@ -2,9 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <iterator>
 #include <limits>
-#include <utility>
 
 #include "SERVICES/Library/xMutexLock/Exception.h"
 
@@ -13,9 +11,6 @@ namespace {
 
 constexpr std::uint16_t kTextMark = 0x8000;
 constexpr std::size_t kGrowth = 5;
-constexpr std::size_t kAlignment = alignof(std::uint32_t);
-constexpr std::size_t kFirstChunk = 4'096;
-constexpr std::size_t kMostDoublings = 8;
 constexpr std::size_t kLargestTexts = 0xFFFFFFF0;
 static_assert(kMaximumPropertyNames <= kTextMark);
 
@@ -70,30 +65,6 @@ void PropertyBatch::AddText(PropertyId id, std::string_view text) {
 
 void PropertyBatch::AddNumber(PropertyId id, std::uint32_t value) {
   if (id.Index >= 0) EntryOf(id).value = value;
-}
-
-char* ItemMemory::Take(std::size_t bytes) {
-  bytes = (bytes + kAlignment - 1) / kAlignment * kAlignment;
-  if (bytes > left_) {
-    const std::size_t wanted = kFirstChunk << std::min(chunks_.size(), kMostDoublings);
-    const std::size_t size = std::max(bytes, wanted);
-    chunks_.emplace_back(new char[size]);
-    free_ = chunks_.back().get();
-    left_ = size;
-  }
-  left_ -= bytes;
-  return std::exchange(free_, free_ + bytes);
-}
-
-void ItemMemory::Clear() {
-  chunks_.clear();
-  left_ = 0;
-}
-
-void ItemMemory::TakeOver(ItemMemory* other) {
-  std::move(other->chunks_.begin(), other->chunks_.end(), std::back_inserter(chunks_));
-  other->Clear();
-  left_ = 0;
 }
 
 void ItemValues::FreeBlock::operator()(char* block) const {

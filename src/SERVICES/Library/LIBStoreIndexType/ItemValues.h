@@ -12,6 +12,7 @@
 #include <string_view>
 #include <vector>
 
+#include "SERVICES/Library/LIBStoreIndexType/ItemMemory.h"
 #include "SERVICES/Library/LIBStoreIndexType/PropertyMap.h"
 
 namespace corvane {
@@ -49,20 +50,6 @@ class PropertyBatch {
   std::size_t textSize_ = 0;
   std::vector<std::uint32_t> seenIn_;  // by slot: the round in which it was last set
   std::uint32_t round_ = 1;
-};
-
-// Memory for the values of the items of one index, given back all at once.
-class ItemMemory {
- public:
-  [[nodiscard]] char* Take(std::size_t bytes);
-  void Clear();
-  // What the other one gave out lives on here.
-  void TakeOver(ItemMemory* other);
-
- private:
-  std::vector<std::unique_ptr<char[]>> chunks_;
-  char* free_ = nullptr;
-  std::size_t left_ = 0;
 };
 
 class ItemValues {

@@ -111,7 +111,9 @@ TEST(IndexItem, CopiesHaveTheirOwnTextsAndNoOwner) {
 
 TEST(IndexItem, ABatchReplacesAllAndItsLastValueCounts) {
   ItemMemory memory;
-  IndexItemPropertyContainer item;
+  const std::unique_ptr<IndexItemPropertyContainer> made(
+      IndexItemPropertyContainer::MakeIn(&memory));
+  IndexItemPropertyContainer& item = *made;
   item.SetText("CC", "gone", false);
   PropertyBatch batch;
   const PropertyId subject = FindProperty(nullptr, "SUBJECT");

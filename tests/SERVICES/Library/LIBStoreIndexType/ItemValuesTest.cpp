@@ -1,9 +1,13 @@
 // The values of an item against a plain map, through growth and replaced texts.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstring>
 #include <map>
 #include <random>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "SERVICES/Library/LIBStoreIndexType/ItemValues.h"
 
@@ -31,6 +35,29 @@ void ExpectEqual(const ItemValues& values, const std::map<std::int32_t, std::str
     } else {
       ASSERT_EQ(values.Number(Slot(index)), text.empty() ? 0 : std::stoul(text));
     }
+  }
+}
+
+// Through small pieces, large ones, and one beyond any.
+TEST(ItemMemory, KeepsWhatItGaveOut) {
+  ItemMemory memory;
+  std::vector<std::pair<char*, std::size_t>> taken;
+  for (const std::size_t size :
+       {1U, 100U, 5'000U, 1'000'000U, 3'000'000U, 9'000'000U, 3U, 3'000'000U}) {
+    for (int i = 0; i < 9; ++i) {
+      char* const place = memory.Take(size);
+      ASSERT_EQ(reinterpret_cast<std::uintptr_t>(place) % alignof(void*), 0U);
+      std::memset(place, static_cast<int>(taken.size()), size);
+      taken.emplace_back(place, size);
+    }
+  }
+  ItemMemory heir;
+  heir.TakeOver(&memory);
+  *memory.Take(1) = 'x';
+  for (std::size_t i = 0; i < taken.size(); ++i) {
+    const auto [place, size] = taken[i];
+    ASSERT_EQ(static_cast<std::size_t>(std::count(place, place + size, static_cast<char>(i))),
+              size);
   }
 }
 
