@@ -7,6 +7,7 @@
 #include "SERVICES/Library/LIBMessageIndex/IndexFile.h"
 #include "SERVICES/Library/LIBMessageIndex/MessageIndexFiles.h"
 #include "SERVICES/Library/LIBStoreIndexCore/ChangeFlag.h"
+#include "SERVICES/Library/LIBStoreIndexCore/FolderListing.h"
 #include "SERVICES/Library/LIBStoreIndexCore/StoreIndex.h"
 #include "SERVICES/Library/LIBStoreIndexSerialisation/IndexFileNames.h"
 #include "SERVICES/Library/LIBStoreIndexSerialisation/IndexFormat.h"

@@ -35,34 +35,16 @@ struct NamedIds {
   PropertyId size = FindProperty(nullptr, "SIZE");
 };
 
-char LowerCase(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
-
-// In any case; names that differ by it alone have an order too.
-bool NameBefore(const platform::FoundFile& a, const platform::FoundFile& b) {
-  const auto [x, y] =
-      std::mismatch(a.name.begin(), a.name.end(), b.name.begin(), b.name.end(),
-                    [](char c, char d) { return c == d || LowerCase(c) == LowerCase(d); });
-  if (x != a.name.end() && y != b.name.end()) {
-    return static_cast<unsigned char>(LowerCase(*x)) < static_cast<unsigned char>(LowerCase(*y));
-  }
-  return x == a.name.end() && y == b.name.end() ? a.name < b.name : x == a.name.end();
-}
-
-// A walk over names that ended for another reason has not seen them all.
-bool SawAllNames() {
-  const std::int32_t error = platform::LastError();
-  return error == platform::kErrorNoMoreFiles || error == platform::kErrorFileNotFound;
-}
-
 enum class ScanResult : std::uint8_t { kSaved, kNotSaved, kAbandoned, kNotListed };
 
 // One scan of one folder.
 class FolderScan {
  public:
-  FolderScan(SORTEDSTOREINDEXTYPE* index, const std::string& folder, bool isNew,
-             platform::ClientSocket* socket)
+  FolderScan(SORTEDSTOREINDEXTYPE* index, const std::string& folder, FolderListing* listing,
+             bool isNew, platform::ClientSocket* socket)
       : index_(index),
         folder_(folder),
+        listing_(listing),
         isNew_(isNew),
         socket_(socket),
         brand_(FolderBrand(folder)),
@@ -79,33 +61,20 @@ class FolderScan {
 
  private:
   ScanResult Scan() {
-    if (!List()) return ScanResult::kNotListed;
+    if (!listing_->List()) return ScanResult::kNotListed;
     if (!Walk()) return ScanResult::kAbandoned;
     return Finish() ? ScanResult::kSaved : ScanResult::kNotSaved;
-  }
-
-  // False when the folder's names can't be read: what it holds isn't known, then.
-  bool List() {
-    const std::size_t limit = settings::Get(settings::kMaximumIndexRows);
-    platform::FileFinder finder(folder_ + "\\*.MAI");
-    for (std::size_t entries = 1; entries < limit; ++entries) {
-      auto found = finder.Next();
-      if (!found && SawAllNames()) break;
-      if (!found) return false;
-      if (!found->info.directory && IsIndexedName(found->name)) files_.push_back(std::move(*found));
-    }
-    std::sort(files_.begin(), files_.end(), NameBefore);
-    return true;
   }
 
   // False when the client has gone.
   bool Walk() {
     std::size_t number = 0;
     const ScanProgress progress = scanProgress.load();
-    for (const platform::FoundFile& file : files_) {
+    const std::vector<platform::FoundFile>& files = listing_->Files();
+    for (const platform::FoundFile& file : files) {
       if (++number % kSocketEvery == 0) {
         if (ClientHasGone()) return false;
-        if (progress != nullptr) progress(number, files_.size());
+        if (progress != nullptr) progress(number, files.size());
       }
       totalSize_ += file.info.size;
       Take(file);
@@ -184,36 +153,28 @@ class FolderScan {
   void AnswerChangeFlag() {
     const std::string flag = folder_ + "\\_CHANGE.DTY";
     if (!platform::DeleteFile(flag)) return;
-    const std::size_t limit = settings::Get(settings::kMaximumIndexRows);
-    platform::FileFinder finder(folder_ + "\\*.MAI");
-    for (std::size_t entries = 1; entries < limit; ++entries) {
-      const auto found = finder.Next(false);
-      if (!found && SawAllNames()) return;
-      if (!found || IsNewFile(*found)) {
-        MarkFolderForScan(folder_);
-        return;
-      }
+    MessageFileWalk walk(folder_);
+    bool isBehind = false;
+    for (auto found = walk.Next(false); found && !isBehind; found = walk.Next(false)) {
+      isBehind = IsNewFile(*found);
     }
+    if (isBehind || walk.Failed()) MarkFolderForScan(folder_);
   }
 
-  [[nodiscard]] bool IsNewFile(const platform::FoundFile& file) const {
-    return IsIndexedName(file.name) && !WasListed(file) &&
+  [[nodiscard]] bool IsNewFile(const platform::FoundFile& file) {
+    return !listing_->Has(file.name) &&
            !platform::DirectoryExists(platform::JoinPath(folder_, file.name));
-  }
-
-  [[nodiscard]] bool WasListed(const platform::FoundFile& file) const {
-    return std::binary_search(files_.begin(), files_.end(), file, NameBefore);
   }
 
   SORTEDSTOREINDEXTYPE* index_;
   const std::string folder_;
+  FolderListing* listing_;
   const bool isNew_;
   platform::ClientSocket* socket_;
   const NamedIds ids_;
   const std::uint32_t brand_;
   std::uint32_t uidCounter_;
   const bool branding_ = settings::Get(settings::kUidBrandingEnabled) != 0;
-  std::vector<platform::FoundFile> files_;
   std::vector<const platform::FoundFile*> added_;  // while messages carry headers of the index
   std::uint64_t totalSize_ = 0;
 };
@@ -229,13 +190,15 @@ void ClearRecentFlags(SORTEDSTOREINDEXTYPE* index) {
 enum class Found : std::uint8_t { kIndex, kNone, kUnreadable };
 
 // Loads what is there. What breaks the format is kept aside, and all is built anew.
-Found LoadForScan(SORTEDSTOREINDEXTYPE* index, const std::string& folder, bool recover) {
+Found LoadForScan(SORTEDSTOREINDEXTYPE* index, const std::string& folder, FolderListing* listing,
+                  bool recover) {
   index->ResetToEmpty();
   if (!IndexFileExists(folder, kClassMail)) return Found::kNone;
   IndexLoad load;
   load.path = folder;
   load.alreadyLocked = true;
   load.verifyFiles = 1;
+  load.listing = listing;
   load.useChangeFlag = false;
   load.recover = recover;
   if (index->Load(load)) return Found::kIndex;
@@ -247,10 +210,12 @@ Found LoadForScan(SORTEDSTOREINDEXTYPE* index, const std::string& folder, bool r
 
 std::int32_t ScanLocked(SORTEDSTOREINDEXTYPE* index, const std::string& folder, bool clearRecent,
                         platform::ClientSocket* socket, bool recover) {
-  const Found found = LoadForScan(index, folder, recover);
+  FolderListing listing(folder);
+  const Found found = LoadForScan(index, folder, &listing, recover);
   if (found == Found::kUnreadable) return 0;
   if (clearRecent) ClearRecentFlags(index);
-  const ScanResult result = FolderScan(index, folder, found == Found::kNone, socket).Run();
+  const ScanResult result =
+      FolderScan(index, folder, &listing, found == Found::kNone, socket).Run();
   return result == ScanResult::kSaved || result == ScanResult::kAbandoned ? 1 : 0;
 }
 
@@ -291,9 +256,10 @@ std::int32_t ScanFoldersEx(StoreIndex* store, bool clearRecent, platform::Client
   return result;
 }
 
-std::int32_t ScanLoadedFolder(SORTEDSTOREINDEXTYPE* index, const std::string& folder) {
+std::int32_t ScanLoadedFolder(SORTEDSTOREINDEXTYPE* index, const std::string& folder,
+                              FolderListing* listing) {
   const bool isNew = !IndexFileExists(folder, kClassMail);
-  if (FolderScan(index, folder, isNew, nullptr).Run() != ScanResult::kNotListed) {
+  if (FolderScan(index, folder, listing, isNew, nullptr).Run() != ScanResult::kNotListed) {
     return kAllProperties;
   }
   index->UnInit();

@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <string>
 
+#include "SERVICES/Library/LIBStoreIndexCore/FolderListing.h"
 #include "SERVICES/Library/LIBStoreIndexCore/StoreIndex.h"
 #include "platform/ClientSocket.h"
 
@@ -37,10 +38,11 @@ std::int32_t ScanFoldersOrdered(SORTEDSTOREINDEXTYPE* index, const std::string& 
 std::int32_t ScanFoldersEx(StoreIndex* store, bool clearRecent, platform::ClientSocket* socket,
                            std::int32_t lockMode);
 
-// The scan of an index that is loaded already; the state after it, 0 when the folder can't be
-// listed. When it could not be written, NeedsSave() says so and _CHANGE.DTY stays. The caller holds
-// the lock.
-std::int32_t ScanLoadedFolder(SORTEDSTOREINDEXTYPE* index, const std::string& folder);
+// The scan of an index that is loaded already, by a listing of its folder; the state after it, 0
+// when the folder can't be listed. When it could not be written, NeedsSave() says so and
+// _CHANGE.DTY stays. The caller holds the lock.
+std::int32_t ScanLoadedFolder(SORTEDSTOREINDEXTYPE* index, const std::string& folder,
+                              FolderListing* listing);
 
 // How far a scan has come, for a tool that shows it: files done and files in all. Null for none.
 // Not while a scan runs.

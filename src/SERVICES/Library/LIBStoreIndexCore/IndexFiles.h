@@ -8,6 +8,7 @@
 
 namespace corvane {
 
+class FolderListing;
 class SORTEDSTOREINDEXTYPE;
 
 // Classes of folders.
@@ -32,11 +33,12 @@ struct IndexRead {
   std::int32_t messageClass = kClassMail;
   std::string keyFilter;  // comma-separated IDs; empty or "*" for all
   std::int32_t level = kAllProperties;
-  bool append = false;           // to what the index holds already
-  std::int32_t verifyFiles = 0;  // 1 drops items without a file
-  bool useChangeFlag = false;    // a folder marked as changed is scanned
-  bool forceRescan = false;      // it is scanned in any case
-  bool quiet = false;            // no event log, no recovery
+  bool append = false;               // to what the index holds already
+  std::int32_t verifyFiles = 0;      // 1 drops items without a file
+  FolderListing* listing = nullptr;  // what a scan behind it looks at too; null: there is none
+  bool useChangeFlag = false;        // a folder marked as changed is scanned
+  bool forceRescan = false;          // it is scanned in any case
+  bool quiet = false;                // no event log, no recovery
 };
 
 class IndexFiles {

@@ -198,6 +198,7 @@ bool SORTEDSTOREINDEXTYPE::Load(const IndexLoad& load) {
     reached = LoadOne(wanted, false);
   }
   Arguments = wanted;
+  Arguments.listing = nullptr;  // it was of that moment
   return reached;
 }
 
@@ -212,6 +213,7 @@ bool SORTEDSTOREINDEXTYPE::LoadOne(const IndexLoad& load, bool append) {
                                   .level = load.level,
                                   .append = append,
                                   .verifyFiles = load.verifyFiles,
+                                  .listing = load.listing,
                                   .useChangeFlag = load.useChangeFlag,
                                   .forceRescan = load.forceRescan,
                                   .quiet = !load.recover});

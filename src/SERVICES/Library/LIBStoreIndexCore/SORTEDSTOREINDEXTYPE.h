@@ -41,6 +41,7 @@ struct IndexLoad {
   bool alreadyLocked = false;
   std::int32_t level = kAllProperties;
   std::int32_t verifyFiles = 0;
+  FolderListing* listing = nullptr;
   bool useChangeFlag = true;
   bool forceRescan = false;
   bool recover = false;

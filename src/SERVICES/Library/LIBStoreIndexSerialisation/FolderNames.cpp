@@ -5,10 +5,14 @@
 
 namespace corvane {
 
-void FolderNames::List() {
-  listed_ = true;
-  platform::FileFinder finder(folder_ + "\\*");
-  while (auto found = finder.Next(false)) names_.insert(std::move(found->name));
+bool FolderNames::WasListed(std::string_view name) {
+  if (listing_ != nullptr) return listing_->Has(name);
+  if (!listed_) {
+    listed_ = true;
+    platform::FileFinder finder(folder_ + "\\*");
+    while (auto found = finder.Next(false)) names_.insert(std::move(found->name));
+  }
+  return names_.contains(name);
 }
 
 bool FolderNames::Has(std::string_view name) {
@@ -17,9 +21,7 @@ bool FolderNames::Has(std::string_view name) {
       name.find_first_of(std::string_view("/\\\0", 3)) != name.npos) {
     return false;
   }
-  if (!few_ && !listed_) List();
-  if (listed_ && names_.contains(name)) return true;
-  return platform::FileExists(platform::JoinPath(folder_, name));
+  return WasListed(name) || platform::FileExists(platform::JoinPath(folder_, name));
 }
 
 }  // namespace corvane

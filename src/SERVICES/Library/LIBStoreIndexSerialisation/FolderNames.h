@@ -7,21 +7,24 @@
 #include <string>
 #include <string_view>
 
+#include "SERVICES/Library/LIBStoreIndexCore/FolderListing.h"
 #include "SERVICES/Library/LIBStoreIndexSerialisation/IndexKeySet.h"
 
 namespace corvane {
 
 class FolderNames {
  public:
-  // `few`: there will be only some questions, each asked of the disk.
-  FolderNames(std::string folder, bool few) : folder_(std::move(folder)), few_(few) {}
+  // `listing`, unless it is null, is taken for the folder's names.
+  FolderNames(std::string folder, FolderListing* listing)
+      : folder_(std::move(folder)), listing_(listing) {}
   [[nodiscard]] bool Has(std::string_view name);
 
  private:
-  void List();
+  // Whether the name was listed.
+  [[nodiscard]] bool WasListed(std::string_view name);
 
   std::string folder_;
-  bool few_;
+  FolderListing* listing_;
   bool listed_ = false;
   IndexKeySet names_;
 };

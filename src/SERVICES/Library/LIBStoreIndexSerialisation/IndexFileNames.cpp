@@ -36,11 +36,6 @@ bool WaitForIndexFile(const std::string& folder, std::int32_t messageClass) {
   return true;
 }
 
-bool IsIndexedName(std::string_view name) {
-  return !name.empty() && name.front() != '_' && name.front() != '.' &&
-         name.size() < kIndexedNameLimit;
-}
-
 platform::File OpenIndexFile(const std::string& path, platform::Access access,
                              platform::Share share, bool onlyHeld, std::int64_t* secondsWaited) {
   for (int retries = 0;; ++retries) {

@@ -17,11 +17,6 @@ namespace corvane {
 [[nodiscard]] bool IndexFileExists(const std::string& folder, std::int32_t messageClass);
 // The same, up to 10 looks, 200 ms apart: it may be changing hands.
 [[nodiscard]] bool WaitForIndexFile(const std::string& folder, std::int32_t messageClass);
-// Names of so many bytes or more are not indexed.
-inline constexpr std::size_t kIndexedNameLimit = 64;
-// Whether a file of that name takes part in an index: names that begin with '_' or '.' are the
-// system's.
-[[nodiscard]] bool IsIndexedName(std::string_view name);
 
 // Opens an index file; while that fails it tries again, up to 20 times, 2 seconds apart.
 // `onlyHeld`: only while somebody holds the file. `secondsWaited`, unless it is null, grows by what

@@ -125,7 +125,7 @@ class IndexCheck {
       faults_.push_back(Quoted(name) + " lies in the folder and isn't in the index" +
                         (marked ? " (the folder is marked as changed)" : ""));
     }
-    FolderNames files(folder_, false);
+    FolderNames files(folder_, nullptr);
     for (const IndexItemPropertyContainer* item : index_.Sequence) {
       if (!files.Has(item->TextView(kPropertyID))) {
         faults_.push_back(Quoted(item->TextView(kPropertyID)) +

@@ -54,7 +54,7 @@ std::string JoinHalves(std::string text) {
 class DocumentReader {
  public:
   DocumentReader(SORTEDSTOREINDEXTYPE* index, const IndexRead& read)
-      : index_(index), verifies_(read.verifyFiles > 0), files_(read.path, false) {}
+      : index_(index), verifies_(read.verifyFiles > 0), files_(read.path, read.listing) {}
 
   // False for a file with a number that no UID can have.
   [[nodiscard]] bool Read(const pugi::xml_node& root, bool append) {

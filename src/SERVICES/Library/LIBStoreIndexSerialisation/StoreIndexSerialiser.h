@@ -9,6 +9,7 @@
 #include <memory>
 #include <string>
 
+#include "SERVICES/Library/LIBStoreIndexCore/FolderListing.h"
 #include "SERVICES/Library/LIBStoreIndexCore/IndexFiles.h"
 #include "SERVICES/Library/LIBStoreIndexCore/SORTEDSTOREINDEXTYPE.h"
 
@@ -16,9 +17,11 @@ namespace corvane {
 
 // The scans of a folder's files, which lie above this library: they add the files that the index
 // lacks, refresh what has changed, write the index and answer _CHANGE.DTY. The index is loaded
-// whole or empty; the state after it, 0 when it failed.
+// whole or empty; the state after it, 0 when it failed. `listing`: of that folder, for the scan
+// too.
 struct FolderScans {
-  std::int32_t (*mail)(SORTEDSTOREINDEXTYPE* index, const std::string& folder) = nullptr;
+  std::int32_t (*mail)(SORTEDSTOREINDEXTYPE* index, const std::string& folder,
+                       FolderListing* listing) = nullptr;
   std::int32_t (*contacts)(SORTEDSTOREINDEXTYPE* index, const std::string& folder) = nullptr;
 };
 

@@ -57,7 +57,7 @@ StreamIndexParser::StreamIndexParser(SORTEDSTOREINDEXTYPE* index, platform::File
       append_(read.append),
       verifyFiles_(read.verifyFiles),
       keys_(keys),
-      files_(std::move(folder), false),
+      files_(std::move(folder), read.listing),
       garbageThreshold_(settings::Get(settings::kIndexGarbageCollectionThreshold)),
       ownNames_(settings::Get(settings::kIndexUsesLocalProperties) != 0
                     ? std::optional(CloneGlobalPropertyMap())

@@ -11,6 +11,14 @@
 namespace corvane {
 namespace {
 
+bool IsOtherMail(std::int32_t messageClass) {
+  return messageClass == kClassMail23 || messageClass == kClassMail25;
+}
+
+bool IsMail(std::int32_t messageClass) {
+  return messageClass == kClassMail || IsOtherMail(messageClass);
+}
+
 // Without a scan of its files a folder of contacts keeps the index that it has, and its flag.
 bool CanScan(const IndexRead& read, const FolderScans& scans) {
   return read.messageClass != kClassContacts || scans.contacts != nullptr;
@@ -84,7 +92,7 @@ std::int32_t ScanByClass(SORTEDSTOREINDEXTYPE* index, const IndexRead& read,
     case kClassMail:
     case kClassMail23:
     case kClassMail25:
-      return scans.mail(index, read.path);
+      return scans.mail(index, read.path, read.listing);
     case kClassContacts:
       return scans.contacts(index, read.path);
     case kClassCalendar:
@@ -102,10 +110,6 @@ std::int32_t ScanByClass(SORTEDSTOREINDEXTYPE* index, const IndexRead& read,
           std::to_string(read.messageClass) + ") for " + read.path);
       return kNotLoaded;
   }
-}
-
-bool IsOtherMail(std::int32_t messageClass) {
-  return messageClass == kClassMail23 || messageClass == kClassMail25;
 }
 
 // A scan of mail has written the index, as class 0 has it, and answered the flag itself.
@@ -130,9 +134,12 @@ std::int32_t RescanFolder(StoreIndexSerialiser* inner, SORTEDSTOREINDEXTYPE* ind
           state = ReadOnly(inner, index, read, scans, restored);
           return;
         }
-        if (!ReadWhatIsThere(inner, index, read, scans, restored)) return;
+        FolderListing own(read.path);
+        IndexRead listed = read;
+        if (listed.listing == nullptr && IsMail(read.messageClass)) listed.listing = &own;
+        if (!ReadWhatIsThere(inner, index, listed, scans, restored)) return;
         index->LoadState = kAllProperties;
-        state = ScanByClass(index, read, scans);
+        state = ScanByClass(index, listed, scans);
         if (state != kNotLoaded) WriteRebuilt(index, read);
       },
       [](const ExceptionDetails& details) {

@@ -196,7 +196,9 @@ TEST_F(Scan, AnIndexThatCantBeReadNowStaysAsItIs) {
     ASSERT_TRUE(platform::DeleteFile(PathOf("b.MAI")));
   }
   StoreIndex store(MessageIndexFiles());
-  EXPECT_EQ(ScanLoadedFolder(&store.Index, PathOf("none")), kNotLoaded) << "and so does a listing";
+  FolderListing nothing(PathOf("none"));
+  EXPECT_EQ(ScanLoadedFolder(&store.Index, PathOf("none"), &nothing), kNotLoaded)
+      << "and so does a listing";
 }
 
 TEST_F(Scan, OtherClassesOfMailAreWrittenAsTheirOwn) {
