@@ -57,6 +57,7 @@ StreamIndexParser::StreamIndexParser(SORTEDSTOREINDEXTYPE* index, platform::File
       append_(read.append),
       verifyFiles_(read.verifyFiles),
       keys_(keys),
+      admitsAll_(keys->contains("*")),
       files_(std::move(folder), read.listing),
       garbageThreshold_(settings::Get(settings::kIndexGarbageCollectionThreshold)),
       ownNames_(settings::Get(settings::kIndexUsesLocalProperties) != 0
@@ -236,7 +237,8 @@ bool StreamIndexParser::Admits(const Attribute& attribute) {
 }
 
 bool StreamIndexParser::IsWanted(std::string_view id) const {
-  return keys_->contains("*") || keys_->contains(id);
+  if (admitsAll_) return true;
+  return keys_->size() == 1 ? id == *keys_->begin() : keys_->contains(id);
 }
 
 void StreamIndexParser::EndElement() {

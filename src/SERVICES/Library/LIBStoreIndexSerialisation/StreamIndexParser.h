@@ -103,6 +103,7 @@ class StreamIndexParser {
   const bool append_;
   const std::int32_t verifyFiles_;
   IndexKeySet* keys_;
+  const bool admitsAll_;  // the filter has a "*"
   FolderNames files_;
   const std::uint32_t garbageThreshold_;
   std::optional<PropertyMap> ownNames_;  // a copy, so that a look-up takes no lock
