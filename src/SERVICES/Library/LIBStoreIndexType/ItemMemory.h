@@ -40,6 +40,9 @@ class NodeAllocator {
   using propagate_on_container_swap = std::true_type;
 
   NodeAllocator() : memory_(std::make_shared<ItemMemory>()) {}
+  // Never moved: one that was moved from has to go on working.
+  NodeAllocator(const NodeAllocator&) = default;
+  NodeAllocator& operator=(const NodeAllocator&) = default;
   template <typename Other>
   NodeAllocator(const NodeAllocator<Other>& other) : memory_(other.memory_) {}
 
