@@ -88,6 +88,17 @@ Watched WatchedMailbox(const std::string& name) {
           MovedDirectory(postoffice, mailbox)};
 }
 
+// A store that can't be asked, or none, keeps nobody from watching.
+void ExpectMailbox(const Watched& watched) {
+  const auto answer = configuration::AskStore([&](platform::Database& store) {
+    configuration::MailboxEntry found;
+    return configuration::FindMailbox(store, watched.postoffice, watched.mailbox, found);
+  });
+  if (answer != configuration::Answer::kUnknown) return;
+  throw Failure(kNotFound, "there is no mailbox " + watched.postoffice + "/" + watched.mailbox +
+                               "; see 'cvctl mailbox list'");
+}
+
 bool IsFileOf(const std::string& argument, const Watched& watched) {
   const std::string path = WithBackslashes(argument);
   return PositionNoCase(path, watched.place) != std::string::npos ||
@@ -150,6 +161,7 @@ void Print(const Signal& signal, bool json) {
 
 void Watch(const WatchOptions& options) {
   const Watched watched = WatchedMailbox(options.mailbox);
+  ExpectMailbox(watched);
   if (!platform::IsSafeName(options.protocol)) {
     throw Failure(kUsage, "\"" + options.protocol + "\" is no protocol word: give one such as MTA");
   }

@@ -103,6 +103,10 @@ TEST_F(NotifyRemoteTest, WatchShowsWhatIsAboutItsMailbox) {
   test::StoreSetting("Allow Custom Postoffice Paths", 1);
   EXPECT_EQ(Cvctl({"postoffice", "add", "acme"}).exitCode, 0);
   EXPECT_EQ(Cvctl({"option", "set", "acme", "PostofficeRoot", "/moved"}).exitCode, 0);
+  const auto early = Cvctl({"watch", "acme/Anna"});
+  EXPECT_EQ(early.exitCode, 1);
+  EXPECT_NE(early.errors.find("there is no mailbox acme/Anna"), std::string::npos);
+  EXPECT_EQ(Cvctl({"mailbox", "add", "acme/anna"}).exitCode, 0);
   {
     test::BackgroundProgram watch = Watch("Anna");
     EXPECT_EQ(SendPatiently("hello\tall"), 0);
