@@ -28,6 +28,7 @@ struct FileFinder::State {
   bool found = false;
 
   std::optional<FoundFile> NextInDirectory(bool withInfo);
+  bool Look(FoundFile* file) const;
   std::optional<FoundFile> Single(bool withInfo);
 };
 
@@ -62,11 +63,14 @@ std::optional<FoundFile> FileFinder::State::NextInDirectory(bool withInfo) {
     const std::string_view name = entry->d_name;
     if (IsDots(name) || !MatchesPattern(name, pattern)) continue;
     FoundFile match{std::string(name), {}};
-    if (!withInfo || sys::Look(dirfd(directory.get()), entry->d_name, &match.info) == 0) {
-      return match;
-    }
-    if (errno != ENOENT) return match;
+    if (!withInfo || Look(&match)) return match;
   }
+}
+
+// What is there and can't be looked at keeps an empty info.
+bool FileFinder::State::Look(FoundFile* file) const {
+  file->info = {};
+  return sys::Look(dirfd(directory.get()), file->name.c_str(), &file->info) == 0 || errno != ENOENT;
 }
 
 std::optional<FoundFile> FileFinder::State::Single(bool withInfo) {
@@ -79,6 +83,10 @@ std::optional<FoundFile> FileFinder::State::Single(bool withInfo) {
   if (error != 0) return std::nullopt;
   if (!withInfo) match.info = {};
   return match;
+}
+
+bool FileFinder::Look(FoundFile* file) const {
+  return state_->directory != nullptr && state_->Look(file);
 }
 
 std::optional<FoundFile> FileFinder::Next(bool withInfo) {

@@ -15,9 +15,9 @@ constexpr std::size_t WholePages(std::size_t bytes) {
 
 // The system gives any page boundary, so a large page more is taken and the ends given back.
 void* AllocateLarge(std::size_t bytes) {
+  if (bytes > SIZE_MAX / 2) throw std::bad_alloc();
   const std::size_t size = WholePages(bytes);
   const std::size_t mapped = size + kLargePage;
-  if (bytes > SIZE_MAX / 2) throw std::bad_alloc();
   void* const all =
       mmap(nullptr, mapped, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
   if (all == MAP_FAILED) throw std::bad_alloc();

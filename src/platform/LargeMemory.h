@@ -14,6 +14,7 @@ inline constexpr std::size_t kLargePage = std::size_t{2} << 20;
 
 // At the boundary of a large page, all zero. Throws std::bad_alloc when the system has none.
 [[nodiscard]] void* AllocateLarge(std::size_t bytes);
+// `bytes`: what was asked for.
 void FreeLarge(void* memory, std::size_t bytes) noexcept;
 
 // For tables that may become large: those of a large page and more take large ones.
@@ -27,6 +28,7 @@ class LargeAllocator {
   LargeAllocator(const LargeAllocator<Other>&) {}
 
   [[nodiscard]] T* allocate(std::size_t count) {
+    static_assert(alignof(T) <= __STDCPP_DEFAULT_NEW_ALIGNMENT__);
     const std::size_t bytes = count * sizeof(T);
     return static_cast<T*>(bytes < kLargePage ? ::operator new(bytes) : AllocateLarge(bytes));
   }

@@ -1,6 +1,5 @@
 #include "SERVICES/Library/LIBMessageIndex/FolderScan.h"
 
-#include <algorithm>
 #include <atomic>
 
 #include "SERVICES/Library/LIBFileLock/IndexBlockFile.h"
@@ -61,7 +60,7 @@ class FolderScan {
 
  private:
   ScanResult Scan() {
-    if (!listing_->List()) return ScanResult::kNotListed;
+    if (!listing_->Look()) return ScanResult::kNotListed;
     if (!Walk()) return ScanResult::kAbandoned;
     return Finish() ? ScanResult::kSaved : ScanResult::kNotSaved;
   }
@@ -155,7 +154,7 @@ class FolderScan {
     if (!platform::DeleteFile(flag)) return;
     MessageFileWalk walk(folder_);
     bool isBehind = false;
-    for (auto found = walk.Next(false); found && !isBehind; found = walk.Next(false)) {
+    for (auto found = walk.Next(); found && !isBehind; found = walk.Next()) {
       isBehind = IsNewFile(*found);
     }
     if (isBehind || walk.Failed()) MarkFolderForScan(folder_);

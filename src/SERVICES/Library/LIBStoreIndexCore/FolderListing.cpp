@@ -44,10 +44,10 @@ bool IsIndexedName(std::string_view name) {
 MessageFileWalk::MessageFileWalk(const std::string& folder)
     : finder_(folder + "\\*.MAI"), left_(settings::Get(settings::kMaximumIndexRows)) {}
 
-std::optional<platform::FoundFile> MessageFileWalk::Next(bool withInfo) {
+std::optional<platform::FoundFile> MessageFileWalk::Next() {
   while (left_ > 1) {
     --left_;
-    auto found = finder_.Next(withInfo);
+    auto found = finder_.Next(false);
     if (!found) {
       const std::int32_t error = platform::LastError();
       failed_ = error != platform::kErrorNoMoreFiles && error != platform::kErrorFileNotFound;
@@ -59,15 +59,26 @@ std::optional<platform::FoundFile> MessageFileWalk::Next(bool withInfo) {
   return std::nullopt;
 }
 
-bool FolderListing::List() {
-  if (std::exchange(isListed_, true)) return worked_;
-  MessageFileWalk walk(folder_);
-  while (auto found = walk.Next(true)) {
-    if (!found->info.directory) files_.push_back(std::move(*found));
-  }
+void FolderListing::Forget() {
+  walk_.reset();
+  files_.clear();
+  next_ = 0;
+}
+
+void FolderListing::List() {
+  if (walk_) return;
+  walk_.emplace(folder_);
+  while (auto found = walk_->Next()) files_.push_back(std::move(*found));
   Sort();
-  worked_ = !walk.Failed();
-  return worked_;
+}
+
+bool FolderListing::Look() {
+  List();
+  const auto left = [this](platform::FoundFile& file) {
+    return !walk_->Finder().Look(&file) || file.info.directory;
+  };
+  files_.erase(std::remove_if(files_.begin(), files_.end(), left), files_.end());
+  return !walk_->Failed();
 }
 
 // The names themselves lie all over the memory, so their keys are sorted.
@@ -88,7 +99,7 @@ void FolderListing::Sort() {
 }
 
 bool FolderListing::Has(std::string_view name) {
-  static_cast<void>(List());
+  List();
   if (next_ >= files_.size() || files_[next_].name != name) {
     const auto found =
         std::lower_bound(files_.begin(), files_.end(), name,

@@ -33,12 +33,14 @@ struct IndexRead {
   std::int32_t messageClass = kClassMail;
   std::string keyFilter;  // comma-separated IDs; empty or "*" for all
   std::int32_t level = kAllProperties;
-  bool append = false;               // to what the index holds already
-  std::int32_t verifyFiles = 0;      // 1 drops items without a file
-  FolderListing* listing = nullptr;  // what a scan behind it looks at too; null: there is none
-  bool useChangeFlag = false;        // a folder marked as changed is scanned
-  bool forceRescan = false;          // it is scanned in any case
-  bool quiet = false;                // no event log, no recovery
+  bool append = false;           // to what the index holds already
+  std::int32_t verifyFiles = 0;  // 1 drops items without a file
+  // The names of the folder's message files, for that check and a scan behind it; null: the check
+  // lists the folder itself.
+  FolderListing* listing = nullptr;
+  bool useChangeFlag = false;  // a folder marked as changed is scanned
+  bool forceRescan = false;    // it is scanned in any case
+  bool quiet = false;          // no event log, no recovery
 };
 
 class IndexFiles {

@@ -28,7 +28,7 @@ void SORTEDSTOREINDEXTYPE::UnInit() {
         for (IndexItemPropertyContainer* item : Sequence) delete item;
         ForgetRemoved();
         Sequence = {};
-        ByUID = {};
+        ByUID.clear();
         ByID.Clear();
         Memory.Clear();
         LoadState = kNotLoaded;
@@ -36,6 +36,7 @@ void SORTEDSTOREINDEXTYPE::UnInit() {
         LastUID = FirstModifiedUID = LastModifiedUID = FileLastUID = 0;
         FullRewrite = false;
         FileTime = 0;
+        ByUID = ItemsByUID();  // with memory of its own
       },
       [](const ExceptionDetails& details) {
         ReportException(FormatExceptionReport("SORTEDSTOREINDEXTYPE::UnInit", CV_HERE, details));
@@ -131,6 +132,9 @@ std::size_t SORTEDSTOREINDEXTYPE::RemoveItems(std::string_view idList) {
 
 std::size_t SORTEDSTOREINDEXTYPE::RemoveItems(const std::vector<std::string>& ids) {
   if (!EnsureLoaded(kKeys)) return 0;
+  // Before anything is marked: an item that is removed and still listed would be deleted twice.
+  std::vector<IndexItemPropertyContainer*> kept;
+  kept.reserve(Sequence.size());
   std::size_t number = 0;
   for (const std::string& id : ids) {
     IndexItemPropertyContainer* item = ByID.Find(id);
@@ -142,8 +146,6 @@ std::size_t SORTEDSTOREINDEXTYPE::RemoveItems(const std::vector<std::string>& id
   }
   if (number == 0) return 0;
   // Whoever has no owner any more has left.
-  std::vector<IndexItemPropertyContainer*> kept;
-  kept.reserve(Sequence.size() - number);
   kept.swap(Sequence);
   for (IndexItemPropertyContainer* item : kept) {
     if (item->GetOwner() != nullptr) AppendToSequence(item);
@@ -198,7 +200,7 @@ bool SORTEDSTOREINDEXTYPE::Load(const IndexLoad& load) {
     reached = LoadOne(wanted, false);
   }
   Arguments = wanted;
-  Arguments.listing = nullptr;  // it was of that moment
+  Arguments.listing = nullptr;
   return reached;
 }
 

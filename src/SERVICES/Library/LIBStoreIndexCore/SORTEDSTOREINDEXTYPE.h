@@ -10,10 +10,12 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <list>
 #include <map>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "SERVICES/Library/LIBStoreIndexCore/FolderDetails.h"
@@ -21,6 +23,7 @@
 #include "SERVICES/Library/LIBStoreIndexCore/ItemList.h"
 #include "SERVICES/Library/LIBStoreIndexCore/ItemsByID.h"
 #include "SERVICES/Library/LIBStoreIndexType/IndexItem.h"
+#include "SERVICES/Library/LIBStoreIndexType/ItemMemory.h"
 
 namespace corvane {
 
@@ -41,7 +44,7 @@ struct IndexLoad {
   bool alreadyLocked = false;
   std::int32_t level = kAllProperties;
   std::int32_t verifyFiles = 0;
-  FolderListing* listing = nullptr;
+  FolderListing* listing = nullptr;  // as in IndexRead; for this load alone
   bool useChangeFlag = true;
   bool forceRescan = false;
   bool recover = false;

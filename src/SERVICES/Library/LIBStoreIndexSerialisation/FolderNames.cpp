@@ -1,5 +1,6 @@
 #include "SERVICES/Library/LIBStoreIndexSerialisation/FolderNames.h"
 
+#include "SERVICES/Library/LIBStoreIndexCore/FolderListing.h"
 #include "platform/FileSystem.h"
 #include "platform/Path.h"
 

@@ -7,10 +7,11 @@
 #include <string>
 #include <string_view>
 
-#include "SERVICES/Library/LIBStoreIndexCore/FolderListing.h"
 #include "SERVICES/Library/LIBStoreIndexSerialisation/IndexKeySet.h"
 
 namespace corvane {
+
+class FolderListing;
 
 class FolderNames {
  public:

@@ -1,10 +1,8 @@
 // IndexFileNames.h -- the files of a folder's index, by the folder's class.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <string>
-#include <string_view>
 
 #include "platform/File.h"
 

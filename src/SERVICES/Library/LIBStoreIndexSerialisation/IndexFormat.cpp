@@ -100,6 +100,17 @@ void AppendCharacter(std::string* out, std::uint32_t c) {
   }
 }
 
+// The number of a reference, of which the lowest byte counts; those beyond 32 bits are no
+// character.
+std::uint32_t ReadReferenceNumber(std::string_view digits, std::uint32_t base) {
+  constexpr std::uint32_t kBeyond = 0xFFFFFF00;
+  const std::uint32_t number = ReadNumber(digits, static_cast<int>(base));
+  if (number < kBeyond) return number;
+  std::uint32_t low = 0;
+  for (const char digit : digits) low = (low * base + ReadNumber({&digit, 1}, 16)) & 0xFF;
+  return kBeyond | low;
+}
+
 // A reference "&#...;" at the beginning of `text`: its length and number, or 0.
 std::size_t ReadReference(std::string_view text, std::uint32_t* number) {
   if (text.substr(0, 2) != "&#") return 0;
@@ -108,7 +119,7 @@ std::size_t ReadReference(std::string_view text, std::uint32_t* number) {
   const std::string_view set = kHexDigits.substr(0, hex ? kHexDigits.size() : 10);
   const std::size_t end = text.find_first_not_of(set, digits);
   if (end == std::string_view::npos || end == digits || text[end] != ';') return 0;
-  *number = ReadNumber(text.substr(digits, end - digits), hex ? 16 : 10);
+  *number = ReadReferenceNumber(text.substr(digits, end - digits), hex ? 16 : 10);
   return end + 1;
 }
 
@@ -249,6 +260,14 @@ std::string EncodeID(std::string_view id) {
     }
   }
   return out;
+}
+
+bool IsWritableID(std::string_view id) {
+  constexpr std::size_t kLongestUid = 10;
+  constexpr std::size_t kRest = std::string_view("ELEMENT ID=\"\" UID=\"\"").size() + kLongestUid;
+  constexpr std::size_t kLongestCharacter = std::string_view("&#x7f;").size();
+  constexpr std::size_t kLongest = kLongestTag - kRest;
+  return id.size() <= kLongest / kLongestCharacter || EncodeID(id).size() <= kLongest;
 }
 
 void AppendValue(std::string* out, std::string_view value, bool whole, bool validUtf8) {

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "SERVICES/Library/LIBStoreIndexCore/FolderListing.h"
+#include "SERVICES/Library/LIBStoreIndexSerialisation/FolderNames.h"
 #include "SERVICES/Library/LIBStoreIndexSerialisation/IndexFileNames.h"
 #include "SERVICES/Library/LIBStoreIndexSerialisation/IndexFormat.h"
 #include "SERVICES/Library/LIBStoreIndexSerialisation/StreamIndexParser.h"

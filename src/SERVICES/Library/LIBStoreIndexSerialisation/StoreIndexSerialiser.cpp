@@ -1,5 +1,6 @@
 #include "SERVICES/Library/LIBStoreIndexSerialisation/StoreIndexSerialiser.h"
 
+#include "SERVICES/Library/LIBStoreIndexCore/FolderListing.h"
 #include "SERVICES/Library/LIBStoreIndexSerialisation/IndexReports.h"
 #include "SERVICES/Library/LIBStoreIndexSerialisation/UnindexedStoreIndexSerialiser.h"
 #include "connector/logs/ExceptionReport.h"
@@ -55,6 +56,7 @@ class LoadFrame {
       return "Failed to restore backup index. RestoreSerialisationBackup returned:" +
              std::to_string(platform::LastError());
     }
+    if (read_.listing != nullptr) read_.listing->Forget();
     IndexRead rescan = read_;
     rescan.verifyFiles = 1;
     index_->LoadState = RescanFolder(serialiser_, index_, rescan, scans_, true);

@@ -9,7 +9,6 @@
 #include <memory>
 #include <string>
 
-#include "SERVICES/Library/LIBStoreIndexCore/FolderListing.h"
 #include "SERVICES/Library/LIBStoreIndexCore/IndexFiles.h"
 #include "SERVICES/Library/LIBStoreIndexCore/SORTEDSTOREINDEXTYPE.h"
 
@@ -17,8 +16,8 @@ namespace corvane {
 
 // The scans of a folder's files, which lie above this library: they add the files that the index
 // lacks, refresh what has changed, write the index and answer _CHANGE.DTY. The index is loaded
-// whole or empty; the state after it, 0 when it failed. `listing`: of that folder, for the scan
-// too.
+// whole or empty; the state after it, 0 when it failed. `listing`,
+// never null, is of that folder.
 struct FolderScans {
   std::int32_t (*mail)(SORTEDSTOREINDEXTYPE* index, const std::string& folder,
                        FolderListing* listing) = nullptr;

@@ -1,7 +1,6 @@
 #include "SERVICES/Library/LIBStoreIndexSerialisation/StreamIndexParser.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include "SERVICES/Library/LIBStoreIndexSerialisation/IndexFormat.h"
 #include "SERVICES/Library/LIBStoreIndexSerialisation/IndexScan.h"
@@ -193,8 +192,8 @@ bool StreamIndexParser::TakeAttributes(std::string_view tag) {
       ++tombstones_;
       return false;
     }
-    if (attribute.name == "UID") CheckUidOrder(attribute.value);
     attribute.value = indexformat::DecodeAttribute(attribute.value, &decoded_);
+    if (attribute.name == "UID") CheckUidOrder(attribute.value);
     if (!Admits(attribute)) return false;
     hasItem_ = true;
     if (attribute.name == "ID") {
@@ -230,6 +229,10 @@ void StreamIndexParser::CheckUidOrder(std::string_view value) {
 
 bool StreamIndexParser::Admits(const Attribute& attribute) {
   if (!platform::EqualsNoCase(attribute.name, "ID")) return true;
+  if (!indexformat::IsWritableID(attribute.value)) {
+    mistaken_ = true;
+    return false;
+  }
   if (Filters()) return IsWanted(attribute.value);
   if (verifyFiles_ < 1 || files_.Has(attribute.value)) return true;
   dropped_ = true;
@@ -384,12 +387,13 @@ bool StreamIndexParser::SkipElement() {
   return true;
 }
 
-void StreamIndexParser::StoreProperty(PropertyId id, std::string_view text, bool hasAmpersand) {
+void StreamIndexParser::StoreProperty(PropertyId id, std::string_view text, bool mayDiffer) {
   if (!hasItem_ || text.empty()) return;
+  if (mayDiffer) text = indexformat::DecodeValue(text, &decoded_);
   if (id.Type == kPropertyNumber) {
     batch_.AddNumber(id, NumberOfText(text));
   } else {
-    batch_.AddText(id, hasAmpersand ? indexformat::DecodeValue(text, &decoded_) : text);
+    batch_.AddText(id, text);
   }
 }
 

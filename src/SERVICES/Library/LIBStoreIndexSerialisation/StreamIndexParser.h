@@ -75,7 +75,8 @@ class StreamIndexParser {
   bool SkipPropertyTag();
   // Passes over a whole element of the plain form that the filter leaves out.
   bool SkipElement();
-  void StoreProperty(PropertyId id, std::string_view text, bool hasAmpersand);
+  // `mayDiffer`: the text may stand for another.
+  void StoreProperty(PropertyId id, std::string_view text, bool mayDiffer);
   [[nodiscard]] PropertyId Lookup(std::string_view name);
   [[nodiscard]] std::size_t PlaceOfName(std::string_view name);
   void ForgetFilter();
@@ -128,7 +129,7 @@ class StreamIndexParser {
   std::int32_t lastUid_ = 0;
   std::uint32_t tombstones_ = 0;
   bool dropped_ = false;   // an item whose file has gone
-  bool mistaken_ = false;  // an element that stands twice or has no UID
+  bool mistaken_ = false;  // an element that stands twice, has no UID or no writable ID
   std::string decoded_;
 };
 

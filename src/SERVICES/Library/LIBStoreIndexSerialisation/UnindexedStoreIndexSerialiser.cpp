@@ -1,5 +1,6 @@
 #include "SERVICES/Library/LIBStoreIndexSerialisation/UnindexedStoreIndexSerialiser.h"
 
+#include "SERVICES/Library/LIBStoreIndexCore/FolderListing.h"
 #include "SERVICES/Library/LIBStoreIndexSerialisation/IndexFileNames.h"
 #include "SERVICES/Library/LIBStoreIndexSerialisation/IndexReports.h"
 #include "connector/logs/ExceptionReport.h"
@@ -81,6 +82,7 @@ bool ReadWhatIsThere(StoreIndexSerialiser* inner, SORTEDSTOREINDEXTYPE* index,
       break;
     }
     restored = true;
+    if (read.listing != nullptr) read.listing->Forget();
   }
   if (!read.append) index->ResetToEmpty();
   return true;

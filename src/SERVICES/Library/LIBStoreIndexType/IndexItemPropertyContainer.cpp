@@ -29,14 +29,22 @@ IndexItemPropertyContainer* IndexItemPropertyContainer::MakeIn(ItemMemory* memor
   return item;
 }
 
-void* IndexItemPropertyContainer::operator new(std::size_t bytes) { return ::operator new(bytes); }
-
+// The room of an item in an index's memory stays; whoever comes back to it is to notice.
 void IndexItemPropertyContainer::operator delete(IndexItemPropertyContainer* item,
                                                  std::destroying_delete_t) {
+  constexpr int kDeleted = 0xDD;
   const bool inItemMemory = item->inItemMemory_;
   item->~IndexItemPropertyContainer();
-  if (!inItemMemory) ::operator delete(item);
+  if (inItemMemory) {
+    std::memset(static_cast<void*>(item), kDeleted, sizeof(IndexItemPropertyContainer));
+  } else {
+    ::operator delete(item);
+  }
 }
+
+void* IndexItemPropertyContainer::operator new(std::size_t bytes) { return ::operator new(bytes); }
+
+void IndexItemPropertyContainer::operator delete(void* memory) { ::operator delete(memory); }
 
 bool IndexItemPropertyContainer::Has(PropertyId id) const {
   if (id.Index < 0 || static_cast<std::uint32_t>(id.Index) >= values_.Count()) return false;

@@ -39,8 +39,9 @@ class IndexItemPropertyContainer {
 
   // A new item that lies in `memory`, which outlives it. It is deleted like any other.
   [[nodiscard]] static IndexItemPropertyContainer* MakeIn(ItemMemory* memory);
-  static void* operator new(std::size_t bytes);
   static void operator delete(IndexItemPropertyContainer* item, std::destroying_delete_t);
+  static void* operator new(std::size_t bytes);
+  static void operator delete(void* memory);
 
   // False for a slot that the item doesn't reach. A number slot that it reaches is there, also when
   // nobody set it; a text slot when it holds a text.

@@ -47,6 +47,7 @@ class NodeAllocator {
   NodeAllocator(const NodeAllocator<Other>& other) : memory_(other.memory_) {}
 
   [[nodiscard]] T* allocate(std::size_t count) {
+    static_assert(alignof(T) <= alignof(void*));
     return reinterpret_cast<T*>(memory_->Take(count * sizeof(T)));
   }
   void deallocate(T*, std::size_t) noexcept {}

@@ -232,6 +232,22 @@ TEST_F(Scan, ABackupBringsTheFlagsBack) {
       << "a quiet load restores none";
 }
 
+// The folder is scanned as soon as the backup is in place, and once more behind it.
+TEST_F(Scan, AScanBehindARestoredBackupLooksAtItsFilesAnew) {
+  Set("UID Branding Enabled", 1U);
+  Set("Backup Index", 1U);
+  Deliver("a.MAI", "a");
+  ASSERT_EQ(Run(), 1);
+  ASSERT_EQ(Items(), "a.MAI:1=a ");
+  ASSERT_TRUE(IsThere("_index.xml.bak"));
+  WriteBytes(PathOf("_index.xml"), "torn");
+  Deliver("b.MAI", "b", "X-CVTempFlags: \\SEEN\r\nX-UID: 1.1\r\n");
+  EXPECT_EQ(Run(), 1);
+  EXPECT_EQ(Items("FLAGSTATUS"), "a.MAI:1=\\RECENT b.MAI:2=\\SEEN \\RECENT ");
+  const std::string size = std::to_string(ReadBytes(PathOf("b.MAI")).size());
+  EXPECT_NE(Items("SIZE").find("b.MAI:2=" + size), std::string::npos) << Items("SIZE") << size;
+}
+
 TEST_F(Scan, TheRecentFlagGoesWithItsBlank) {
   const std::pair<const char*, const char*> kCases[] = {
       {"\\RECENT \\SEEN", "\\SEEN"}, {"\\SEEN \\RECENT", "\\SEEN "}, {"\\RECENT", ""}};

@@ -53,6 +53,7 @@ TEST(IndexFormat, ValuesAreWrittenAndReadBack) {
 TEST(IndexFormat, ReferencesAreSingleBytes) {
   const std::pair<const char*, std::string> kCases[] = {
       {"&#65;&#x42;&#x1e4;", "AB\xE4"},
+      {"&#4294967361;&#x100000000000042;", "AB"},
       {"&#65", "&#65"},
       {"&#;", "&#;"},
       {"&#x;", "&#x;"},

@@ -148,6 +148,32 @@ TEST_F(StreamReader, ItemsWithoutTheirFileAreLeftOut) {
   EXPECT_TRUE(store.Index.FullRewrite);
 }
 
+TEST_F(StreamReader, NumbersMayBeWrittenByReferences) {
+  WriteIndex(IndexOf("x00000012",
+                     "<ELEMENT ID=\"a\" UID=\"1&#50;\"><SIZE>&#x31;5</SIZE></ELEMENT>"
+                     "<ELEMENT ID=\"b\" UID=\"18\"></ELEMENT>"));
+  StoreIndex& store = Loaded();
+  ASSERT_EQ(store.Index.ItemCount(), 2U);
+  EXPECT_EQ(store.Index.Sequence[0]->GetNumber("UID"), 12U);
+  EXPECT_EQ(store.Index.Sequence[0]->GetNumber("SIZE"), 15U);
+}
+
+// Each byte of such an ID takes six when it is written, and a tag has an end.
+TEST_F(StreamReader, AnIDThatCantBeWrittenAgainIsLeftOut) {
+  const std::string longest(165, '\x7f');
+  for (const bool streams : {true, false}) {
+    UseStreams(streams, true);
+    WriteIndex("<BASEELEMENT LASTUID=\"x00000002\"><ELEMENT ID=\"" + longest +
+               "\" UID=\"1\"></ELEMENT><ELEMENT ID=\"" + longest + "\x7f" +
+               "\" UID=\"2\"></ELEMENT></BASEELEMENT>\r\n");
+    StoreIndex& store = Loaded();
+    EXPECT_EQ(Items(store), longest + "= ");
+    EXPECT_TRUE(store.Index.NeedsSave());
+    ASSERT_TRUE(Save(&store));
+    EXPECT_EQ(ItemsOnDisk(), longest + "= ");
+  }
+}
+
 TEST_F(StreamReader, ManyTombstonesMakeItReadWholeAndBeRewritten) {
   Set("Index Garbage Collection Threshold", 2U);
   std::string elements;
