@@ -192,6 +192,11 @@ bool StreamIndexParser::TakeAttributes(std::string_view tag) {
       ++tombstones_;
       return false;
     }
+    // Of two names the first one counts, with a filter and without.
+    if (hasID_ && platform::EqualsNoCase(attribute.name, "ID")) {
+      mistaken_ = true;
+      continue;
+    }
     attribute.value = indexformat::DecodeAttribute(attribute.value, &decoded_);
     if (attribute.name == "UID") CheckUidOrder(attribute.value);
     if (!Admits(attribute)) return false;

@@ -129,7 +129,7 @@ class StreamIndexParser {
   std::int32_t lastUid_ = 0;
   std::uint32_t tombstones_ = 0;
   bool dropped_ = false;   // an item whose file has gone
-  bool mistaken_ = false;  // an element that stands twice, has no UID or no writable ID
+  bool mistaken_ = false;  // an element that can't be written as it stands
   std::string decoded_;
 };
 

@@ -148,6 +148,13 @@ TEST_F(StreamReader, ItemsWithoutTheirFileAreLeftOut) {
   EXPECT_TRUE(store.Index.FullRewrite);
 }
 
+TEST_F(StreamReader, OfTwoNamesTheFirstOneCounts) {
+  WriteIndex(IndexOf("x00000001", "<ELEMENT ID=\"a\" UID=\"1\"ID=\"b\"></ELEMENT>"));
+  for (const char* filter : {"", "a"}) EXPECT_EQ(Items(Loaded(kAllProperties, filter)), "a= ");
+  EXPECT_EQ(Items(Loaded(kAllProperties, "b")), "");
+  EXPECT_TRUE(Loaded().Index.NeedsSave());
+}
+
 TEST_F(StreamReader, NumbersMayBeWrittenByReferences) {
   WriteIndex(IndexOf("x00000012",
                      "<ELEMENT ID=\"a\" UID=\"1&#50;\"><SIZE>&#x31;5</SIZE></ELEMENT>"
