@@ -92,7 +92,8 @@ class FileFinder {
   // The next match, or nothing at the end (18) or on failure. Files that vanish under the walk are
   // passed over. `withInfo` false leaves FoundFile::info empty and saves a look at each file.
   [[nodiscard]] std::optional<FoundFile> Next(bool withInfo = true);
-  // Fills the info of a file of the directory that is walked; false when it has gone.
+  // Fills the info of a file of the directory that is walked; false when it has gone, and always
+  // for a pattern without '*' and '?'.
   [[nodiscard]] bool Look(FoundFile* file) const;
 
  private:

@@ -161,10 +161,10 @@ void Print(const Signal& signal, bool json) {
 
 void Watch(const WatchOptions& options) {
   const Watched watched = WatchedMailbox(options.mailbox);
-  ExpectMailbox(watched);
   if (!platform::IsSafeName(options.protocol)) {
     throw Failure(kUsage, "\"" + options.protocol + "\" is no protocol word: give one such as MTA");
   }
+  ExpectMailbox(watched);
   const std::string directory = settings::Get(settings::kRunDirectory);
   // After a start of the machine nobody may have made it yet; what is wrong shows at the socket.
   static_cast<void>(platform::CreateDirectories(directory));

@@ -133,7 +133,7 @@ void Blank(benchmark::State& state) {
     state.PauseTiming();
     const std::string name = MessageName(folder.nextOld++);
     auto store = std::make_unique<StoreIndex>(MessageIndexFiles());
-    const FolderIndexLock lock(store.get(), folder.path, false);
+    auto lock = std::make_unique<FolderIndexLock>(store.get(), folder.path, false);
     IndexLoad load;
     load.store = store.get();
     load.path = folder.path;
@@ -141,10 +141,14 @@ void Blank(benchmark::State& state) {
     load.alreadyLocked = true;
     load.level = kKeys;
     load.useChangeFlag = false;
-    Require(lock.IsHeld() && store->Index.Load(load));
+    Require(lock->IsHeld() && store->Index.Load(load));
     state.ResumeTiming();
     Require(store->Index.RemoveItems(name) == 1);
     Require(store->Index.Save(folder.path, kClassMail, true) && store->Index.LastSaveWorked());
+    state.PauseTiming();
+    lock.reset();
+    store.reset();
+    state.ResumeTiming();
   }
 }
 

@@ -74,10 +74,13 @@ void FolderListing::List() {
 
 bool FolderListing::Look() {
   List();
-  const auto left = [this](platform::FoundFile& file) {
-    return !walk_->Finder().Look(&file) || file.info.directory;
-  };
-  files_.erase(std::remove_if(files_.begin(), files_.end(), left), files_.end());
+  std::size_t kept = 0;
+  for (platform::FoundFile& file : files_) {
+    if (!walk_->Finder().Look(&file) || file.info.directory) continue;
+    if (&file != &files_[kept]) files_[kept] = std::move(file);
+    ++kept;
+  }
+  files_.resize(kept);
   return !walk_->Failed();
 }
 

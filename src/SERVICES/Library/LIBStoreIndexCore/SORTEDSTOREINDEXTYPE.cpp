@@ -25,7 +25,9 @@ SORTEDSTOREINDEXTYPE::~SORTEDSTOREINDEXTYPE() { UnInit(); }
 void SORTEDSTOREINDEXTYPE::UnInit() {
   static_cast<void>(EndException(
       [this] {
-        for (IndexItemPropertyContainer* item : Sequence) delete item;
+        for (IndexItemPropertyContainer* item : Sequence) {
+          if (item->GetOwner() != nullptr) delete item;  // the others are among the removed
+        }
         ForgetRemoved();
         Sequence = {};
         ByUID.clear();
@@ -114,9 +116,9 @@ void SORTEDSTOREINDEXTYPE::MarkRemoved(IndexItemPropertyContainer* item) {
     FirstModifiedUID = next != ByUID.end() && next->first <= LastModifiedUID ? next->first : 0;
     if (FirstModifiedUID == 0) LastModifiedUID = 0;
   }
+  Removed.push_back(item);
   item->SetDictionary(nullptr);
   item->SetOwner(nullptr);
-  Removed.push_back(item);
 }
 
 // Its key may differ from its UID.
@@ -132,9 +134,6 @@ std::size_t SORTEDSTOREINDEXTYPE::RemoveItems(std::string_view idList) {
 
 std::size_t SORTEDSTOREINDEXTYPE::RemoveItems(const std::vector<std::string>& ids) {
   if (!EnsureLoaded(kKeys)) return 0;
-  // Before anything is marked: an item that is removed and still listed would be deleted twice.
-  std::vector<IndexItemPropertyContainer*> kept;
-  kept.reserve(Sequence.size());
   std::size_t number = 0;
   for (const std::string& id : ids) {
     IndexItemPropertyContainer* item = ByID.Find(id);
@@ -146,6 +145,8 @@ std::size_t SORTEDSTOREINDEXTYPE::RemoveItems(const std::vector<std::string>& id
   }
   if (number == 0) return 0;
   // Whoever has no owner any more has left.
+  std::vector<IndexItemPropertyContainer*> kept;
+  kept.reserve(Sequence.size() - number);
   kept.swap(Sequence);
   for (IndexItemPropertyContainer* item : kept) {
     if (item->GetOwner() != nullptr) AppendToSequence(item);

@@ -54,7 +54,8 @@ struct LastUid {
 // An ID as it stands in the file: unchanged, but for the bytes that would break the tag or would
 // read back as another name.
 [[nodiscard]] std::string EncodeID(std::string_view id);
-// Whether an element with that ID has a head that is read again; one that hasn't is no file's name.
+// Whether an element with that ID has a head that is read again, whatever its UID is. Names that
+// are indexed are far shorter.
 [[nodiscard]] bool IsWritableID(std::string_view id);
 
 // Appends `value` as the file has it. `whole`: with all that a text property needs, bytes that are

@@ -59,7 +59,8 @@ class IndexCheck {
   void CheckIdentifiers() {
     if (report_.elements != index_.ItemCount()) {
       faults_.push_back(std::to_string(report_.elements - index_.ItemCount()) +
-                        " elements have an ID or a UID that another has already");
+                        " elements have an ID or a UID that another has already, or an ID "
+                        "that can't be written again");
     }
     if (!index_.ByUID.empty() && index_.ByUID.rbegin()->first > index_.FileLastUID) {
       faults_.push_back("LASTUID " + std::to_string(index_.FileLastUID) +

@@ -16,8 +16,8 @@ namespace corvane {
 
 // The scans of a folder's files, which lie above this library: they add the files that the index
 // lacks, refresh what has changed, write the index and answer _CHANGE.DTY. The index is loaded
-// whole or empty; the state after it, 0 when it failed. `listing`,
-// never null, is of that folder.
+// whole or empty, and the listing, never null, is of that folder. The state after it, 0 when it
+// failed.
 struct FolderScans {
   std::int32_t (*mail)(SORTEDSTOREINDEXTYPE* index, const std::string& folder,
                        FolderListing* listing) = nullptr;

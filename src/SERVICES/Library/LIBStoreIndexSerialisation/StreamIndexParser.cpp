@@ -172,7 +172,9 @@ void StreamIndexParser::StartElement(const IndexReadStream::Piece& piece) {
   previousName_ = 0;
   batch_.Clear();
   itemOffset_ = piece.tagOffset;
+  uid_.reset();
   const bool taken = TakeAttributes(piece.tag);
+  if (taken && uid_) CheckUidOrder(static_cast<std::int32_t>(*uid_));
   if (taken && !hasID_) Fail("Encountered element start tag without an ID");
   if (!taken) hasItem_ = false;
   if (piece.tag.back() == '/') EndElement();
@@ -193,12 +195,11 @@ bool StreamIndexParser::TakeAttributes(std::string_view tag) {
       return false;
     }
     // Of two names the first one counts, with a filter and without.
-    if (hasID_ && platform::EqualsNoCase(attribute.name, "ID")) {
+    if (hasID_ && attribute.name == "ID") {
       mistaken_ = true;
       continue;
     }
     attribute.value = indexformat::DecodeAttribute(attribute.value, &decoded_);
-    if (attribute.name == "UID") CheckUidOrder(attribute.value);
     if (!Admits(attribute)) return false;
     hasItem_ = true;
     if (attribute.name == "ID") {
@@ -215,14 +216,13 @@ bool StreamIndexParser::TakeAttributes(std::string_view tag) {
 }
 
 void StreamIndexParser::TakeUid(std::string_view value) {
-  const std::uint32_t uid = NumberOfText(value);
-  hasUid_ = uid != 0;
-  batch_.AddNumber(kPropertyUID, uid);
+  uid_ = NumberOfText(value);
+  hasUid_ = *uid_ != 0;
+  batch_.AddNumber(kPropertyUID, *uid_);
 }
 
 // As a signed number, so that one beyond the largest counts as lower.
-void StreamIndexParser::CheckUidOrder(std::string_view value) {
-  const auto uid = static_cast<std::int32_t>(NumberOfText(value));
+void StreamIndexParser::CheckUidOrder(std::int32_t uid) {
   if (!newForm_ && uid >= 0) return;
   if (uid < lastUid_) {
     Fail("Encountered element with UID out of order. This UID=" + std::to_string(uid) +
@@ -233,8 +233,9 @@ void StreamIndexParser::CheckUidOrder(std::string_view value) {
 }
 
 bool StreamIndexParser::Admits(const Attribute& attribute) {
-  if (!platform::EqualsNoCase(attribute.name, "ID")) return true;
+  if (attribute.name != "ID") return true;
   if (!indexformat::IsWritableID(attribute.value)) {
+    ++idx_;
     mistaken_ = true;
     return false;
   }

@@ -41,7 +41,7 @@ class StreamIndexParser {
   [[nodiscard]] const std::string& Message() const { return message_; }
   [[nodiscard]] std::uint32_t Tombstones() const { return tombstones_; }
   [[nodiscard]] bool IsNewForm() const { return newForm_; }
-  // Elements that became items or were refused as ones that stand twice.
+  // Elements that became items or were refused: as ones that stand twice, or for their IDs.
   [[nodiscard]] std::uint32_t Elements() const { return idx_ - 1; }
 
  private:
@@ -60,7 +60,7 @@ class StreamIndexParser {
   [[nodiscard]] bool Admits(const Attribute& attribute);
   [[nodiscard]] bool Filters() const { return !keys_->empty() && !index_->FullRewrite; }
   [[nodiscard]] bool IsWanted(std::string_view id) const;
-  void CheckUidOrder(std::string_view value);
+  void CheckUidOrder(std::int32_t uid);
   void TakeUid(std::string_view value);
   void EndElement();
   void CheckPlaceOfProperty(std::string_view tag);
@@ -118,6 +118,7 @@ class StreamIndexParser {
   bool hasItem_ = false;
   bool hasID_ = false;
   bool hasUid_ = false;
+  std::optional<std::uint32_t> uid_;  // the attribute
   std::uint64_t itemOffset_ = 0;
   std::uint64_t itemEnd_ = 0;
   PropertyBatch batch_;

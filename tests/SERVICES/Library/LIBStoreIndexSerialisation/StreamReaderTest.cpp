@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "SERVICES/Library/LIBStoreIndexSerialisation/IndexInspection.h"
 #include "SERVICES/Library/LIBStoreIndexSerialisation/StreamIndexParser.h"
 #include "tests/SERVICES/Library/LIBStoreIndexSerialisation/IndexFixture.h"
 
@@ -149,10 +150,15 @@ TEST_F(StreamReader, ItemsWithoutTheirFileAreLeftOut) {
 }
 
 TEST_F(StreamReader, OfTwoNamesTheFirstOneCounts) {
-  WriteIndex(IndexOf("x00000001", "<ELEMENT ID=\"a\" UID=\"1\"ID=\"b\"></ELEMENT>"));
+  WriteIndex(IndexOf("x00000001", "<ELEMENT id=\"x\" ID=\"a\" UID=\"1\"ID=\"b\"></ELEMENT>"));
   for (const char* filter : {"", "a"}) EXPECT_EQ(Items(Loaded(kAllProperties, filter)), "a= ");
   EXPECT_EQ(Items(Loaded(kAllProperties, "b")), "");
   EXPECT_TRUE(Loaded().Index.NeedsSave());
+}
+
+TEST_F(StreamReader, ATombstonesUidIsNotInTheOrder) {
+  WriteIndex(IndexOf("x00000002", "<ELEMENT UID=\"9\" ID=\"-\"></ELEMENT>" + kTwo));
+  EXPECT_EQ(ItemsOnDisk(), "a=one b=two ");
 }
 
 TEST_F(StreamReader, NumbersMayBeWrittenByReferences) {
@@ -174,6 +180,7 @@ TEST_F(StreamReader, AnIDThatCantBeWrittenAgainIsLeftOut) {
                "\" UID=\"1\"></ELEMENT><ELEMENT ID=\"" + longest + "\x7f" +
                "\" UID=\"2\"></ELEMENT></BASEELEMENT>\r\n");
     StoreIndex& store = Loaded();
+    EXPECT_FALSE(CheckIndex(folder_, kClassMail).empty());
     EXPECT_EQ(Items(store), longest + "= ");
     EXPECT_TRUE(store.Index.NeedsSave());
     ASSERT_TRUE(Save(&store));
