@@ -67,9 +67,11 @@ void FolderListing::Forget() {
 
 void FolderListing::List() {
   if (walk_) return;
-  walk_.emplace(folder_);
-  while (auto found = walk_->Next()) files_.push_back(std::move(*found));
+  files_.clear();
+  MessageFileWalk walk(folder_);
+  while (auto found = walk.Next()) files_.push_back(std::move(*found));
   Sort();
+  walk_ = std::move(walk);
 }
 
 bool FolderListing::Look() {

@@ -105,6 +105,10 @@ class DocumentReader {
       const std::string_view name = attribute.name();
       const bool empty = *attribute.value() == '\0';
       if (!empty && indexformat::IsTombstone(attribute.value())) return false;
+      if (name == "ID" && item->Has(kPropertyID)) {
+        mends_ = true;  // the first one counts
+        continue;
+      }
       if (name == "ID" && !indexformat::IsWritableID(attribute.value())) return false;
       if (verifies_ && name == "ID" && !files_.Has(attribute.value())) return false;
       item->SetText(name, attribute.value(), false);

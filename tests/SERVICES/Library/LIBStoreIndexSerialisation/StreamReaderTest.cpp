@@ -150,10 +150,12 @@ TEST_F(StreamReader, ItemsWithoutTheirFileAreLeftOut) {
 }
 
 TEST_F(StreamReader, OfTwoNamesTheFirstOneCounts) {
-  WriteIndex(IndexOf("x00000001", "<ELEMENT id=\"x\" ID=\"a\" UID=\"1\"ID=\"b\"></ELEMENT>"));
+  WriteIndex(IndexOf("x00000001", "<ELEMENT id=\"x\" ID=\"a\" UID=\"1\" ID=\"b\"></ELEMENT>"));
   for (const char* filter : {"", "a"}) EXPECT_EQ(Items(Loaded(kAllProperties, filter)), "a= ");
   EXPECT_EQ(Items(Loaded(kAllProperties, "b")), "");
   EXPECT_TRUE(Loaded().Index.NeedsSave());
+  UseStreams(false, true);
+  EXPECT_EQ(ItemsOnDisk(), "a= ");
 }
 
 TEST_F(StreamReader, ATombstonesUidIsNotInTheOrder) {
