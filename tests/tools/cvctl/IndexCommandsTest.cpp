@@ -114,7 +114,8 @@ TEST_F(IndexCommands, ACheckNamesEachFault) {
   // What the check says, and the index that it says it of.
   const std::pair<const char*, std::string> cases[] = {
       {"the file can't be read: Did not find root element end tag", kStart + both},
-      {"1 elements have an ID or a UID that another has already",
+      {"1 elements have an ID or a UID that another has already, or an ID that can't be written "
+       "again",
        kStart + both + "<ELEMENT ID=\"a.MAI\" UID=\"2\"></ELEMENT>" + kEnd},
       {"LASTUID 1 is lower than the UID 2", "<BASEELEMENT LASTUID=\"x00000001\">" + both + kEnd},
       {"the element of 'b.MAI' isn't where it should be", kStart + kFirst + loose + kEnd},
