@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <utility>
 
+#include "SERVICES/Library/LIBStoreIndexSerialisation/IndexFormat.h"
+
 namespace corvane::indexscan {
 namespace {
 
-constexpr std::string_view kElement = "ELEMENT";
+constexpr std::string_view kElement = indexformat::kElementStart.substr(1);
 
 // Where the word stands next; npos without one. A block is looked at for its first and its last
 // letter: most of a large file is passed over here.

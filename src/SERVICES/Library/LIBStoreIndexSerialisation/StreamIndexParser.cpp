@@ -14,7 +14,7 @@ namespace {
 constexpr std::size_t kNoName = SIZE_MAX;
 constexpr std::size_t kFirstBytes = 100;
 constexpr std::string_view kRoot = "BASEELEMENT";
-constexpr std::string_view kElement = "ELEMENT";
+constexpr std::string_view kElement = indexformat::kElementStart.substr(1);
 constexpr std::string_view kIdStart = "<ELEMENT ID=\"";
 
 using indexscan::BeginsWith;
@@ -168,7 +168,6 @@ void StreamIndexParser::StartElement(const IndexReadStream::Piece& piece) {
   inElement_ = true;
   hasItem_ = false;
   hasID_ = false;
-  hasUid_ = false;
   previousName_ = 0;
   batch_.Clear();
   itemOffset_ = piece.tagOffset;
@@ -217,7 +216,6 @@ bool StreamIndexParser::TakeAttributes(std::string_view tag) {
 
 void StreamIndexParser::TakeUid(std::string_view value) {
   uid_ = NumberOfText(value);
-  hasUid_ = *uid_ != 0;
   batch_.AddNumber(kPropertyUID, *uid_);
 }
 
@@ -267,7 +265,7 @@ void StreamIndexParser::EndElement() {
   item->Take(batch_, &index_->Memory);
   item->SetOffset(itemOffset_);
   item->SetLength(static_cast<std::uint32_t>(itemEnd_ - itemOffset_));
-  mistaken_ = mistaken_ || !hasUid_;
+  mistaken_ = mistaken_ || uid_.value_or(0) == 0;
   if (!index_->InsertItem(item.get(), !append_)) {
     mistaken_ = true;
     return;

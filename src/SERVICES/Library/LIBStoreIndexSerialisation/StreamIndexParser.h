@@ -117,7 +117,6 @@ class StreamIndexParser {
   bool inElement_ = false;
   bool hasItem_ = false;
   bool hasID_ = false;
-  bool hasUid_ = false;
   std::optional<std::uint32_t> uid_;  // the attribute
   std::uint64_t itemOffset_ = 0;
   std::uint64_t itemEnd_ = 0;
